@@ -1,11 +1,13 @@
-// How the libraries' functions and classes are marked for export, their calling convention, and the compiler's checks.
-// Together with wintypes.h the only header that asks which system it is compiled for. Plain C takes it, too.
+// How the libraries' functions and classes are marked for export, their calling convention, and the
+// compiler's checks. Together with wintypes.h the only header that asks which system it is compiled for.
+// Plain C takes it, too.
 //
 //   DLL_EXPORT_MOD   stands before an exported class name or function of the tool library: linkage
 //   DLL_EXPORT       stands between result type and function name: the calling convention
 //   RW_EXPORT        linkage of what the run-time library (bxruntime) exports
 //
-// BXTOOLS_BUILD and BXRUNTIME_BUILD are defined while the library in question is being compiled, and by nobody else.
+// BXTOOLS_BUILD and BXRUNTIME_BUILD are defined while the library in question is being compiled, and by
+// nobody else.
 #pragma once
 
 #if defined( _WIN32 )
@@ -37,7 +39,7 @@
 
 #endif
 
-// Lets the compiler check the arguments of a variadic formatter against its format text. Both positions count from 1,
-// and a member function's object is argument 1; nFirst is 0 for a function that takes a va_list.
+// Lets the compiler check the arguments of a variadic formatter against its format text. Both positions count
+// from 1, and a member function's object is argument 1; nFirst is 0 for a function that takes a va_list.
 #define BX_PRINTF_FORMAT( nFormat, nFirst )                                                                  \
     __attribute__( ( format( BX_PRINTF_ARCHETYPE, nFormat, nFirst ) ) )

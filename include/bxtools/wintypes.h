@@ -1,12 +1,12 @@
 // The Win32 types, constants and error numbers that the library's interface speaks, on both systems.
 //
-// On Windows this is <windows.h> without the macros that would rename members of our classes (see the list below), so
-// that a caller's file links whether it saw <windows.h> before this header, after it, or not at all. A file that wants a
-// taken-away name itself writes the explicit form: CreateFileA, GetMessageA.
-// On Linux the same names are declared here. Widths are those of Windows: LONG, DWORD, ULONG, UINT, BOOL and HRESULT have
-// 32 bits, handles are as wide as a pointer, and texts are bytes (TCHAR is char). WCHAR has 16 bits on both systems but is
-// another C++ type on each (wchar_t there, char16_t here): say WCHAR, OLECHAR or BSTR, never wchar_t.
-// Plain C takes this header, too. The functions themselves are in platform.h.
+// On Windows this is <windows.h> without the macros that would rename members of our classes (see the list
+// below), so that a caller's file links whether it saw <windows.h> before this header, after it, or not at
+// all. A file that wants a taken-away name itself writes the explicit form: CreateFileA, GetMessageA. On
+// Linux the same names are declared here. Widths are those of Windows: LONG, DWORD, ULONG, UINT, BOOL and
+// HRESULT have 32 bits, handles are as wide as a pointer, and texts are bytes (TCHAR is char). WCHAR has 16
+// bits on both systems but is another C++ type on each (wchar_t there, char16_t here): say WCHAR, OLECHAR or
+// BSTR, never wchar_t. Plain C takes this header, too. The functions themselves are in platform.h.
 #pragma once
 
 #if defined( _WIN32 )
@@ -17,9 +17,11 @@
 #if !defined( WIN32_LEAN_AND_MEAN )
 #define WIN32_LEAN_AND_MEAN
 #endif
+// clang-format off
+#include <windows.h>
 #include <oleauto.h>
 #include <tlhelp32.h>
-#include <windows.h>
+// clang-format on
 
 #undef CopyFile
 #undef CreateEvent
@@ -191,7 +193,8 @@ typedef INT_PTR ( *FARPROC )();
 #define MAKEWORD( low, high ) ( (WORD)( ( (WORD)(low)&0xff ) | ( ( (WORD)(high)&0xff ) << 8 ) ) )
 #define MAKELONG( low, high ) ( (LONG)( ( (DWORD)(low)&0xffff ) | ( ( (DWORD)(high)&0xffff ) << 16 ) ) )
 
-// A lock between the threads of one process; see InitializeCriticalSection. The members are the platform layer's own.
+// A lock between the threads of one process; see InitializeCriticalSection. The members are the platform
+// layer's own.
 typedef struct _CRITICAL_SECTION
 {
     ULONGLONG m_ullOwner; // 0 when free; bit 0: somebody waits; above it the number of the owning thread
