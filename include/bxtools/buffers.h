@@ -31,7 +31,8 @@ DLL_EXPORT_MOD BOOL DLL_EXPORT EpandTCHARBuffer( BOOL fWithCopy, ULONG* puBuffer
 // Result: the text, in the thread's buffer: valid until this thread's next call, and not for other threads. NULL with
 // one report when the text would be longer than 20,478 characters (a buffer that has grown before reaches further)
 // or a pointer is null. In the steady state nothing is allocated.
-DLL_EXPORT_MOD LPCTSTR DLL_EXPORT internalBuildStr( LPCTSTR pFormat, va_list argptr ) BX_FORMAT_ATTRIBUTE( 1, 0 );
+DLL_EXPORT_MOD LPCTSTR DLL_EXPORT internalBuildStr( LPCTSTR pFormat, va_list argptr )
+    BX_PRINTF_FORMAT( 1, 0 );
 
 // Copies a text into a buffer of lDestSize characters and terminates it.
 //   pSource  its length counts modulo 65,536; kept so.
