@@ -6,7 +6,6 @@
 #   <name>_inspect  the same objects with everything reachable, for tests of what is not exported
 function( bxtools_add_library name )
     cmake_parse_arguments( PARSE_ARGV 1 arg "" "BUILD_MACRO" "LINK" )
-    string( TOUPPER ${name} upper )
 
     add_library( ${name}_objects OBJECT )
     set_target_properties( ${name}_objects PROPERTIES
