@@ -1,0 +1,112 @@
+// The registry of per-thread objects. A part of the library that wants one object per thread hands a pair of
+// functions to GetThreadSpecialObject: the first makes the object, on the thread's first request for the pair; the
+// second destroys it, on the same thread when the thread ends, or at process detach for the thread that performs it.
+//
+// The registry knows nothing but such pairs. What it owns: one thread-local slot, in which each thread that calls in
+// gets a container of its objects (core/threadcontainer.h), and the libraries that were loaded at process attach.
+// Every failing member reports once to the hook of the object; nothing is thrown.
+#pragma once
+
+#include "core/guards.h"
+
+#include <bxtools/baseobject.h>
+
+#include <atomic>
+#include <cstdarg>
+
+class CThreadGlobalObjectInterface;
+class _HANDLEList;
+
+// Makes an object, which becomes the thread's. Result: the object, NULL on failure (the next request tries again).
+// Must not rely on another per-thread object being present, and must not wait for another thread.
+typedef LPVOID( DLL_EXPORT* CreateThreadElemFuc )();
+
+// Destroys such an object. NULL, which comes where the object could never be made, is to be reported.
+// Result: TRUE when the object was destroyed; it is not used.
+typedef BOOL( DLL_EXPORT* DeleteThreadElemFuc )( LPVOID );
+
+// The calling thread's object for the pair, made on its first request.
+// Result: the object, the registry's; NULL with a report when it cannot be had, always after process detach.
+// Threads: any; each has its own objects. The last error is preserved. Never throws.
+LPVOID GetThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
+
+// How a container came to be.
+inline constexpr int GLOBAL_OBJ_FROM_PROCESS = 1; // made during process attach
+inline constexpr int GLOBAL_OBJ_FROM_THREAD = 2;  // made on a thread's first use
+
+// One object of one thread, with the pair of functions that make and destroy it.
+class CThreadGlobalObjectElemInterface : public BaseObject2
+{
+public:
+    CThreadGlobalObjectElemInterface( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
+    // Hands the object to the deleter, also when there is none: the deleter then reports it.
+    ~CThreadGlobalObjectElemInterface();
+    CThreadGlobalObjectElemInterface( const CThreadGlobalObjectElemInterface& ) = delete;
+    CThreadGlobalObjectElemInterface& operator=( const CThreadGlobalObjectElemInterface& ) = delete;
+
+    // The object, made now if there is none yet; NULL when the creator gives none, or throws.
+    LPVOID GetObj();
+    // The object if there is one.
+    LPVOID PeekObj() const { return m_plObj; }
+    BOOL CompareEqual( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc ) const
+    {
+        return m_pCreatorFunc == pCreateFunc && m_pDeleteFunc == pDeleteFunc;
+    }
+
+private:
+    LPVOID m_plObj = NULL;
+    CreateThreadElemFuc m_pCreatorFunc;
+    DeleteThreadElemFuc m_pDeleteFunc;
+};
+
+// The registry itself.
+// Threads: any. The attach lock is held while something is made or destroyed; a thread that only asks for what it
+// has already takes no lock.
+class DLLMainGlobalThreadData : public BaseObject2
+{
+public:
+    DLLMainGlobalThreadData();
+    // Releases the cells of the library handles and the locks: only when no thread can call in any more.
+    ~DLLMainGlobalThreadData();
+    DLLMainGlobalThreadData( const DLLMainGlobalThreadData& ) = delete;
+    DLLMainGlobalThreadData& operator=( const DLLMainGlobalThreadData& ) = delete;
+
+    // Loads the libraries, allocates the slot and makes the calling thread's container.
+    //   pMyDbgFunc  becomes the debug hook; NULL leaves it as it is. Behind it come the names of the libraries to
+    //               load, ended by a null pointer.
+    // Result: FALSE with one report when a step failed; the steps before it are not undone. A second attach is
+    // refused, and counted; kept so.
+    BOOL OnProcessATTACH( MYDBGFUNC pMyDbgFunc, ... );
+    // Destroys the calling thread's objects (a thread without any first gets a container; kept so), frees the slot,
+    // releases the libraries. Containers of other threads are left alone.
+    BOOL OnProcessDETACH();
+    // Does nothing. Result: TRUE.
+    BOOL OnThreadATTACH();
+    // Destroys the calling thread's objects; TRUE also for a thread that has none.
+    BOOL OnThreadDETACH();
+
+    // The calling thread's container, made if needed; NULL with one report when it cannot be had.
+    CThreadGlobalObjectInterface* GetThreadGlobalObject();
+    // See the free function of that name.
+    LPVOID GetThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
+
+    // Enter and leave the function-level lock, which is not the attach lock.
+    void LockOnFunctionLevel() BX_ACQUIRE( m_aFunctionSection );
+    void UnLockOnFunctionLevel() BX_RELEASE( m_aFunctionSection );
+
+private:
+    static BOOL CheckTLS( DWORD& dwTlsOffset, BOOL fCreate );
+    BOOL CheckHandleList();
+    BOOL LoadLibraries( va_list argptr );
+    BOOL KeepLibrary( HMODULE hTempModule );
+    void FreeLibraries();
+    LPVOID CreateThreadGlobalObject( int nMode );
+    BOOL DeleteThreadGlobalObject( BOOL fOnThreadDetach );
+    CThreadGlobalObjectInterface* internalGetThreadGlobalObject( BOOL fOnThreadDetach );
+
+    _HANDLEList* m_pLibraryHandleList = NULL;
+    CriticalSection m_aAttachSection;
+    CriticalSection m_aFunctionSection;
+    std::atomic<DWORD> m_dwTlsGlobalOffset{ TLS_OUT_OF_INDEXES };
+    LONG volatile m_lProcessCount = 0;
+};
