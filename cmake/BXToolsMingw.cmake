@@ -27,3 +27,7 @@ foreach( dll ${BXTOOLS_COMPILER_DLLS} )
     list( APPEND copies "${copy}" )
 endforeach()
 add_custom_target( compiler_dlls ALL DEPENDS ${copies} )
+
+if( NOT CMAKE_CROSSCOMPILING_EMULATOR AND CMAKE_CROSSCOMPILING )
+    set( CMAKE_CROSSCOMPILING_EMULATOR "${PROJECT_SOURCE_DIR}/scripts/lib/under-wine" "${PROJECT_BINARY_DIR}/wine" )
+endif()

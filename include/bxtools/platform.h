@@ -9,7 +9,7 @@
 #include <bxtools/export.h>
 #include <bxtools/wintypes.h>
 
-#if !defined( _WIN32 )
+#if defined( BX_PLATFORM_LAYER )
 
 #include <stdarg.h>
 

@@ -70,6 +70,9 @@
 #include <stddef.h>
 #include <stdint.h>
 
+// The system's functions are this library's own here, and platform.h declares them.
+#define BX_PLATFORM_LAYER
+
 // Calling conventions and parameter marks that Windows sources carry; they mean nothing here.
 #define WINAPI
 #define APIENTRY
