@@ -1,0 +1,357 @@
+// The library's string: MStringAdapter adds reports, buffers, formatting and wide texts to the text storage,
+// MString adds numbers, tokens and comparison with what a caller has at hand.
+//
+// In all of it:
+// - A text is a sequence of bytes of any length; zeros count as characters where a length is known (copies, parts,
+//   edits, comparison of two strings) and end the text where only a pointer is given. A null pointer is the empty text.
+// - No member throws, but for a position past the end given to GetAt or operator[], which throws RWBoundsErr.
+//   Whatever else fails sends one report to the string's debug hook (the library's own, unless SetFuncPtr set
+//   another) and gives an empty text, -1, 0 or the value named below; short of memory, the string stays as it was.
+// - Positions count from 0. Positions and counts past the end are clamped: a part is what is there of it.
+//   Arguments of 16 bits reach the first 65,535 characters or tokens only; the work behind them has no such limit.
+// - Upper case and case-blind comparison concern the ASCII letters.
+// Threads: a string belongs to one thread at a time; copies are independent.
+#pragma once
+
+#include <bxtools/baseobject.h>
+#include <bxtools/rwcstring.h>
+
+#include <compare>
+#include <concepts>
+#include <utility>
+
+class DLL_EXPORT_MOD MStringAdapter : public RWCString, public BaseObject2
+{
+public:
+    // The empty string, a copy, and a string that takes the text over and leaves the source empty. Copies are of the
+    // text only: hooks and buffers stay where they are, and the new string reports to the library's debug hook.
+    MStringAdapter() noexcept;
+    MStringAdapter( const MStringAdapter& aOther ) noexcept;
+    MStringAdapter( MStringAdapter&& aOther ) noexcept;
+    // A copy of another string's text; NULL gives the empty string.
+    MStringAdapter( const MStringAdapter* pOther ) noexcept;
+    // A copy of a text up to its zero; NULL gives the empty string.
+    MStringAdapter( LPCTSTR lpsz );
+    MStringAdapter( const unsigned char* lpsz );
+    // A copy of the first nLength characters, zeros included; the text must have that many. NULL, or a length of 0 or
+    // less, gives the empty string.
+    MStringAdapter( LPCTSTR lpch, int nLength );
+    // One character, or the same one nRepeat times. A count of 0 or less is reported and gives the empty string.
+    explicit MStringAdapter( TCHAR ch ) noexcept;
+    MStringAdapter( TCHAR ch, int nRepeat );
+    ~MStringAdapter()
+    {
+        if ( m_pDataBuffer != NULL || m_pConvertBuffer != NULL || m_pWideBuffer != NULL )
+            DeleteBuffers();
+    }
+
+    // Make the text a copy; hooks and buffers stay.
+    MStringAdapter& operator=( const MStringAdapter& aOther ) noexcept
+    {
+        RWCString::operator=( aOther );
+        return *this;
+    }
+    MStringAdapter& operator=( MStringAdapter&& aOther ) noexcept
+    {
+        RWCString::operator=( static_cast<RWCString&&>( aOther ) );
+        return *this;
+    }
+    MStringAdapter& operator=( LPCTSTR lpsz )
+    {
+        AssignText( lpsz );
+        return *this;
+    }
+    MStringAdapter& operator=( const unsigned char* lpsz )
+    {
+        AssignText( reinterpret_cast<LPCTSTR>( lpsz ) );
+        return *this;
+    }
+    MStringAdapter& operator=( TCHAR ch );
+
+    // Add a text at the end; it may be this string's own.
+    MStringAdapter& operator+=( const MStringAdapter& aOther )
+    {
+        AppendText( aOther.data(), aOther.length() );
+        return *this;
+    }
+    MStringAdapter& operator+=( LPCTSTR lpsz )
+    {
+        AppendText( lpsz );
+        return *this;
+    }
+    MStringAdapter& operator+=( const unsigned char* lpsz )
+    {
+        AppendText( reinterpret_cast<LPCTSTR>( lpsz ) );
+        return *this;
+    }
+    MStringAdapter& operator+=( TCHAR ch )
+    {
+        AppendText( &ch, 1 );
+        return *this;
+    }
+
+    // The text, zero-terminated; valid until the string is changed or ends.
+    operator LPCTSTR() const noexcept { return data(); }
+    // The number of characters.
+    size_t GetLength() const noexcept { return length(); }
+    BOOL IsEmpty() const noexcept { return length() == 0; }
+
+    // The character at nIndex. A negative index is reported and gives 0; one past the last character throws
+    // RWBoundsErr, the only exception that leaves a string.
+    TCHAR GetAt( int nIndex ) const { return ( *this )[nIndex]; }
+    TCHAR operator[]( int nIndex ) const
+    {
+        return nIndex < 0 ? ReportNegativeIndex() : at( static_cast<size_t>( nIndex ) );
+    }
+    // The same for an index of any other integer type, which would otherwise index the bare pointer.
+    template <std::integral Index>
+    TCHAR operator[]( Index aIndex ) const
+    {
+        return std::cmp_less( aIndex, 0 ) ? ReportNegativeIndex() : at( static_cast<size_t>( aIndex ) );
+    }
+    // Changes the character at nIndex; an index outside 0 to length - 1 is reported and changes nothing.
+    void SetAt( int nIndex, TCHAR ch );
+
+    // The position of a character's first or last occurrence; -1 when absent.
+    int Find( TCHAR ch ) const noexcept;
+    int ReverseFind( TCHAR ch ) const noexcept;
+
+    // Negative, 0 or positive as this text is before, equal to or after lpsz. The order is that of the character
+    // values, 0 to 255; CompareNoCase takes ASCII letters as equal in either case.
+    int Compare( LPCTSTR lpsz ) const noexcept;
+    int CompareNoCase( LPCTSTR lpsz ) const noexcept;
+
+    // The first ulCount characters; the last ones; uCount characters from uStart on. What is not there is left out.
+    MStringAdapter Left( ULONG ulCount ) const;
+    MStringAdapter Right( ULONG ulCount ) const;
+    MStringAdapter Copy( USHORT uStart, USHORT uCount ) const;
+
+    // Take away ulCount characters from ulStart on; put a text in front of position ulPosition (past the end: append
+    // it); take away all occurrences of c, those before the first other character, those after the last one.
+    // Result: this string.
+    MStringAdapter& Erase( size_t ulStart, size_t ulCount );
+    MStringAdapter& Insert( size_t ulPosition, LPCTSTR lpsz );
+    MStringAdapter& EraseAllChars( TCHAR c );
+    MStringAdapter& EraseLeadingChars( TCHAR c );
+    MStringAdapter& EraseTrailingChars( TCHAR c );
+
+    // Makes the ASCII letters upper case.
+    void MakeUpper();
+    // Makes the string empty.
+    void Empty() noexcept { RWCString::operator=( RWCString() ); }
+
+    // Gives out a buffer with a copy of the text, to be written in and taken back by ReleaseBuffer. Until then the
+    // string itself keeps its text.
+    //   nMinBufLength  the number of characters to make room for, beside the terminator; at least the text has room.
+    // Result: the buffer, the string's, valid until the next GetBuffer or the string's end; NULL with one report when
+    // there is no memory.
+    LPTSTR GetBuffer( int nMinBufLength );
+    // Makes the buffer's text the string's text. Without a buffer, with a length past it or below -1, or when there is
+    // no terminator to be found, it reports and leaves the string as it was.
+    //   nNewLength  the number of characters to take; -1: those up to the terminator.
+    void ReleaseBuffer( int nNewLength = -1 );
+
+    // Formats like printf; the text becomes the result. The arguments may be this string's own text.
+    //   lpszFormat  not empty.
+    // A result that does not fit after the buffer has grown 20 times, 19,487 characters for a fresh string and up to
+    // 31,775 for one that has formatted long texts before, is reported, as is an empty format; the string then keeps
+    // its text.
+    void Format( LPCTSTR lpszFormat, ... ) BX_PRINTF_FORMAT( 2, 3 );
+
+    // A new automation string of the text, the caller's to free with SysFreeString. Bytes that are no text in the
+    // system's character set (UTF-8 on Linux) become U+FFFD there. NULL with one report when there is no memory.
+    BSTR AllocSysString() const;
+    // Makes *pbstr, an automation string or NULL, the text, reallocated; the old one is gone on success.
+    // Result: the new *pbstr; with no memory one report, and *pbstr as it was.
+    BSTR SetSysString( BSTR* pbstr ) const;
+    // The wide form of a text (NULL: of this string's own), zero-terminated.
+    // Result: the string's own buffer, valid until its next Char2Unicode or its end; NULL with one report when there is
+    // no memory.
+    LPWSTR Char2Unicode( LPCTSTR lpsz );
+    // Takes the wide text of the last Char2Unicode, with what its caller changed in it, back as this string's text.
+    // Result: the text; without a preceding Char2Unicode the text as it is.
+    LPCTSTR Unicode2Char();
+
+    // Equality and order of whole texts, zeros included, and against a text up to its zero, from either side.
+    friend bool operator==( const MStringAdapter& aLeft, const MStringAdapter& aRight ) noexcept
+    {
+        return aLeft.equals( aRight.data(), aRight.length() );
+    }
+    friend bool operator==( const MStringAdapter& aLeft, LPCTSTR pRight ) noexcept
+    {
+        return aLeft.Compare( pRight ) == 0;
+    }
+    friend std::strong_ordering operator<=>( const MStringAdapter& aLeft,
+                                             const MStringAdapter& aRight ) noexcept
+    {
+        return aLeft.compare( aRight.data(), aRight.length() ) <=> 0;
+    }
+    friend std::strong_ordering operator<=>( const MStringAdapter& aLeft, LPCTSTR pRight ) noexcept
+    {
+        return aLeft.Compare( pRight ) <=> 0;
+    }
+
+protected:
+    // Short of memory, these report under their own name and leave the text as it was.
+    void AssignText( LPCTSTR pText, size_t ulLength );
+    void AssignText( LPCTSTR pText );
+    void AppendText( LPCTSTR pText, size_t ulLength );
+    void AppendText( LPCTSTR pText );
+    void ReplaceText( size_t ulStart, size_t ulCount, LPCTSTR pText, size_t ulLength );
+    // ulCount characters from ulStart on, what is there of them.
+    MStringAdapter Part( size_t ulStart, size_t ulCount ) const;
+
+private:
+    BOOL ExpandBuffer( LPTSTR* ppBuffer, ULONG* pulBuffSize, ULONG ulNewBuffSize = 0xFFFFFFFF );
+    void DeleteBuffers() noexcept;
+    TCHAR ReportNegativeIndex() const;
+
+    LPTSTR m_pDataBuffer = NULL;
+    ULONG m_ulDataBufferSize = 0;
+    LPTSTR m_pConvertBuffer = NULL;
+    ULONG m_ulConvertBufferSize = 0;
+    LPTSTR m_pWideBuffer = NULL;
+    ULONG m_ulWideBufferSize = 0;
+};
+
+class DLL_EXPORT_MOD MString : public MStringAdapter
+{
+public:
+    // As for MStringAdapter. A copy of an MString has its safe mode, too.
+    MString() noexcept;
+    MString( const MString& aOther ) noexcept;
+    MString( MString&& aOther ) noexcept;
+    MString( const MStringAdapter& aOther ) noexcept;
+    MString( MStringAdapter&& aOther ) noexcept;
+    MString( const MStringAdapter* pOther ) noexcept;
+    MString( LPCTSTR lpsz );
+    MString( const unsigned char* lpsz );
+    MString( LPCTSTR lpch, int nLength );
+    MString( TCHAR ch ) noexcept;
+    MString( TCHAR ch, int nRepeat );
+    // The text of a number: decimal for integers, as "%f" (six decimals, always with a point) for float and double.
+    MString( short nValue );
+    MString( int nValue );
+    MString( unsigned int unValue );
+    MString( long lValue );
+    MString( unsigned long ulValue );
+    MString( long long llValue );
+    MString( unsigned long long ullValue );
+    MString( float fValue );
+    MString( double dValue );
+    // The text of an address: 0x and at least eight hexadecimal digits; ten zeros for NULL.
+    MString( const void* pValue );
+
+    // The same, as assignment. Only that of an MString takes its safe mode along.
+    MString& operator=( const MString& aOther ) noexcept;
+    MString& operator=( MString&& aOther ) noexcept;
+    MString& operator=( const MStringAdapter& aOther ) noexcept;
+    MString& operator=( MStringAdapter&& aOther ) noexcept;
+    MString& operator=( LPCTSTR lpsz );
+    MString& operator=( const unsigned char* lpsz );
+    MString& operator=( TCHAR ch );
+    MString& operator=( short nValue );
+    MString& operator=( int nValue );
+    MString& operator=( unsigned int unValue );
+    MString& operator=( long lValue );
+    MString& operator=( unsigned long ulValue );
+    MString& operator=( long long llValue );
+    MString& operator=( unsigned long long ullValue );
+    MString& operator=( float fValue );
+    MString& operator=( double dValue );
+    MString& operator=( const void* pValue );
+
+    // The same, added at the end.
+    MString& operator+=( const MStringAdapter& aOther );
+    MString& operator+=( LPCTSTR lpsz );
+    MString& operator+=( const unsigned char* lpsz );
+    MString& operator+=( TCHAR ch );
+    MString& operator+=( short nValue );
+    MString& operator+=( int nValue );
+    MString& operator+=( unsigned int unValue );
+    MString& operator+=( long lValue );
+    MString& operator+=( unsigned long ulValue );
+    MString& operator+=( long long llValue );
+    MString& operator+=( unsigned long long ullValue );
+    MString& operator+=( float fValue );
+    MString& operator+=( double dValue );
+    MString& operator+=( const void* pValue );
+
+    // Switches the check of texts before they become numbers on (any value but 0) or off. Off at first.
+    void SetSafeMode( int nSafeMode ) noexcept;
+
+    // The number at the start of the text: leading blanks, a sign, then decimal digits up to the first other
+    // character; 0 when there are none. What a type cannot hold comes out as the C library's functions leave it:
+    // int, short and unsigned short keep the low bits of a 64-bit number, the rest ends at its type's limit.
+    // In safe mode a text that is not wholly a number, or is beyond the 32 bits (16 for short and toUS) of its type,
+    // is reported and gives the value behind the function. A minus sign does not make an unsigned number invalid.
+    operator int() const;           // 0x7FFFFFFF
+    operator unsigned int() const;  // 0xFFFFFFFF
+    operator long() const;          // 0x7FFFFFFF
+    operator unsigned long() const; // 0xFFFFFFFF
+    operator short() const;         // 0x7FFF
+    USHORT toUS() const;            // 0xFFFF
+    // A decimal number with point and exponent at the start of the text, whatever the process's locale; 0 when there
+    // is none. Safe mode is not made for them: it sends a remark to the debug hook and gives 1e25.
+    operator float() const;
+    operator double() const;
+    // The first character; 0 for the empty string.
+    operator char() const noexcept { return length() == 0 ? TCHAR( 0 ) : data()[0]; }
+
+    // TRUE when all characters are decimal digits, and for the empty string. With fWithSign a "-" may come first, if
+    // something follows it.
+    BOOL IsNumeric( BOOL fWithSign ) const noexcept;
+
+    // The position of a text's first occurrence at or after nStart (below 0: 0); -1 when absent. The empty text is
+    // found wherever one looks.
+    int FindStr( LPCTSTR lpsz, int nStart = 0 ) const noexcept;
+    // Takes uCount characters from uStart on out of the string. Result: what has been taken out.
+    MStringAdapter Cut( USHORT uStart, USHORT uCount );
+
+    // Tokens: what stands between delimiters, numbered from 0. Each delimiter ends a token, so that two beside each
+    // other have an empty token between them, and what follows the last one is the last token.
+    //
+    // Token number uToken; empty when there are not that many. A delimiter of 0 is reported and gives the empty string.
+    MStringAdapter GetToken( USHORT uToken, TCHAR c ) const;
+    // The number of tokens, modulo 65,536: 1 for the empty string, kept so. A delimiter of 0 is reported and gives 0.
+    USHORT GetTokenCount( TCHAR c ) const;
+    // The same with a text as delimiter. With a null or empty delimiter, or of the empty string, every token is empty
+    // and the count is 1; nothing is reported.
+    MStringAdapter GetTokenStr( USHORT uToken, LPCTSTR lpszDelimiter ) const;
+    USHORT GetTokenCountStr( LPCTSTR lpszDelimiter ) const noexcept;
+    // Takes token uToken away together with the delimiter after it, or, for the last token, before it.
+    // Result: 1; 0 when nothing was done: there is no such token, or no delimiter at all.
+    int DeleteTokenStr( USHORT uToken, LPCTSTR lpszDelimiter );
+    // Puts a text in the place of token uToken.
+    // Result: 1; 0 when nothing was done: there is no such token (a text without delimiters is its token 0).
+    int ReplaceTokenStr( USHORT uToken, LPCTSTR lpszDelimiter, LPCTSTR lpszNewToken );
+
+    // Makes the text that of nLength 16-bit units of a wide text (below 0: up to its zero); NULL gives the empty text.
+    // Result: TRUE; FALSE with one report when there is no memory.
+    BOOL FromBSTR( LPCWSTR pWideText, int nLength = -1 );
+
+private:
+    BOOL IsValidRange( int nType ) const;
+    BOOL IsValidFloatRange( int nType ) const;
+    bool GetTokenPosStr( size_t ulToken, LPCTSTR lpszDelimiter, size_t& ulStart,
+                         size_t& ulEnd ) const noexcept;
+    template <class Number>
+    MString& AppendNumber( Number aValue );
+    template <class Number>
+    MString& AssignNumber( Number aValue );
+
+    BOOL m_fSafeMode = FALSE;
+};
+
+// A new string of aLeft's text with aRight added, for whatever can be added to an MString.
+template <std::derived_from<MStringAdapter> Left, class Right>
+requires requires( MString& aString, const Right& aRight )
+{
+    aString += aRight;
+}
+MString operator+( const Left& aLeft, const Right& aRight )
+{
+    MString aResult( aLeft );
+    aResult += aRight;
+    return aResult;
+}
