@@ -1,0 +1,53 @@
+// OutputDebugStringA raises an exception for a debugger; a handler in the process sees it first.
+#include "support/debugcapture.h"
+
+#include <mutex>
+#include <utility>
+#include <windows.h>
+
+namespace
+{
+
+struct Capture
+{
+    std::mutex aLock;
+    std::string strText;
+    PVOID pHandler = NULL;
+};
+
+Capture& TheCapture()
+{
+    static Capture aCapture;
+    return aCapture;
+}
+
+LONG CALLBACK OnException( PEXCEPTION_POINTERS pPointers )
+{
+    const EXCEPTION_RECORD& rRecord = *pPointers->ExceptionRecord;
+    if ( rRecord.ExceptionCode != DBG_PRINTEXCEPTION_C || rRecord.NumberParameters < 2 )
+        return EXCEPTION_CONTINUE_SEARCH;
+    const std::lock_guard aGuard( TheCapture().aLock );
+    TheCapture().strText += reinterpret_cast<LPCSTR>( rRecord.ExceptionInformation[1] );
+    return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+} // namespace
+
+void PrepareTestProcess( char** ) {}
+
+void StartDebugCapture()
+{
+    TakeDebugOutput();
+    TheCapture().pHandler = AddVectoredExceptionHandler( 1, &OnException );
+}
+
+void EndDebugCapture()
+{
+    RemoveVectoredExceptionHandler( TheCapture().pHandler );
+}
+
+std::string TakeDebugOutput()
+{
+    const std::lock_guard aGuard( TheCapture().aLock );
+    return std::exchange( TheCapture().strText, {} );
+}
