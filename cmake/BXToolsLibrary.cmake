@@ -1,11 +1,11 @@
-# bxtools_add_library( <name> BUILD_MACRO <macro> [LINK <target>...] )
+# bxtools_add_library( <name> BUILD_MACRO <macro> [SOVERSION <number>] [LINK <target>...] [LINK_PUBLIC <target>...] )
 #
 # One library in three forms, made from one set of objects:
 #   <name>_objects  all its code; folders add their files to it with target_sources
 #   <name>          the library as shipped: exports what is marked for export, nothing else
 #   <name>_inspect  the same objects with everything reachable, for tests of what is not exported
 function( bxtools_add_library name )
-    cmake_parse_arguments( PARSE_ARGV 1 arg "" "BUILD_MACRO" "LINK" )
+    cmake_parse_arguments( PARSE_ARGV 1 arg "" "BUILD_MACRO;SOVERSION" "LINK;LINK_PUBLIC" )
 
     add_library( ${name}_objects OBJECT )
     set_target_properties( ${name}_objects PROPERTIES
@@ -15,37 +15,41 @@ function( bxtools_add_library name )
                            VISIBILITY_INLINES_HIDDEN ON )
     target_compile_definitions( ${name}_objects PRIVATE ${arg_BUILD_MACRO} BXTOOLS_VERSION="${PROJECT_VERSION}" )
     target_include_directories( ${name}_objects PRIVATE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/include" )
-    target_link_libraries( ${name}_objects PRIVATE bxtools_warnings ${arg_LINK} )
+    target_link_libraries( ${name}_objects PRIVATE bxtools_warnings ${arg_LINK} ${arg_LINK_PUBLIC} )
     if( CMAKE_CXX_COMPILER_ID MATCHES "Clang" )
         # Nothing may run before main but the library's one global object, which says so itself.
         target_compile_options( ${name}_objects PRIVATE -Wglobal-constructors )
     endif()
 
     add_library( ${name} SHARED )
-    bxtools_finish_shared( ${name} ${name} LINK ${arg_LINK} )
+    bxtools_finish_shared( ${name} ${name} LINK ${arg_LINK} LINK_PUBLIC ${arg_LINK_PUBLIC} )
+    if( arg_SOVERSION )
+        set_target_properties( ${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${arg_SOVERSION} )
+    endif()
     if( WIN32 )
         add_library( ${name}_inspect SHARED )
-        bxtools_finish_shared( ${name}_inspect ${name} LINK ${arg_LINK} )
+        bxtools_finish_shared( ${name}_inspect ${name} LINK ${arg_LINK} LINK_PUBLIC ${arg_LINK_PUBLIC} )
         target_link_options( ${name}_inspect PRIVATE -Wl,--export-all-symbols )
         target_include_directories( ${name}_inspect INTERFACE "${PROJECT_SOURCE_DIR}" )
     else()
         add_library( ${name}_inspect INTERFACE )
-        target_link_libraries( ${name}_inspect INTERFACE $<TARGET_OBJECTS:${name}_objects> ${arg_LINK} )
+        target_link_libraries( ${name}_inspect INTERFACE $<TARGET_OBJECTS:${name}_objects>
+                               ${arg_LINK} ${arg_LINK_PUBLIC} )
         target_include_directories( ${name}_inspect INTERFACE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/include" )
     endif()
 endfunction()
 
 # A shared library from the objects of <base>: its name on either system, and a link that leaves nothing open.
 function( bxtools_finish_shared name base )
-    cmake_parse_arguments( PARSE_ARGV 2 arg "" "" "LINK" )
+    cmake_parse_arguments( PARSE_ARGV 2 arg "" "" "LINK;LINK_PUBLIC" )
     string( TOUPPER ${name} upper )
     target_sources( ${name} PRIVATE $<TARGET_OBJECTS:${base}_objects> )
     target_include_directories( ${name} INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                                                   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}> )
-    target_link_libraries( ${name} PRIVATE ${arg_LINK} )
+    target_link_libraries( ${name} PRIVATE ${arg_LINK} PUBLIC ${arg_LINK_PUBLIC} )
     set_target_properties( ${name} PROPERTIES LINKER_LANGUAGE CXX )
     if( WIN32 )
-        set_target_properties( ${name} PROPERTIES PREFIX "" OUTPUT_NAME ${upper} SUFFIX ".DLL" )
+        set_target_properties( ${name} PROPERTIES PREFIX "" SUFFIX ".DLL" RUNTIME_OUTPUT_NAME ${upper} )
         add_dependencies( ${name} compiler_dlls )
         return()
     endif()
@@ -55,7 +59,8 @@ function( bxtools_finish_shared name base )
         # A sanitizer's own names come from the program.
         target_link_options( ${name} PRIVATE -Wl,--no-undefined )
     endif()
-    set_target_properties( ${name} PROPERTIES LINK_DEPENDS "${script}" INSTALL_RPATH "$ORIGIN" )
+    set_target_properties( ${name} PROPERTIES LINK_DEPENDS "${script}"
+                           INSTALL_RPATH "$ORIGIN" BUILD_WITH_INSTALL_RPATH ON )
 endfunction()
 
 # bxtools_twin_sources( <target> <stem>... ): what has no common form on the two systems, <stem>_posix.cpp and
