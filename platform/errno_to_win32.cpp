@@ -1,0 +1,78 @@
+#include "platform/errno_to_win32.h"
+
+#include <bxtools/platform.h>
+
+#include <cerrno>
+
+namespace
+{
+struct ErrnoEntry
+{
+    int nErrno;
+    DWORD dwError;
+};
+
+constexpr ErrnoEntry g_aErrnos[] = {
+    { 0, ERROR_SUCCESS },
+    { EPERM, ERROR_ACCESS_DENIED },
+    { ENOENT, ERROR_FILE_NOT_FOUND },
+    { ESRCH, ERROR_INVALID_PARAMETER },
+    { EINTR, ERROR_OPERATION_ABORTED },
+    { EIO, ERROR_IO_DEVICE },
+    { ENXIO, ERROR_NOT_READY },
+    { ENOEXEC, ERROR_BAD_EXE_FORMAT },
+    { EBADF, ERROR_INVALID_HANDLE },
+    { ECHILD, ERROR_WAIT_NO_CHILDREN },
+    { EAGAIN, ERROR_LOCK_VIOLATION },
+    { ENOMEM, ERROR_NOT_ENOUGH_MEMORY },
+    { EACCES, ERROR_ACCESS_DENIED },
+    { EFAULT, ERROR_NOACCESS },
+    { EBUSY, ERROR_BUSY },
+    { EEXIST, ERROR_FILE_EXISTS },
+    { EXDEV, ERROR_NOT_SAME_DEVICE },
+    { ENODEV, ERROR_DEV_NOT_EXIST },
+    { ENOTDIR, ERROR_PATH_NOT_FOUND },
+    { EISDIR, ERROR_ACCESS_DENIED },
+    { EINVAL, ERROR_INVALID_PARAMETER },
+    { ENFILE, ERROR_TOO_MANY_OPEN_FILES },
+    { EMFILE, ERROR_TOO_MANY_OPEN_FILES },
+    { ENOTTY, ERROR_INVALID_FUNCTION },
+    { ETXTBSY, ERROR_SHARING_VIOLATION },
+    { EFBIG, ERROR_DISK_FULL },
+    { ENOSPC, ERROR_DISK_FULL },
+    { ESPIPE, ERROR_SEEK_ON_DEVICE },
+    { EROFS, ERROR_WRITE_PROTECT },
+    { EMLINK, ERROR_TOO_MANY_LINKS },
+    { EPIPE, ERROR_BROKEN_PIPE },
+    { EDEADLK, ERROR_POSSIBLE_DEADLOCK },
+    { ENAMETOOLONG, ERROR_FILENAME_EXCED_RANGE },
+    { ENOLCK, ERROR_NO_SYSTEM_RESOURCES },
+    { ENOSYS, ERROR_CALL_NOT_IMPLEMENTED },
+    { ENOTEMPTY, ERROR_DIR_NOT_EMPTY },
+    { ELOOP, ERROR_BAD_PATHNAME },
+    { EOVERFLOW, ERROR_FILE_TOO_LARGE },
+    { EILSEQ, ERROR_INVALID_NAME },
+    { EOPNOTSUPP, ERROR_NOT_SUPPORTED },
+    { ETIMEDOUT, ERROR_TIMEOUT },
+    { ESTALE, ERROR_NETNAME_DELETED },
+    { EUCLEAN, ERROR_DISK_CORRUPT },
+    { EDQUOT, ERROR_DISK_FULL },
+    { ENOMEDIUM, ERROR_NOT_READY },
+    { ECANCELED, ERROR_OPERATION_ABORTED },
+};
+} // namespace
+
+DWORD ErrnoToWin32( int nErrno ) noexcept
+{
+    for ( const ErrnoEntry& rEntry : g_aErrnos )
+    {
+        if ( rEntry.nErrno == nErrno )
+            return rEntry.dwError;
+    }
+    return ERROR_GEN_FAILURE;
+}
+
+void SetLastErrorFromErrno() noexcept
+{
+    SetLastError( ErrnoToWin32( errno ) );
+}

@@ -1,0 +1,79 @@
+#include "platform/forkhandlers.h"
+
+#include "platform/handletable.h"
+#include "platform/module.h"
+#include "platform/threadstate.h"
+#include "platform/tls.h"
+
+#include <atomic>
+#include <iterator>
+#include <pthread.h>
+
+namespace
+{
+struct ForkHandlers
+{
+    ForkFunc pPrepare;
+    ForkFunc pParent;
+    ForkFunc pChild;
+};
+
+// Outermost lock first.
+constexpr ForkHandlers g_aFamilies[] = {
+    { LockModules, UnlockModules, UnlockModules },
+    { LockHandleTable, UnlockHandleTable, ResetHandleTableInChild },
+    { LockTls, UnlockTls, ResetTlsInChild },
+};
+
+constinit std::atomic<ForkFunc> g_pLibraryPrepare{ nullptr };
+constinit std::atomic<ForkFunc> g_pLibraryParent{ nullptr };
+constinit std::atomic<ForkFunc> g_pLibraryChild{ nullptr };
+
+constinit pthread_once_t g_aInstalled = PTHREAD_ONCE_INIT;
+
+void Call( const std::atomic<ForkFunc>& rFunc )
+{
+    if ( const ForkFunc pFunc = rFunc.load( std::memory_order_acquire ) )
+        pFunc();
+}
+
+void OnPrepare()
+{
+    Call( g_pLibraryPrepare );
+    for ( const ForkHandlers& rFamily : g_aFamilies )
+        rFamily.pPrepare();
+}
+
+void OnParent()
+{
+    for ( auto pFamily = std::rbegin( g_aFamilies ); pFamily != std::rend( g_aFamilies ); ++pFamily )
+        pFamily->pParent();
+    Call( g_pLibraryParent );
+}
+
+void OnChild()
+{
+    ResetThreadStateInChild();
+    for ( auto pFamily = std::rbegin( g_aFamilies ); pFamily != std::rend( g_aFamilies ); ++pFamily )
+        pFamily->pChild();
+    Call( g_pLibraryChild );
+}
+
+void Install()
+{
+    pthread_atfork( OnPrepare, OnParent, OnChild );
+}
+} // namespace
+
+void InstallForkHandlers() noexcept
+{
+    pthread_once( &g_aInstalled, Install );
+}
+
+void SetLibraryForkHandlers( ForkFunc pPrepare, ForkFunc pParent, ForkFunc pChild ) noexcept
+{
+    InstallForkHandlers();
+    g_pLibraryPrepare.store( pPrepare, std::memory_order_release );
+    g_pLibraryParent.store( pParent, std::memory_order_release );
+    g_pLibraryChild.store( pChild, std::memory_order_release );
+}

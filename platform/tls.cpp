@@ -1,0 +1,203 @@
+// Thread-local slots. A thread's values lie in one block, which the thread reaches through its own state; the
+// blocks are chained, so that a slot can be emptied in all threads when it is reserved and when it is given
+// back. Hence a read need not ask whether a value is still meant: it takes the pointer and the value.
+
+#include "platform/tls.h"
+
+#include "platform/locked.h"
+#include "platform/threadend.h"
+#include "platform/threadstate.h"
+
+#include <bxtools/platform.h>
+
+#include <atomic>
+#include <bitset>
+#include <new>
+
+typedef std::atomic<LPVOID> TlsValue;
+
+namespace
+{
+// Split as on Windows: most programs never need more than the first part.
+constexpr DWORD FIRST_SLOTS = 64;
+constexpr DWORD MORE_SLOTS = 1024;
+constexpr DWORD ALL_SLOTS = FIRST_SLOTS + MORE_SLOTS;
+
+struct MoreTlsValues
+{
+    TlsValue aValues[MORE_SLOTS];
+};
+} // namespace
+
+struct TlsBlock
+{
+    TlsValue aValues[FIRST_SLOTS];
+    std::atomic<MoreTlsValues*> pMore;
+    TlsBlock* pNext;
+    TlsBlock* pPrevious;
+};
+
+namespace
+{
+// Guards the slots in use and the chain. The values themselves are read and written by their thread without
+// it.
+constinit CRITICAL_SECTION g_aLock{};
+constinit std::bitset<ALL_SLOTS> g_aUsed;
+constinit TlsBlock* g_pFirstBlock = nullptr;
+
+// Where a block keeps a slot's value; null when it never held one.
+TlsValue* FindValue( TlsBlock& rBlock, DWORD dwIndex ) noexcept
+{
+    if ( dwIndex < FIRST_SLOTS )
+        return &rBlock.aValues[dwIndex];
+    MoreTlsValues* const pMore = rBlock.pMore.load( std::memory_order_acquire );
+    return pMore != nullptr ? &pMore->aValues[dwIndex - FIRST_SLOTS] : nullptr;
+}
+
+void EmptySlot( DWORD dwIndex ) noexcept
+{
+    for ( TlsBlock* pBlock = g_pFirstBlock; pBlock != nullptr; pBlock = pBlock->pNext )
+    {
+        if ( TlsValue* const pValue = FindValue( *pBlock, dwIndex ) )
+            pValue->store( nullptr, std::memory_order_relaxed );
+    }
+}
+
+TlsBlock* MakeBlock() noexcept
+{
+    TlsBlock* const pBlock = new ( std::nothrow ) TlsBlock{};
+    if ( pBlock == nullptr )
+        return nullptr;
+    const LockedScope aLocked( g_aLock );
+    pBlock->pNext = g_pFirstBlock;
+    if ( g_pFirstBlock != nullptr )
+        g_pFirstBlock->pPrevious = pBlock;
+    g_pFirstBlock = pBlock;
+    t_aThreadState.pTlsBlock = pBlock;
+    return pBlock;
+}
+
+void FreeBlock( TlsBlock* pBlock ) noexcept
+{
+    delete pBlock->pMore.load( std::memory_order_relaxed );
+    delete pBlock;
+}
+
+// Where the calling thread keeps a slot's value, made on first use; null when memory is short.
+TlsValue* MakeValue( DWORD dwIndex ) noexcept
+{
+    TlsBlock* pBlock = t_aThreadState.pTlsBlock;
+    if ( pBlock == nullptr && ( pBlock = MakeBlock() ) == nullptr )
+        return nullptr;
+    if ( TlsValue* const pValue = FindValue( *pBlock, dwIndex ) )
+        return pValue;
+    MoreTlsValues* const pMore = new ( std::nothrow ) MoreTlsValues{};
+    if ( pMore == nullptr )
+        return nullptr;
+    pBlock->pMore.store( pMore, std::memory_order_release );
+    return &pMore->aValues[dwIndex - FIRST_SLOTS];
+}
+} // namespace
+
+DWORD TlsAlloc()
+{
+    const LockedScope aLocked( g_aLock );
+    for ( DWORD dwIndex = 0; dwIndex < ALL_SLOTS; ++dwIndex )
+    {
+        if ( g_aUsed.test( dwIndex ) )
+            continue;
+        g_aUsed.set( dwIndex );
+        EmptySlot( dwIndex );
+        return dwIndex;
+    }
+    SetLastError( ERROR_NO_MORE_ITEMS );
+    return TLS_OUT_OF_INDEXES;
+}
+
+BOOL TlsFree( DWORD dwIndex )
+{
+    const LockedScope aLocked( g_aLock );
+    if ( dwIndex >= ALL_SLOTS || !g_aUsed.test( dwIndex ) )
+    {
+        SetLastError( ERROR_INVALID_PARAMETER );
+        return FALSE;
+    }
+    g_aUsed.reset( dwIndex );
+    EmptySlot( dwIndex );
+    return TRUE;
+}
+
+LPVOID TlsGetValue( DWORD dwIndex )
+{
+    ThreadState& rState = t_aThreadState;
+    rState.dwLastError = dwIndex < ALL_SLOTS ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
+    TlsBlock* const pBlock = rState.pTlsBlock;
+    if ( pBlock == nullptr || dwIndex >= ALL_SLOTS )
+        return nullptr;
+    TlsValue* const pValue = FindValue( *pBlock, dwIndex );
+    return pValue != nullptr ? pValue->load( std::memory_order_relaxed ) : nullptr;
+}
+
+BOOL TlsSetValue( DWORD dwIndex, LPVOID pNewValue )
+{
+    if ( dwIndex >= ALL_SLOTS )
+    {
+        SetLastError( ERROR_INVALID_PARAMETER );
+        return FALSE;
+    }
+    TlsBlock* const pBlock = t_aThreadState.pTlsBlock;
+    TlsValue* pValue = pBlock != nullptr ? FindValue( *pBlock, dwIndex ) : nullptr;
+    if ( pNewValue != nullptr && ( pValue == nullptr || !t_aThreadState.fEndRequested ) )
+    {
+        pValue = MakeValue( dwIndex );
+        if ( pValue == nullptr || !RequestThreadEnd() )
+        {
+            SetLastError( ERROR_NOT_ENOUGH_MEMORY );
+            return FALSE;
+        }
+    }
+    if ( pValue != nullptr )
+        pValue->store( pNewValue, std::memory_order_relaxed );
+    return TRUE;
+}
+
+void ReleaseTlsOfThread() noexcept
+{
+    TlsBlock* const pBlock = t_aThreadState.pTlsBlock;
+    if ( pBlock == nullptr )
+        return;
+    {
+        const LockedScope aLocked( g_aLock );
+        ( pBlock->pPrevious != nullptr ? pBlock->pPrevious->pNext : g_pFirstBlock ) = pBlock->pNext;
+        if ( pBlock->pNext != nullptr )
+            pBlock->pNext->pPrevious = pBlock->pPrevious;
+        t_aThreadState.pTlsBlock = nullptr;
+    }
+    FreeBlock( pBlock );
+}
+
+void LockTls()
+{
+    EnterCriticalSection( &g_aLock );
+}
+
+void UnlockTls()
+{
+    LeaveCriticalSection( &g_aLock );
+}
+
+void ResetTlsInChild()
+{
+    TlsBlock* const pOwn = t_aThreadState.pTlsBlock;
+    for ( TlsBlock* pBlock = g_pFirstBlock; pBlock != nullptr; )
+    {
+        TlsBlock* const pNext = pBlock->pNext;
+        if ( pBlock != pOwn )
+            FreeBlock( pBlock );
+        pBlock = pNext;
+    }
+    g_pFirstBlock = pOwn;
+    if ( pOwn != nullptr )
+        pOwn->pNext = pOwn->pPrevious = nullptr;
+    UnlockTls();
+}
