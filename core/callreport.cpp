@@ -1,5 +1,8 @@
 #include "core/callreport.h"
 
+#include "core/guards.h"
+
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -47,6 +50,7 @@ void CallReport::ReportNow() noexcept
 {
     if ( m_pText == NULL )
         return;
+    const LastErrorGuard aLastError;
     const LPCTSTR pText = m_pText;
     const std::unique_ptr<char[]> pTail( m_pTail );
     m_pText = NULL;
@@ -67,8 +71,9 @@ void CallReport::Drop() noexcept
 void CallReport::SendToObject( const void* pTarget, LPCTSTR pHeader, LPCTSTR pOut, LPCTSTR pMessage )
 {
     const HookFields& rObject = *static_cast<const HookFields*>( pTarget );
-    rObject.m_pHeader = pHeader;
-    rObject.m_pOut = pOut;
+    // Atomic, because failing calls of several threads may meet in an object that they share.
+    std::atomic_ref<LPCTSTR>( rObject.m_pHeader ).store( pHeader, std::memory_order_relaxed );
+    std::atomic_ref<LPCTSTR>( rObject.m_pOut ).store( pOut, std::memory_order_relaxed );
     if ( rObject.m_pMyDbgFunc != NULL )
         rObject.m_pMyDbgFunc( pHeader, pMessage );
 }

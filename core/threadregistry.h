@@ -15,6 +15,7 @@
 #include <cstdarg>
 
 class CThreadGlobalObjectInterface;
+class CallReport;
 class _HANDLEList;
 
 // Makes an object, which becomes the thread's. Result: the object, NULL on failure (the next request tries again).
@@ -22,11 +23,11 @@ class _HANDLEList;
 typedef LPVOID( DLL_EXPORT* CreateThreadElemFuc )();
 
 // Destroys such an object. NULL, which comes where the object could never be made, is to be reported.
-// Result: TRUE when the object was destroyed; it is not used.
+// Result: TRUE when the object was destroyed; the registry does not use it.
 typedef BOOL( DLL_EXPORT* DeleteThreadElemFuc )( LPVOID );
 
 // The calling thread's object for the pair, made on its first request.
-// Result: the object, the registry's; NULL with a report when it cannot be had, always after process detach.
+// Result: the object, the registry's; NULL with a report when it cannot be had, as always after process detach.
 // Threads: any; each has its own objects. The last error is preserved. Never throws.
 LPVOID GetThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
 
@@ -39,19 +40,15 @@ class CThreadGlobalObjectElemInterface : public BaseObject2
 {
 public:
     CThreadGlobalObjectElemInterface( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
-    // Hands the object to the deleter, also when there is none: the deleter then reports it.
-    ~CThreadGlobalObjectElemInterface();
+    // Hands the object to the deleter, also when there is none: the deleter then reports it. Lets nothing but the
+    // forced unwinding of a cancelled thread pass.
+    ~CThreadGlobalObjectElemInterface() noexcept( false );
     CThreadGlobalObjectElemInterface( const CThreadGlobalObjectElemInterface& ) = delete;
     CThreadGlobalObjectElemInterface& operator=( const CThreadGlobalObjectElemInterface& ) = delete;
 
     // The object, made now if there is none yet; NULL when the creator gives none, or throws.
     LPVOID GetObj();
-    // The object if there is one.
-    LPVOID PeekObj() const { return m_plObj; }
-    BOOL CompareEqual( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc ) const
-    {
-        return m_pCreatorFunc == pCreateFunc && m_pDeleteFunc == pDeleteFunc;
-    }
+    BOOL CompareEqual( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc ) const;
 
 private:
     LPVOID m_plObj = NULL;
@@ -65,46 +62,58 @@ private:
 class DLLMainGlobalThreadData : public BaseObject2
 {
 public:
+    // No libraries, no slot, count 0; reports to the library's debug hook.
     DLLMainGlobalThreadData();
-    // Releases the cells of the library handles and the locks: only when no thread can call in any more.
+    // Releases the cells of the library handles and the locks: only when no thread can call in any more. Detaches
+    // nothing.
     ~DLLMainGlobalThreadData();
     DLLMainGlobalThreadData( const DLLMainGlobalThreadData& ) = delete;
     DLLMainGlobalThreadData& operator=( const DLLMainGlobalThreadData& ) = delete;
 
-    // Loads the libraries, allocates the slot and makes the calling thread's container.
+    // Loads the libraries, allocates the slot and makes the calling thread's container, unless it has one.
     //   pMyDbgFunc  becomes the debug hook; NULL leaves it as it is. Behind it come the names of the libraries to
     //               load, ended by a null pointer.
     // Result: FALSE with one report when a step failed; the steps before it are not undone. A second attach is
-    // refused, and counted; kept so.
+    // counted and refused; kept so.
     BOOL OnProcessATTACH( MYDBGFUNC pMyDbgFunc, ... );
     // Destroys the calling thread's objects (a thread without any first gets a container; kept so), frees the slot,
-    // releases the libraries. Containers of other threads are left alone.
+    // releases the libraries. Containers of other threads are left alone; those threads end silently.
+    // Result: FALSE when the container or the slot could not be given back, each with a report; the rest is done.
     BOOL OnProcessDETACH();
     // Does nothing. Result: TRUE.
     BOOL OnThreadATTACH();
-    // Destroys the calling thread's objects; TRUE also for a thread that has none.
+    // Destroys the calling thread's objects. Result: TRUE, also for a thread that has none.
     BOOL OnThreadDETACH();
 
-    // The calling thread's container, made if needed; NULL with one report when it cannot be had.
+    // The calling thread's container, made if needed; NULL with a report when it cannot be had.
     CThreadGlobalObjectInterface* GetThreadGlobalObject();
     // See the free function of that name.
     LPVOID GetThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
 
-    // Enter and leave the function-level lock, which is not the attach lock.
+    // Enter and leave the function-level lock, which is another than the attach lock.
     void LockOnFunctionLevel() BX_ACQUIRE( m_aFunctionSection );
     void UnLockOnFunctionLevel() BX_RELEASE( m_aFunctionSection );
 
-private:
-    static BOOL CheckTLS( DWORD& dwTlsOffset, BOOL fCreate );
-    BOOL CheckHandleList();
-    BOOL LoadLibraries( va_list argptr );
-    BOOL KeepLibrary( HMODULE hTempModule );
-    void FreeLibraries();
-    LPVOID CreateThreadGlobalObject( int nMode );
-    BOOL DeleteThreadGlobalObject( BOOL fOnThreadDetach );
-    CThreadGlobalObjectInterface* internalGetThreadGlobalObject( BOOL fOnThreadDetach );
+protected:
+    // Frees the cells of the library handles, without releasing the libraries.
+    void DeleteHandleList();
 
-    _HANDLEList* m_pLibraryHandleList = NULL;
+private:
+    static BOOL CheckTLS( std::atomic<DWORD>& rTlsOffset, BOOL fCreate );
+    BOOL CheckHandleList() BX_REQUIRES( m_aAttachSection );
+    BOOL LoadLibraries( va_list argptr ) BX_REQUIRES( m_aAttachSection );
+    BOOL KeepLibrary( CallReport& rReport, HMODULE hTempModule ) BX_REQUIRES( m_aAttachSection );
+    void FreeLibraries() BX_REQUIRES( m_aAttachSection );
+    void AwaitThreadEnd();
+    CThreadGlobalObjectInterface* ReadSlot() const;
+    void DeleteUnlessStored( LPVOID pThreadGlobalObject ) const;
+    LPVOID CreateThreadGlobalObject( int nMode ) BX_REQUIRES( m_aAttachSection );
+    BOOL DeleteThreadGlobalObject( BOOL fOnThreadDetach ) BX_REQUIRES( m_aAttachSection );
+    CThreadGlobalObjectInterface* internalGetThreadGlobalObject( BOOL fOnThreadDetach )
+        BX_REQUIRES( m_aAttachSection );
+    LPVOID MakeThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
+
+    _HANDLEList* m_pLibraryHandleList BX_GUARDED_BY( m_aAttachSection ) = NULL;
     CriticalSection m_aAttachSection;
     CriticalSection m_aFunctionSection;
     std::atomic<DWORD> m_dwTlsGlobalOffset{ TLS_OUT_OF_INDEXES };

@@ -1,0 +1,108 @@
+#include "core/threadcontainer.h"
+
+#include "core/callreport.h"
+#include "core/taskname.h"
+
+#include <bxtools/lists.h>
+
+CThreadGlobalObjectInterface::CThreadGlobalObjectInterface( MYDBGFUNC, MYLOGFUNC pMyLogFunc )
+    : BaseObject2( MyDbgMessage, pMyLogFunc )
+{
+}
+
+CThreadGlobalObjectInterface::~CThreadGlobalObjectInterface() noexcept( false )
+{
+    if ( m_paList.use_count() == 1 )
+        m_paList->ClearList( TRUE );
+}
+
+BOOL CThreadGlobalObjectInterface::CheckList()
+{
+    if ( m_paList != NULL )
+        return TRUE;
+    CallReport aReport( *this, "From BOOL CThreadGlobalObjectInterface::CheckList()" );
+    // FALSE also when the list has been made: the next call finds it.
+    return aReport.Guard( FALSE, " Error: m_paList = new _CThreadGlobalObjectInterface() failed",
+                          [this]()
+                          {
+                              m_paList = std::make_shared<_CThreadGlobalObjectInterface>();
+                              return FALSE;
+                          } );
+}
+
+LPVOID CThreadGlobalObjectInterface::GetObject( CreateThreadElemFuc pCreateFunc,
+                                                DeleteThreadElemFuc pDeleteFunc )
+{
+    CallReport aReport(
+        *this,
+        "From LPVOID CThreadGlobalObjectInterface::GetObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc )" );
+    long lIndex = -1;
+    if ( CheckList() )
+    {
+        const LPVOID lRet = FindObject( pCreateFunc, pDeleteFunc, &lIndex );
+        if ( lIndex != -1 )
+            return lRet;
+    }
+    if ( !CheckList() )
+        return NULL;
+    return aReport.Guard(
+        LPVOID( NULL ),
+        " Error: pObj = new CThreadGlobalObjectElemInterface( pCreateFunc, pDeleteFunc ) or lRet = pObj->GetObj() or Append( pObj ) failed",
+        [&]() { return AppendObject( pCreateFunc, pDeleteFunc ); } );
+}
+
+LPVOID CThreadGlobalObjectInterface::FindObject( CreateThreadElemFuc pCreateFunc,
+                                                 DeleteThreadElemFuc pDeleteFunc, long* plIndex )
+{
+    *plIndex = -1;
+    const long lCount = static_cast<long>( m_paList->ItemCount() );
+    for ( long lIndex = 0; lIndex < lCount; ++lIndex )
+    {
+        CThreadGlobalObjectElemInterface* pObj = m_paList->GetItem( lIndex );
+        if ( pObj == NULL || !pObj->CompareEqual( pCreateFunc, pDeleteFunc ) )
+            continue;
+        *plIndex = lIndex;
+        return Remember( pCreateFunc, pDeleteFunc, pObj->GetObj() );
+    }
+    return NULL;
+}
+
+// Throws when there is no memory.
+LPVOID CThreadGlobalObjectInterface::AppendObject( CreateThreadElemFuc pCreateFunc,
+                                                   DeleteThreadElemFuc pDeleteFunc )
+{
+    std::unique_ptr<CThreadGlobalObjectElemInterface> pObj(
+        new CThreadGlobalObjectElemInterface( pCreateFunc, pDeleteFunc ) );
+    if ( !m_paList->Append( pObj.get() ) )
+        throw std::bad_alloc();
+    CThreadGlobalObjectElemInterface* pKept = pObj.release();
+    pKept->SetFuncPtr( m_pMyDbgFunc, m_pMyLogFunc );
+    return Remember( pCreateFunc, pDeleteFunc, pKept->GetObj() );
+}
+
+LPVOID CThreadGlobalObjectInterface::Remember( CreateThreadElemFuc pCreateFunc,
+                                               DeleteThreadElemFuc pDeleteFunc, LPVOID plObj )
+{
+    if ( plObj != NULL )
+    {
+        m_aKnown[m_uNextKnown] = { pCreateFunc, pDeleteFunc, plObj };
+        m_uNextKnown = ( m_uNextKnown + 1 ) % KNOWN_OBJECTS;
+    }
+    return plObj;
+}
+
+BOOL CThreadGlobalObjectInterface::SetThisData( int nMode )
+{
+    CallReport aReport( *this, "From BOOL CThreadGlobalObjectInterface::SetThisData( int nMode )" );
+    if ( nMode != GLOBAL_OBJ_FROM_PROCESS && nMode != GLOBAL_OBJ_FROM_THREAD )
+        return aReport.Fail( " Internal Error: mode not supported: switch ( nMode ) -> default" );
+    m_stProcName = GetTaskName();
+    m_stProcName.MakeUpper();
+    m_stThreadName = GetCurrentThreadId();
+    return TRUE;
+}
+
+void CThreadGlobalObjectInterface::OnDeleteSelf()
+{
+    delete this;
+}
