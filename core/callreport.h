@@ -13,12 +13,10 @@
 
 #include <bxtools/baseobject.h>
 
+#include <cstddef>
 #include <cxxabi.h>
 
 class ErrObjectBase;
-
-// The library's debug hook: a debug message of the module "BXTOOLS.DLL".
-void DLL_EXPORT MyDbgMessage( LPCTSTR pHeader, LPCTSTR pMessage );
 
 // What the catch-all of a function reports where it has no text of its own.
 inline constexpr char SEVERE_ERROR[] = "Severe error occurred executing this function";
@@ -29,18 +27,20 @@ public:
     // Reports to the hook of rObject, whose out text becomes "Nothing" now. Const calls pass a const object: its
     // texts are written only when the call fails, so that readers in several threads do not disturb each other.
     CallReport( HookFields& rObject, LPCTSTR pHeader ) noexcept
-        : m_pHeader( pHeader ), m_pSink( &SendToObject ), m_pTarget( &rObject )
+        : m_pHeader( pHeader ),
+          m_pSink( &SendToObject ),
+          m_pTarget( &rObject )
     {
         rObject.m_pOut = "Nothing";
     }
     CallReport( const HookFields& rObject, LPCTSTR pHeader ) noexcept
-        : m_pHeader( pHeader ), m_pSink( &SendToObject ), m_pTarget( &rObject )
+        : m_pHeader( pHeader ),
+          m_pSink( &SendToObject ),
+          m_pTarget( &rObject )
     {
     }
     // Reports to the library's debug hook: for functions without an object.
-    explicit CallReport( LPCTSTR pHeader ) noexcept : m_pHeader( pHeader ), m_pSink( &SendToLibrary )
-    {
-    }
+    explicit CallReport( LPCTSTR pHeader ) noexcept : m_pHeader( pHeader ), m_pSink( &SendToLibrary ) {}
     // Reports to a record, which keeps the report in its dump string and passes it on; see error/errdebug.cpp.
     CallReport( const ErrObjectBase& rRecord, LPCTSTR pHeader ) noexcept;
     CallReport( const CallReport& ) = delete;
@@ -61,7 +61,13 @@ public:
             m_pText = pText;
         return FALSE;
     }
-    // The same for functions whose failure value is no BOOL: returns aFailure.
+    // The same for functions whose failure value is a null pointer.
+    std::nullptr_t FailNull( LPCTSTR pText ) noexcept
+    {
+        Fail( pText );
+        return nullptr;
+    }
+    // The same for functions whose failure value is neither: returns aFailure.
     template <class Result>
     Result Fail( LPCTSTR pText, Result aFailure ) noexcept
     {
@@ -79,19 +85,18 @@ public:
         return TRUE;
     }
 
-    // Append a shown value to the text reported. Short of memory, the text goes out without it.
+    // Append a shown value to the text reported. Short of memory, the text goes out without it. The object keeps the
+    // constant text alone as its last report.
     CallReport& Tail( LPCTSTR pText ) noexcept;
     CallReport& Tail( long long llValue ) noexcept;
 
-    // Reports now what has been stored, and starts afresh: for functions that go on after a failed step.
+    // Reports now what has been stored, and starts afresh: for functions that go on after a failed step. The last
+    // error is what it was, whatever the hook does.
     void ReportNow() noexcept;
     // Forgets what has been stored.
     void Drop() noexcept;
 
-    BOOL Failed() const noexcept
-    {
-        return m_pText != NULL && !m_fWarned;
-    }
+    BOOL Failed() const noexcept { return m_pText != NULL && !m_fWarned; }
 
     // Runs aBody and returns its result; any exception becomes the reason pText and the result aFailure. The forced
     // unwinding of a cancelled thread passes, as it must.

@@ -1,7 +1,10 @@
-// Locks and module handles that a destructor gives back.
+// What a destructor gives back: locks, handles, text buffers, the thread's last error.
 #pragma once
 
+#include <bxtools/buffers.h>
 #include <bxtools/platform.h>
+
+#include <memory>
 
 #if defined( __clang__ )
 #define BX_THREAD_ANNOTATION( x ) __attribute__( ( x ) )
@@ -19,25 +22,13 @@
 class BX_CAPABILITY CriticalSection
 {
 public:
-    CriticalSection() noexcept
-    {
-        InitializeCriticalSection( &m_aSection );
-    }
-    ~CriticalSection()
-    {
-        DeleteCriticalSection( &m_aSection );
-    }
+    CriticalSection() noexcept { InitializeCriticalSection( &m_aSection ); }
+    ~CriticalSection() { DeleteCriticalSection( &m_aSection ); }
     CriticalSection( const CriticalSection& ) = delete;
     CriticalSection& operator=( const CriticalSection& ) = delete;
 
-    void Enter() noexcept BX_ACQUIRE()
-    {
-        EnterCriticalSection( &m_aSection );
-    }
-    void Leave() noexcept BX_RELEASE()
-    {
-        LeaveCriticalSection( &m_aSection );
-    }
+    void Enter() noexcept BX_ACQUIRE() { EnterCriticalSection( &m_aSection ); }
+    void Leave() noexcept BX_RELEASE() { LeaveCriticalSection( &m_aSection ); }
 
 private:
     CRITICAL_SECTION m_aSection;
@@ -51,10 +42,7 @@ public:
     {
         m_rSection.Enter();
     }
-    ~LockGuard() BX_RELEASE()
-    {
-        m_rSection.Leave();
-    }
+    ~LockGuard() BX_RELEASE() { m_rSection.Leave(); }
     LockGuard( const LockGuard& ) = delete;
     LockGuard& operator=( const LockGuard& ) = delete;
 
@@ -66,16 +54,76 @@ private:
 class LastErrorGuard
 {
 public:
-    LastErrorGuard() noexcept : m_dwLastError( GetLastError() )
-    {
-    }
-    ~LastErrorGuard()
-    {
-        SetLastError( m_dwLastError );
-    }
+    LastErrorGuard() noexcept : m_dwLastError( GetLastError() ) {}
+    ~LastErrorGuard() { SetLastError( m_dwLastError ); }
     LastErrorGuard( const LastErrorGuard& ) = delete;
     LastErrorGuard& operator=( const LastErrorGuard& ) = delete;
 
 private:
     DWORD m_dwLastError;
 };
+
+// An owned handle of a kernel object, null when there is none. The value of a failed CreateFileA is not for it.
+class KernelHandle
+{
+public:
+    explicit KernelHandle( HANDLE hObject = NULL ) noexcept : m_hObject( hObject ) {}
+    ~KernelHandle() { Reset(); }
+    KernelHandle( const KernelHandle& ) = delete;
+    KernelHandle& operator=( const KernelHandle& ) = delete;
+
+    HANDLE Get() const noexcept { return m_hObject; }
+    explicit operator bool() const noexcept { return m_hObject != NULL; }
+    // Gives the handle to the caller.
+    HANDLE Detach() noexcept
+    {
+        const HANDLE hObject = m_hObject;
+        m_hObject = NULL;
+        return hObject;
+    }
+    void Reset( HANDLE hObject = NULL ) noexcept
+    {
+        if ( m_hObject != NULL )
+        {
+            const LastErrorGuard aLastError;
+            CloseHandle( m_hObject );
+        }
+        m_hObject = hObject;
+    }
+
+private:
+    HANDLE m_hObject;
+};
+
+// A library loaded for as long as the object lives, null when it could not be.
+class LoadedLibrary
+{
+public:
+    explicit LoadedLibrary( LPCSTR pFileName ) noexcept : m_hModule( LoadLibraryA( pFileName ) ) {}
+    ~LoadedLibrary()
+    {
+        const LastErrorGuard aLastError;
+        if ( m_hModule != NULL )
+            FreeLibrary( m_hModule );
+    }
+    LoadedLibrary( const LoadedLibrary& ) = delete;
+    LoadedLibrary& operator=( const LoadedLibrary& ) = delete;
+
+    explicit operator bool() const noexcept { return m_hModule != NULL; }
+    // One of its functions; null when it has none of that name. The caller knows its type.
+    template <class Function>
+    Function Get( LPCSTR pProcName ) const noexcept
+    {
+        return reinterpret_cast<Function>( GetProcAddress( m_hModule, pProcName ) );
+    }
+
+private:
+    HMODULE m_hModule;
+};
+
+// An owned buffer of MyTCHARFactory.
+struct TCHARBufferDeleter
+{
+    void operator()( LPTSTR pBuffer ) const noexcept { MyTCHARDeleter( pBuffer ); }
+};
+using TCHARBuffer = std::unique_ptr<TCHAR[], TCHARBufferDeleter>;

@@ -19,6 +19,10 @@ typedef void( DLL_EXPORT* MYDBGFUNC )( LPCTSTR pHeader, LPCTSTR pMessage );
 // Receives a log line: a printf-style format with two "%s" and their two texts. Its result is not used.
 typedef int( DLL_EXPORT* MYLOGFUNC )( LPCTSTR pFormat, LPCTSTR pFirstText, LPCTSTR pSecondText );
 
+// The library's own debug hook: writes a debug message of the module "BXTOOLS.DLL". Threads: any. Never throws; the
+// last error is preserved.
+DLL_EXPORT_MOD void DLL_EXPORT MyDbgMessage( LPCTSTR pHeader, LPCTSTR pMessage );
+
 // The fields that both bases begin with, in this order. The two texts are constant texts of the library or of the
 // caller; they are never owned and never freed. They change in const calls too, but only when such a call fails.
 class DLL_EXPORT_MOD HookFields
@@ -27,7 +31,8 @@ class DLL_EXPORT_MOD HookFields
 
 protected:
     HookFields( MYDBGFUNC pMyDbgFunc, MYLOGFUNC pMyLogFunc )
-        : m_pMyLogFunc( pMyLogFunc ), m_pMyDbgFunc( pMyDbgFunc )
+        : m_pMyLogFunc( pMyLogFunc ),
+          m_pMyDbgFunc( pMyDbgFunc )
     {
     }
 
@@ -80,9 +85,12 @@ class DLL_EXPORT_MOD BaseObject2 : public HookFields
 {
 public:
     // No header, out text "Nothing", then SetFuncPtr.
-    BaseObject2( MYDBGFUNC pMyDbgFunc, MYLOGFUNC pMyLogFunc );
+    BaseObject2( MYDBGFUNC pMyDbgFunc, MYLOGFUNC pMyLogFunc )
+        : HookFields( pMyDbgFunc != NULL ? pMyDbgFunc : &MyDbgMessage, pMyLogFunc )
+    {
+    }
     // The library's debug hook, no log hook.
-    BaseObject2();
+    BaseObject2() : HookFields( &MyDbgMessage, NULL ) {}
 
     // Stores both hooks; a debug hook of NULL becomes the library's own, which writes debug messages.
     void SetFuncPtr( MYDBGFUNC pMyDbgFunc, MYLOGFUNC pMyLogFunc );

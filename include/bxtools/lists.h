@@ -7,9 +7,10 @@
 //
 // Copying a list, by construction or assignment, copies no element: both lists hold the same nodes from then on,
 // and what one links, removes or replaces the other sees as it walks. Count, head and current position are each
-// list's own; a count that another list's removals have outrun shows in a lookup by index, which then reports that
-// it found no item. Nodes, and the elements of typed lists, are freed once, by the last list that holds them.
-// Lists that share nodes count as one list where threads are concerned.
+// list's own: a list whose current node another list takes out stands on the node after it, and a lookup by an index
+// that its count still allows but no node has reports that it found no item. Nodes, and the elements of typed lists,
+// are freed once, by the last list that holds them. Lists that share nodes count as one list where threads are
+// concerned.
 #pragma once
 
 #include <bxtools/baseobject.h>
@@ -96,7 +97,8 @@ private:
     void OnInsertNewItem( MYLINK* pExisting, MYLINK* pNew, BOOL fBefore );
     void OnRemoveThis( MYLINK* pLink );
 
-    BOOL JoinShare( const MyBaseList& aBaseList );
+    void LinkLast( MYLINK* pNew );
+    // Brings a list that shares nodes to stand on nodes in use only, and ends the sharing of a list left alone.
     void SettleShare();
 
     ULONG m_ulCount = 0;
