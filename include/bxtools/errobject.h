@@ -13,10 +13,11 @@
 #pragma once
 
 #include <bxtools/export.h>
+#include <bxtools/lists.h>
 #include <bxtools/mstring.h>
 #include <bxtools/wintypes.h>
 
-class MMStringList;
+#include <string_view>
 
 // The format.
 inline constexpr char ERROBJECT_VERSION[] = "1.0.0";
@@ -31,11 +32,56 @@ inline constexpr char ERRCLS_SYS_LASTERROR[] = "BXTOOLS.ERRCLS_SYS_LASTERROR";
 inline constexpr char ERRCLS_SYS_ERRNO[] = "BXTOOLS.ERRCLS_SYS_ERRNO";
 inline constexpr char ERRCLS_SYS_HRESULT[] = "BXTOOLS.ERRCLS_SYS_HRESULT";
 
+// The text parameters of a record, in order. It owns its strings.
+//
+// A list made from the parameters' joined text keeps that text until one of them is asked for, because most
+// records are only passed on. So looking at an item can run out of memory: the list then reports it, gives no
+// item, and keeps the text.
+class DLL_EXPORT_MOD MMStringList : public TypedList<MString>
+{
+public:
+    MMStringList() = default;
+    MMStringList( const MMStringList& ) = delete;
+    // Makes the items equal to those of rObj, number and texts; nothing is shared. Short of memory, some of
+    // them are missing, with one report.
+    const MMStringList& operator=( const MMStringList& rObj );
+
+    // As in TypedList.
+    ULONG ItemCount() const;
+    BOOL Append( MString* pItem );
+    BOOL Insert( long lIndex, MString* pItem );
+    MString* GetItem( long lIndex, int nAccessMode = 6 );
+    MString* Remove( long lIndex, BOOL fDelete );
+    MString* Replace( long lIndex, MString* pItem, BOOL fDelete );
+    void ClearList( BOOL fDelete );
+
+    // The items become the parts of a text at STRLIST_ITEM_SEPARATOR; the empty text gives none.
+    void SetJoinedText( const RWCString& aText ) noexcept;
+    // The length of the items' texts joined by STRLIST_ITEM_SEPARATOR, and that text, written without a
+    // final zero to memory with room for it. Result: behind the last character written.
+    size_t JoinedLength();
+    char* WriteJoined( char* pOut );
+
+    // The records that share the list: one more; one less, and the list ends with the last of them.
+    void AddOwner();
+    static void Release( MMStringList* pList );
+
+private:
+    bool HasItems() const { return TypedList::ItemCount() != 0; }
+    void CopyItems( MMStringList& rSource );
+    bool MakeItems();
+    void AppendCopy( std::string_view aText );
+
+    RWCString m_aJoined; // items that have not been made yet; while it is not empty, the list has no nodes
+    LONG volatile m_lOwners = 1;
+};
+
 // One error: class, number, system error, two free texts and the text parameters of its translated message.
 //
 // It is filled by the error stack (SetLastErr) or from its text (FromStream), and then read. Operations give
 // TRUE, or FALSE with one report; a report goes to the debug messages and, header and message joined, to the
-// record's dump string. None of them throws; a copy that runs out of memory lacks texts, and reports it.
+// record's dump string. None of them throws; an assignment that runs out of memory lacks parameters, and
+// reports it.
 // Threads: one at a time. Records that share their parameters (see the copy constructor) count as one object.
 class DLL_EXPORT_MOD ErrObjectBase
 {
@@ -102,7 +148,13 @@ protected:
     BOOL m_fInitialized = FALSE;
 
 private:
-    BOOL BuildupStrList( const MString& aOptionalTextParams, LPCTSTR pSeparatorStr );
+    BOOL BuildupStrList( const MString& aOptionalTextParams );
     void InternalClearValues();
     BOOL LoggThis();
+    void TakeSystemValues( DWORD dwThreadError );
+    void CopyStrList( const ErrObjectBase& aErrObjectBase );
+    BOOL PrepareStream();
+    size_t StreamRoom() const;
+    char* WriteStream( char* pOut ) const;
+    BOOL ReadRecord( std::string_view aRecord );
 };

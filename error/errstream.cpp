@@ -1,0 +1,103 @@
+#include "error/errstream.h"
+
+#include "string/textsearch.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace
+{
+
+constexpr std::string_view FIELD_SEPARATOR = ERROBJECT_FIELD_SEPARATOR;
+static_assert( ERRSTREAM_START.starts_with( ERRSTREAM_HEADER ) &&
+               ERRSTREAM_START.ends_with( ERRSTREAM_RECORD_SEPARATOR ) );
+
+constexpr unsigned long long MAXIMUM_MAGNITUDE = std::numeric_limits<unsigned long long>::max() / 16;
+
+// The leading blanks, sign and digits of a text, the magnitude stopping short of an overflow.
+struct LeadingNumber
+{
+    bool fMinus = false;
+    unsigned long long ullMagnitude = 0;
+
+    explicit LeadingNumber( std::string_view aText ) noexcept
+    {
+        size_t ulAt = std::min( aText.find_first_not_of( " \t\n\v\f\r" ), aText.size() );
+        if ( ulAt < aText.size() && ( aText[ulAt] == '-' || aText[ulAt] == '+' ) )
+            fMinus = aText[ulAt++] == '-';
+        for ( ; ulAt < aText.size() && aText[ulAt] >= '0' && aText[ulAt] <= '9'; ++ulAt )
+            if ( ullMagnitude < MAXIMUM_MAGNITUDE )
+                ullMagnitude = ullMagnitude * 10 + static_cast<unsigned long long>( aText[ulAt] - '0' );
+    }
+};
+
+} // namespace
+
+bool CutAt( std::string_view& aRest, std::string_view aSeparator, std::string_view& aPart ) noexcept
+{
+    const size_t ulAt = FindSeparator( aRest, aSeparator );
+    aPart = aRest.substr( 0, ulAt );
+    aRest.remove_prefix( std::min( aPart.size() + aSeparator.size(), aRest.size() ) );
+    return ulAt != std::string_view::npos;
+}
+
+bool SplitRecord( std::string_view aRecord, ErrFields& aFields ) noexcept
+{
+    for ( size_t ulField = 0; ulField + 1 < ERRFIELD_COUNT; ++ulField )
+        if ( !CutAt( aRecord, FIELD_SEPARATOR, aFields[ulField] ) )
+            return false;
+    return !CutAt( aRecord, FIELD_SEPARATOR, aFields[ERRFIELD_PARAMETERS] );
+}
+
+bool HasOurVersion( std::string_view aRecord ) noexcept
+{
+    std::string_view aVersion;
+    CutAt( aRecord, FIELD_SEPARATOR, aVersion );
+    return aVersion == ERROBJECT_VERSION;
+}
+
+ERR ReadSigned( std::string_view aText ) noexcept
+{
+    const LeadingNumber aNumber( aText );
+    constexpr unsigned long long LIMIT = std::numeric_limits<ERR>::max();
+    if ( aNumber.fMinus )
+        return static_cast<ERR>( -static_cast<long long>( std::min( aNumber.ullMagnitude, LIMIT + 1 ) ) );
+    return static_cast<ERR>( std::min( aNumber.ullMagnitude, LIMIT ) );
+}
+
+DWORD ReadUnsigned( std::string_view aText ) noexcept
+{
+    const LeadingNumber aNumber( aText );
+    if ( aNumber.ullMagnitude > std::numeric_limits<DWORD>::max() )
+        return std::numeric_limits<DWORD>::max();
+    const auto dwValue = static_cast<DWORD>( aNumber.ullMagnitude );
+    return aNumber.fMinus ? 0 - dwValue : dwValue;
+}
+
+ErrStreamReader::ErrStreamReader( std::string_view aStream ) noexcept
+    : m_fStream( aStream.starts_with( ERRSTREAM_START ) ),
+      m_fMore( m_fStream )
+{
+    if ( m_fStream )
+        m_aRest = aStream.substr( ERRSTREAM_START.size() );
+}
+
+bool ErrStreamReader::Next( std::string_view& aRecord ) noexcept
+{
+    if ( !m_fMore )
+        return false;
+    m_fMore = CutAt( m_aRest, ERRSTREAM_RECORD_SEPARATOR, aRecord );
+    return true;
+}
+
+bool ErrStreamReader::Skip( size_t ulCount ) noexcept
+{
+    for ( std::string_view aPassed; ulCount > 0 && Next( aPassed ); )
+        --ulCount;
+    return m_fMore;
+}
+
+size_t ErrStreamReader::CountRest() const noexcept
+{
+    return m_fMore ? 1 + CountSeparator( m_aRest, ERRSTREAM_RECORD_SEPARATOR ) : 0;
+}
