@@ -1,0 +1,162 @@
+// The tour: a client of the library whose threads really fail. Their errors travel as text to this thread, and on to
+// a second process that shows them to a person.
+
+#include "examples/tour/bytepipe.h"
+#include "examples/tour/narrate.h"
+#include "examples/tour/workers.h"
+
+#include <bxtools/debug.h>
+#include <bxtools/error.h>
+#include <bxtools/platform.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <thread>
+
+namespace
+{
+
+constexpr char STREAM_FILE[] = "tour.stream";
+constexpr char READER_NAME[] = "bxtour-reader";
+
+// ---- the errors of the threads ----------------------------------------------------------------------------------
+
+// What runs on a worker's thread. Its errors are on its own stack, which no other thread sees; before it ends it takes
+// them along as a stream.
+void RunWorker( const Worker& rWorker, MString& rStream )
+{
+    rWorker.pWork();
+    AllErrors2Stream( rStream );
+}
+
+unsigned CountErrors( const MString& aStream )
+{
+    ULONG ulCount = 0;
+    GetAvailableErrorCountFromStream( ulCount, aStream );
+    return static_cast<unsigned>( ulCount );
+}
+
+// Adds all errors of one stream to another. Append2Stream takes the text of one record; given a whole stream it would
+// keep that one only.
+void AppendStream( MString& rStream, const MString& aFurther )
+{
+    if ( rStream.IsEmpty() )
+    {
+        rStream = aFurther;
+        return;
+    }
+    for ( ULONG ulIndex = 0; ulIndex < CountErrors( aFurther ); ulIndex++ )
+    {
+        ErrObjectBase aError;
+        MString aRecord;
+        if ( Error2ObjectFromStream( aError, ulIndex, aFurther ) && aError.ToStream( aRecord ) )
+            Append2Stream( rStream, aRecord );
+    }
+}
+
+MString CollectErrors()
+{
+    Narrate( "1. Three threads start, and each of them fails:" );
+    for ( const Worker& rWorker : WORKERS )
+        Narrate( "     %-9s %s", rWorker.pName, rWorker.pStory );
+    MString aStreams[std::size( WORKERS )];
+    std::thread aThreads[std::size( WORKERS )];
+    for ( size_t i = 0; i < std::size( WORKERS ); i++ )
+        aThreads[i] = std::thread( RunWorker, std::cref( WORKERS[i] ), std::ref( aStreams[i] ) );
+    for ( std::thread& rThread : aThreads )
+        rThread.join();
+
+    Narrate( "\n2. Each hands its errors to this thread as one text, an error stream:" );
+    MString aAll;
+    for ( size_t i = 0; i < std::size( WORKERS ); i++ )
+    {
+        AppendStream( aAll, aStreams[i] );
+        Narrate( "     %-9s %u errors in %zu bytes", WORKERS[i].pName, CountErrors( aStreams[i] ),
+                 aStreams[i].GetLength() );
+    }
+    Narrate( "     %-9s %u errors in %zu bytes", "together", CountErrors( aAll ), aAll.GetLength() );
+    return aAll;
+}
+
+// A stream is bytes, not lines of text: the file is binary.
+bool SaveStream( const MString& aStream )
+{
+    FILE* pFile = fopen( STREAM_FILE, "wb" );
+    if ( pFile == NULL )
+        return false;
+    const size_t nWritten = fwrite( aStream.data(), 1, aStream.GetLength(), pFile );
+    return fclose( pFile ) == 0 && nWritten == aStream.GetLength();
+}
+
+// ---- the second process -----------------------------------------------------------------------------------------
+
+// The reader lies beside this program and has its ending.
+MString FindReader()
+{
+    char szPath[4096] = "";
+    GetModuleFileNameA( NULL, szPath, sizeof( szPath ) );
+    std::filesystem::path aPath( szPath );
+    aPath.replace_filename( READER_NAME + aPath.extension().string() );
+    return aPath.string().c_str();
+}
+
+bool ShowInSecondProcess( const MString& aStream )
+{
+    Narrate( "\n3. A second process, %s, gets the stream through a pipe and shows it:", READER_NAME );
+    const MString aReader = FindReader();
+    const int nResult = RunReader( aReader, aStream );
+    if ( nResult != 0 )
+        Narrate( "     %s could not show it (result %d)", aReader.data(), nResult );
+    return nResult == 0;
+}
+
+// ---- the library's own messages ---------------------------------------------------------------------------------
+
+void DLL_EXPORT PrintReport( LPCTSTR pHeader, LPCTSTR pMessage )
+{
+    Narrate( "     %s\n       %s", pHeader, pMessage );
+}
+
+void ShowReport()
+{
+    Narrate(
+        "\n4. A call that fails sends one report: who, and what failed. This one went to a hook of ours:" );
+    MString aCount( "twelve" );
+    aCount.SetFuncPtr( PrintReport, NULL );
+    aCount.SetSafeMode( TRUE );
+    const int nCount = aCount;
+    Narrate( "     \"%s\" as a number is %d, the value that says: none.", aCount.data(), nCount );
+}
+
+void OverflowStack()
+{
+    Narrate(
+        "\n5. A stack keeps the first %u errors of a cascade. Without a hook, reports are debug messages,",
+        static_cast<unsigned>( MAX_ERRORS_ONSTACK ) );
+    Narrate( "   which go where BXTOOLS_DEBUG_SINK says, at first to standard error (debug messages are %s):",
+             IsDbgMessage() ? "on" : "off" );
+    int nError = 0;
+    while ( SetLastErr( "TOUR.CASCADE", nError, 0, "one thing leads to another", MString(), MString() ) )
+        nError++;
+    Narrate( "     Error number %d was not taken any more.", nError + 1 );
+    ClearErrors();
+}
+
+} // namespace
+
+int main()
+{
+    Narrate( "BXTools tour: errors that happen in threads, cross processes and are read by a person.\n" );
+    const MString aStream = CollectErrors();
+    const bool fSaved = SaveStream( aStream );
+    const bool fShown = ShowInSecondProcess( aStream );
+    ShowReport();
+    OverflowStack();
+    Narrate( "\nWhat to look at next (bxtool lies in tools/ of the build):" );
+    Narrate( "     bxtool errors show %s         the same errors as a table", STREAM_FILE );
+    Narrate( "     bxtool errors show --json %s  and for other programs", STREAM_FILE );
+    Narrate( "     include/bxtools/error.h                the calls you have just seen" );
+    Narrate( "     examples/tour                          this program" );
+    return fSaved && fShown ? 0 : 1;
+}

@@ -1,0 +1,82 @@
+#include "examples/tour/workers.h"
+
+#include <bxtools/error.h>
+#include <bxtools/platform.h>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace
+{
+
+// An error of the C run-time library: its class is errno, its number the errno. The origin text stays empty, so that
+// the record takes the run-time library's own text.
+void OpenSettings( const char* pFileName, const char* pMode )
+{
+    FILE* pFile = fopen( pFileName, pMode );
+    if ( pFile != NULL )
+    {
+        fclose( pFile );
+        return;
+    }
+    const int nError = errno;
+    // One parameter for each conversion: the message that a translation shows has a place for each.
+    MString aParameters;
+    SetErrorTextParams( aParameters, "%s%s", pFileName, pMode );
+    SetLastErr( ERRCLS_SYS_ERRNO, nError, 0, MString(), "settings: cannot open the file", aParameters );
+}
+
+// An error of the system: the class is last error. Its number is the program's own, a key among its messages; the
+// system's number goes beside it. Given as 0, it is taken from GetLastError, which is 0 again afterwards.
+void LoadPlugIn( const char* pFileName )
+{
+    const ERR PLUG_IN_NOT_LOADED = 12;
+    HMODULE hModule = LoadLibraryA( pFileName );
+    if ( hModule == NULL )
+        SetLastErr( ERRCLS_SYS_LASTERROR, PLUG_IN_NOT_LOADED, 0, "LoadLibraryA", "plug-ins: one plug-in less",
+                    pFileName );
+    else
+        FreeLibrary( hModule );
+}
+
+// An error of an interface that speaks HRESULTs: the number is the whole code.
+void SetHResultError( const char* pCall, const MString& aParameters )
+{
+    const HRESULT hResult = MAKE_HRESULT( SEVERITY_ERROR, FACILITY_WIN32, GetLastError() );
+    SetLastErr( ERRCLS_SYS_HRESULT, hResult, 0, pCall, "texts: the text is left out", aParameters );
+}
+
+} // namespace
+
+void ReadSettings()
+{
+    OpenSettings( "no-such-settings.ini", "r" );
+    OpenSettings( ".", "w" );
+}
+
+void LoadPlugIns()
+{
+    LoadPlugIn( "NOSUCHPLUGIN.DLL" );
+    if ( FILE* pFile = fopen( "poem.dll", "w" ) )
+    {
+        fputs( "Roses are red, and this is no library.\n", pFile );
+        fclose( pFile );
+    }
+    LoadPlugIn( "./poem.dll" );
+}
+
+void ConvertTexts()
+{
+    const char szNoText[] = "caf\xE9";
+    WCHAR aWide[16];
+    MString aParameters;
+    if ( MultiByteToWideChar( CP_UTF8, MB_ERR_INVALID_CHARS, szNoText, -1, aWide, 16 ) == 0 )
+    {
+        // Parameters can also be collected one by one.
+        AddErrorTextParams( aParameters, "caf?", aParameters );
+        AddErrorTextParams( aParameters, static_cast<int>( sizeof( szNoText ) ), aParameters );
+        SetHResultError( "MultiByteToWideChar", aParameters );
+    }
+    if ( !CloseHandle( NULL ) )
+        SetHResultError( "CloseHandle", MString() );
+}

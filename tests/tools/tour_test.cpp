@@ -1,0 +1,43 @@
+#include "tools/runprogram.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+TEST( Tour, CarriesTheErrorsOfItsThreadsToAnotherProcess )
+{
+    ProgramFolder aFolder;
+    ProgramResult aTour = aFolder.Run( BXTOUR_PROGRAM, {} );
+    std::erase( aTour.strOutput, '\r' );
+    EXPECT_EQ( 0, aTour.nExitCode ) << aTour.strErrors;
+    EXPECT_TRUE( Holds( aTour.strOutput, "together  6 errors in " ) ) << aTour.strOutput;
+
+    // What the second process printed.
+    for ( const char* pLine :
+          { "\n     1. settings: cannot open the file\n", "concerns    no-such-settings.ini, r\n",
+            "concerns    ., w\n", "class       BXTOOLS.ERRCLS_SYS_LASTERROR\n", "origin      LoadLibraryA\n",
+            "concerns    NOSUCHPLUGIN.DLL\n", "\n     6. texts: the text is left out\n",
+            "number      -2147024890 (hex: 0x80070006)\n" } )
+        EXPECT_TRUE( Holds( aTour.strOutput, pLine ) ) << pLine << aTour.strOutput;
+
+    // The library's own words.
+    EXPECT_TRUE( Holds( aTour.strOutput, "From BOOL MString::IsValidRange( int nType ) const\n" ) )
+        << aTour.strOutput;
+    EXPECT_TRUE( Holds( aTour.strOutput, "Error number 71 was not taken any more." ) ) << aTour.strOutput;
+
+    // What it recommends to look at next.
+    const ProgramResult aShown = aFolder.Errors( { "show", "--json", "tour.stream" } );
+    EXPECT_EQ( 0, aShown.nExitCode ) << aShown.strErrors;
+    const nlohmann::json aRecords = nlohmann::json::parse( aShown.strOutput )["records"];
+    ASSERT_EQ( 6u, aRecords.size() );
+    EXPECT_EQ( 126, aRecords[2]["systemError"].get<int>() );
+    EXPECT_EQ( 193, aRecords[3]["systemError"].get<int>() );
+}
+
+TEST( Tour, TheReaderRefusesWhatIsNoStream )
+{
+    ProgramFolder aFolder;
+    const ProgramResult aResult = aFolder.Run( BXTOUR_READER_PROGRAM, {}, "##HDRMSG0" );
+    EXPECT_EQ( 1, aResult.nExitCode );
+    EXPECT_EQ( "bxtour-reader: standard input is no error stream\n", aResult.strErrors );
+}

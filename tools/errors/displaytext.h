@@ -1,0 +1,16 @@
+// Texts of unknown origin, made fit for a terminal.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+// The text as UTF-8 that moves no cursor: bytes that are not UTF-8 become U+FFFD, control characters become \n, \r, \t
+// or \x1B, and characters that turn the writing direction become \u{202E} and the like.
+std::string MakeVisible( std::string_view aText );
+
+// How many columns a text of MakeVisible takes: its characters, counted as one column each.
+size_t CountColumns( std::string_view aText );
+
+// Writes aText after aLabel in lines of at most nColumns (0: one line), the further lines indented like the first.
+// Lines end at blanks where there are any.
+std::string Wrap( std::string_view aLabel, std::string_view aText, size_t nColumns );

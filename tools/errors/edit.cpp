@@ -1,0 +1,123 @@
+#include "tools/byteinput.h"
+#include "tools/errors/bytes.h"
+#include "tools/errors/commands.h"
+#include "tools/errors/decodedrecord.h"
+#include "tools/errors/recordwalk.h"
+#include "tools/errors/streaminput.h"
+#include "tools/talk.h"
+
+#include <bxtools/error.h>
+
+#include <memory>
+
+namespace
+{
+
+constexpr char COUNT_EXAMPLES[] = "Counts all records, without looking whether they can be read.\n\n"
+                                  "Examples:\n"
+                                  "  bxtool errors count failed.stream\n"
+                                  "  bxtool errors count --json <failed.stream\n";
+constexpr char REVERSE_EXAMPLES[] = "The records' bytes stay as they are, those of broken ones, too.\n\n"
+                                    "Examples:\n"
+                                    "  bxtool errors reverse failed.stream >latest-first.stream\n"
+                                    "  bxtool errors reverse failed.stream | bxtool errors show\n";
+constexpr char APPEND_EXAMPLES[] =
+    "The result holds all records of STREAM and then all of FURTHER, byte for byte. (The\n"
+    "library's own Append2Stream takes one record at a time: given a whole stream, it keeps\n"
+    "that one only.) A broken record is carried on, named on standard error, and makes the\n"
+    "exit code 4.\n\n"
+    "Examples:\n"
+    "  bxtool errors append monday.stream tuesday.stream >both.stream\n"
+    "  some-program | bxtool errors append all.stream - >more.stream\n";
+
+ExitCode Count( const StreamSource& rSource, bool fJson )
+{
+    ULONG ulCount = 0;
+    GetAvailableErrorCountFromStream( ulCount, ReadErrorStream( rSource ) );
+    const std::string aCount = std::to_string( ulCount );
+    WriteOutput( fJson ? "{\"count\":" + aCount + "}\n" : aCount + "\n" );
+    return ExitCode::Ok;
+}
+
+ExitCode Reverse( const StreamSource& rSource )
+{
+    MString aStream = ReadErrorStream( rSource );
+    if ( !ReverseStream( aStream ) )
+        throw ToolFailure( ExitCode::Internal,
+                           GetInputTitle( rSource.aName ) +
+                               " could not be reversed; is there enough memory? --debug tells more" );
+    WriteOutput( ViewOf( aStream ) );
+    return ExitCode::Ok;
+}
+
+ExitCode Append( const StreamSource& rTarget, const StreamSource& rFurther )
+{
+    if ( rTarget.aName == "-" && rFurther.aName == "-" )
+        throw ToolFailure( ExitCode::Usage,
+                           "standard input can be only one of the two streams; name a file for the other" );
+    MString aStream = ReadErrorStream( rTarget );
+    const MString aFurther = ReadErrorStream( rFurther );
+    ExitCode aExitCode = ExitCode::Ok;
+    RecordDecoder aDecoder;
+    DecodedRecord aRecord;
+    std::string aReason;
+    RecordWalk aWalk( ViewOf( aFurther ) );
+    for ( std::string_view aText; aWalk.Next( aText ); )
+    {
+        if ( !aDecoder.Decode( aText, aRecord, aReason ) )
+        {
+            SayBroken( rFurther, aWalk.GetIndex(), aReason );
+            aExitCode = ExitCode::Broken;
+        }
+        const size_t nExpected =
+            aStream.GetLength() + sizeof( ERRSTREAM_RECORD_SEPARATOR ) - 1 + aText.size();
+        Append2Stream( aStream, ToMString( aText ) );
+        // The string keeps what it had when there is no memory for more.
+        if ( aStream.GetLength() != nExpected )
+            throw std::bad_alloc();
+    }
+    WriteOutput( ViewOf( aStream ) );
+    return aExitCode;
+}
+
+} // namespace
+
+void AddCountCommand( CLI::App& rFamily, ExitCode& rExitCode )
+{
+    CLI::App* pCommand = rFamily.add_subcommand( "count", "Print the number of records" );
+    pCommand->footer( COUNT_EXAMPLES );
+    auto pSource = std::make_shared<StreamSource>();
+    AddStreamSource( *pCommand, *pSource );
+    auto pJson = std::make_shared<bool>( false );
+    pCommand->add_flag( "--json", *pJson, "Print JSON instead" );
+    pCommand->callback( [pSource, pJson, &rExitCode] { rExitCode = Count( *pSource, *pJson ); } );
+}
+
+void AddReverseCommand( CLI::App& rFamily, ExitCode& rExitCode )
+{
+    CLI::App* pCommand = rFamily.add_subcommand( "reverse", "Write the stream with its last record first" );
+    pCommand->footer( REVERSE_EXAMPLES );
+    auto pSource = std::make_shared<StreamSource>();
+    AddStreamSource( *pCommand, *pSource );
+    pCommand->callback( [pSource, &rExitCode] { rExitCode = Reverse( *pSource ); } );
+}
+
+void AddAppendCommand( CLI::App& rFamily, ExitCode& rExitCode )
+{
+    CLI::App* pCommand = rFamily.add_subcommand( "append", "Write the records of two streams as one stream" );
+    pCommand->footer( APPEND_EXAMPLES );
+    auto pTarget = std::make_shared<StreamSource>();
+    auto pFurther = std::make_shared<StreamSource>();
+    pCommand
+        ->add_option( "STREAM", pTarget->aName, "The stream whose records come first; - is standard input" )
+        ->required();
+    pCommand->add_option( "FURTHER", pFurther->aName, "The stream whose records come behind them" )
+        ->required();
+    AddKeepLineEnd( *pCommand, *pTarget );
+    pCommand->callback(
+        [pTarget, pFurther, &rExitCode]
+        {
+            pFurther->fKeepLineEnd = pTarget->fKeepLineEnd;
+            rExitCode = Append( *pTarget, *pFurther );
+        } );
+}

@@ -1,0 +1,111 @@
+#include "tools/errors/bytes.h"
+#include "tools/errors/commands.h"
+#include "tools/errors/decodedrecord.h"
+#include "tools/errors/numbers.h"
+#include "tools/errors/recordwalk.h"
+#include "tools/errors/streaminput.h"
+#include "tools/talk.h"
+
+#include <memory>
+#include <optional>
+
+namespace
+{
+
+constexpr char EXAMPLES[] =
+    "Prints the index of every record that fits all that is given, one a line; indexes count\n"
+    "from 0. Exit code 1: no record fits. Broken records fit nothing; they are named on\n"
+    "standard error and do not change the exit code.\n\n"
+    "Examples:\n"
+    "  bxtool errors find failed.stream --class BXTOOLS.ERRCLS_SYS_LASTERROR --system-error 2\n"
+    "  bxtool errors find failed.stream --first --number 0x80070005\n"
+    "  bxtool errors find failed.stream --same-as one.stream\n";
+
+// What is looked for; what was not given fits every record.
+struct FindOptions
+{
+    StreamSource aSource;
+    StreamSource aSameAs;
+    CLI::Option* pSameAs = NULL;
+    CLI::Option* pErrorClass = NULL;
+    CLI::Option* pNumber = NULL;
+    CLI::Option* pSystemError = NULL;
+    bool fFirst = false;
+    bool fJson = false;
+};
+
+// The text of the one record that --same-as names, if it is given.
+std::optional<MString> ReadWantedText( const FindOptions& rOptions )
+{
+    if ( !*rOptions.pSameAs )
+        return std::nullopt;
+    const MString aStream = ReadErrorStream( rOptions.aSameAs );
+    RecordWalk aWalk( ViewOf( aStream ) );
+    std::string_view aText;
+    std::string_view aFurther;
+    aWalk.Next( aText );
+    if ( aWalk.Next( aFurther ) )
+        throw ToolFailure( ExitCode::Usage,
+                           "--same-as " + rOptions.aSameAs.aName +
+                               " holds several records; give it exactly the one to look for" );
+    return ToMString( aText );
+}
+
+bool Fits( const FindOptions& rOptions, const DecodedRecord& rRecord )
+{
+    return ( !*rOptions.pErrorClass || rOptions.pErrorClass->as<std::string>() == rRecord.aErrorClass ) &&
+           ( !*rOptions.pNumber ||
+             ParseErrorNumber( rOptions.pNumber->as<std::string>() ) == rRecord.lNumber ) &&
+           ( !*rOptions.pSystemError ||
+             ParseSystemError( rOptions.pSystemError->as<std::string>() ) == rRecord.dwSystemError );
+}
+
+std::vector<size_t> FindAll( const FindOptions& rOptions )
+{
+    const std::optional<MString> aWanted = ReadWantedText( rOptions );
+    const MString aStream = ReadErrorStream( rOptions.aSource );
+    std::vector<size_t> aFound;
+    RecordWalk aWalk( ViewOf( aStream ) );
+    RecordDecoder aDecoder;
+    DecodedRecord aRecord;
+    std::string aReason;
+    for ( std::string_view aText; aWalk.Next( aText ) && !( rOptions.fFirst && !aFound.empty() ); )
+        if ( !aDecoder.Decode( aText, aRecord, aReason ) )
+            SayBroken( rOptions.aSource, aWalk.GetIndex(), aReason );
+        else if ( ( !aWanted || ViewOf( *aWanted ) == aText ) && Fits( rOptions, aRecord ) )
+            aFound.push_back( aWalk.GetIndex() );
+    return aFound;
+}
+
+ExitCode Find( const FindOptions& rOptions )
+{
+    const std::vector<size_t> aFound = FindAll( rOptions );
+    std::string aOut;
+    for ( size_t nIndex : aFound )
+        aOut += ( rOptions.fJson && !aOut.empty() ? "," : "" ) + std::to_string( nIndex ) +
+                ( rOptions.fJson ? "" : "\n" );
+    WriteOutput( rOptions.fJson ? "{\"found\":[" + aOut + "]}\n" : aOut );
+    return aFound.empty() ? ExitCode::No : ExitCode::Ok;
+}
+
+} // namespace
+
+void AddFindCommand( CLI::App& rFamily, ExitCode& rExitCode )
+{
+    CLI::App* pCommand = rFamily.add_subcommand( "find", "Print the indexes of the records that fit" );
+    pCommand->footer( EXAMPLES );
+    auto pOptions = std::make_shared<FindOptions>();
+    AddStreamSource( *pCommand, pOptions->aSource );
+    CLI::App* pWanted = pCommand->add_option_group( "What to look for", "At least one of" );
+    pOptions->pErrorClass = pWanted->add_option( "--class", "Error class, exactly as written" );
+    pOptions->pNumber =
+        pWanted->add_option( "--number", "Error number, decimal or 0x..." )->check( CheckErrorNumber );
+    pOptions->pSystemError =
+        pWanted->add_option( "--system-error", "The system's last error" )->check( CheckSystemError );
+    pOptions->pSameAs = pWanted->add_option( "--same-as", pOptions->aSameAs.aName,
+                                             "A file with one record; finds those whose bytes are the same" );
+    pWanted->require_option( 1, 0 );
+    pCommand->add_flag( "--first", pOptions->fFirst, "Stop at the first record that fits" );
+    pCommand->add_flag( "--json", pOptions->fJson, "Print JSON instead" );
+    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Find( *pOptions ); } );
+}

@@ -1,0 +1,14 @@
+// The families of commands. A family lives in cmd_<family>.cpp, is declared here and takes one line in the table of
+// bxtool.cpp; nothing else knows it.
+#pragma once
+
+#include "tools/toolfailure.h"
+
+#include <CLI/CLI.hpp>
+
+// Adds the family's subcommands to the program. The chosen command runs while the command line is parsed; it stores
+// its exit code in rExitCode or throws a ToolFailure.
+using AddFamily = void ( * )( CLI::App& rProgram, ExitCode& rExitCode );
+
+// bxtool errors: error streams.
+void AddErrorsFamily( CLI::App& rProgram, ExitCode& rExitCode );

@@ -1,0 +1,20 @@
+// What a program at a terminal needs from its system; one file for each system.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+
+// Standard input and output carry bytes from now on: no line end is translated.
+void UseByteStreams();
+
+// Columns of the terminal that pStream writes to; 0 when it is a file or a pipe.
+size_t GetTerminalColumns( FILE* pStream );
+
+// TRUE when somebody types at pStream.
+bool IsTypedAt( FILE* pStream );
+
+// Prepares pStream for colour sequences. Result: false when it is no terminal that shows them.
+bool CanShowColour( FILE* pStream );
+
+// Sets an environment variable for this process, unless it is set already.
+void SetEnvironmentDefault( const char* pName, const char* pValue );

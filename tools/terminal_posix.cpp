@@ -1,0 +1,36 @@
+#include "tools/terminal.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+void UseByteStreams()
+{
+    // They carry bytes already.
+}
+
+bool IsTypedAt( FILE* pStream )
+{
+    return isatty( fileno( pStream ) ) != 0;
+}
+
+size_t GetTerminalColumns( FILE* pStream )
+{
+    if ( !IsTypedAt( pStream ) )
+        return 0;
+    winsize aSize = {};
+    const bool fKnown = ioctl( fileno( pStream ), TIOCGWINSZ, &aSize ) == 0 && aSize.ws_col > 0;
+    return fKnown ? aSize.ws_col : 80;
+}
+
+bool CanShowColour( FILE* pStream )
+{
+    const char* pTerminal = getenv( "TERM" );
+    return IsTypedAt( pStream ) && pTerminal != NULL && strcmp( pTerminal, "dumb" ) != 0;
+}
+
+void SetEnvironmentDefault( const char* pName, const char* pValue )
+{
+    setenv( pName, pValue, 0 );
+}
