@@ -30,7 +30,7 @@ DWORD FormatMessageA( DWORD dwFlags, LPCVOID, DWORD dwMessageId, DWORD, LPSTR lp
 {
     const bool fAllocate = ( dwFlags & FORMAT_MESSAGE_ALLOCATE_BUFFER ) != 0;
     if ( lpBuffer == nullptr )
-        return Fail( ERROR_INVALID_PARAMETER );
+        return Fail( fAllocate ? ERROR_NOT_ENOUGH_MEMORY : ERROR_INVALID_PARAMETER );
     LPSTR* const ppAllocated = fAllocate ? reinterpret_cast<LPSTR*>( lpBuffer ) : nullptr;
     if ( fAllocate )
         *ppAllocated = nullptr;

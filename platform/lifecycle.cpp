@@ -2,9 +2,11 @@
 
 #include "platform/debugout.h"
 #include "platform/threadend.h"
+#include "platform/tls.h"
 
 void ClosePlatform() noexcept
 {
     CloseThreadEnd();
+    ReleaseTlsOfThread();
     CloseDebugSinks();
 }

@@ -108,7 +108,7 @@ void* OpenByName( LPCSTR pFileName, int nFlags ) noexcept
     try
     {
         const NoCancellation aNoCancellation;
-        pHandle = OpenFirst( pFileName, nFlags, dwError );
+        pHandle = OpenFirst( pFileName != nullptr ? pFileName : "", nFlags, dwError );
     }
     catch ( const std::bad_alloc& )
     {
@@ -164,20 +164,13 @@ DWORD CopyPath( const std::string& aPath, LPSTR pFileName, DWORD dwSize ) noexce
     const size_t nLength = fFits ? aPath.size() : dwSize - 1;
     memcpy( pFileName, aPath.data(), nLength );
     pFileName[nLength] = '\0';
-    if ( fFits )
-        return static_cast<DWORD>( nLength );
-    SetLastError( ERROR_INSUFFICIENT_BUFFER );
-    return dwSize;
+    SetLastError( fFits ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER );
+    return fFits ? static_cast<DWORD>( nLength ) : dwSize;
 }
 } // namespace
 
 HMODULE LoadLibraryA( LPCSTR pFileName )
 {
-    if ( pFileName == nullptr )
-    {
-        SetLastError( ERROR_INVALID_PARAMETER );
-        return nullptr;
-    }
     void* const pHandle = OpenByName( pFileName, RTLD_NOW | RTLD_LOCAL );
     if ( pHandle == nullptr )
         return nullptr;
@@ -196,7 +189,7 @@ BOOL FreeLibrary( HMODULE hModule )
         LoadedModule** const ppLink = FindLink( hModule );
         if ( *ppLink == nullptr )
         {
-            SetLastError( ERROR_MOD_NOT_FOUND );
+            SetLastError( hModule != nullptr ? ERROR_MOD_NOT_FOUND : ERROR_INVALID_HANDLE );
             return FALSE;
         }
         if ( --( *ppLink )->ulUses > 0 )

@@ -150,6 +150,9 @@ std::string MakeAbsolute( const std::string& aPath )
 std::vector<std::string> ListLibraryCandidates( LPCSTR pFileName )
 {
     std::string aName( pFileName );
+    // To the system's loader an empty name is the program.
+    if ( aName.empty() )
+        return {};
     std::replace( aName.begin(), aName.end(), '\\', '/' );
     if ( aName.find( '/' ) != std::string::npos )
         return { MakeAbsolute( aName ) };

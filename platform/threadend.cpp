@@ -84,11 +84,8 @@ BOOL RequestThreadEnd() noexcept
 
 void CloseThreadEnd() noexcept
 {
-    {
-        const LockedScope aLocked( g_aLock );
-        if ( g_eKey.exchange( KeyState::Closed, std::memory_order_acq_rel ) == KeyState::Made )
-            pthread_key_delete( g_aKey );
-    }
+    const LockedScope aLocked( g_aLock );
+    if ( g_eKey.exchange( KeyState::Closed, std::memory_order_acq_rel ) == KeyState::Made )
+        pthread_key_delete( g_aKey );
     g_pThreadEnd.store( nullptr, std::memory_order_release );
-    ReleaseTlsOfThread();
 }

@@ -16,8 +16,8 @@ BOOL SetThreadEndFunc( ThreadEndFunc pFunc ) noexcept;
 // the module, since that thread jumps into it when it ends. FALSE only when the notice cannot be had.
 BOOL RequestThreadEnd() noexcept;
 
-// For the library's end: no thread's end is noticed from here on, and the calling thread's values are freed.
-// Threads that still run end silently, and what they kept in slots stays with them.
+// For the library's end: no thread's end is noticed from here on. Threads that still run end silently, and
+// what they kept in slots stays with them. Again is harmless.
 void CloseThreadEnd() noexcept;
 
 // Keeps the module that holds this code loaded until the process ends. Harmless, and TRUE, in a program.

@@ -29,8 +29,8 @@ DLL_EXPORT_MOD void SetLastError( DWORD dwErrCode );
 //   nSize         characters in lpBuffer; with ALLOCATE_BUFFER the least to allocate.
 //   pArguments    ignored: inserts are never filled in.
 // Result: characters without the final zero, 0 on failure. Errors: 317 no text for this number; 87 the text
-// contains inserts and IGNORE_INSERTS is not set, or lpBuffer is null, or the source is not the system; 122
-// too small.
+// contains inserts and IGNORE_INSERTS is not set, or lpBuffer is null (8 with ALLOCATE_BUFFER), or the source
+// is not the system; 122 too small.
 DLL_EXPORT_MOD DWORD FormatMessageA( DWORD dwFlags, LPCVOID lpSource, DWORD dwMessageId, DWORD dwLanguageId,
                                      LPSTR lpBuffer, DWORD nSize, va_list* pArguments );
 
@@ -103,11 +103,11 @@ DLL_EXPORT_MOD BOOL TlsSetValue( DWORD dwIndex, LPVOID pValue );
 //              beside libbxtools.so, then beside the program, then where the system's loader looks. Any other
 //              name without a directory is looked for as it is in the same places. A name with a directory,
 //              divided by either separator, is taken as it is.
-// Result: the handle, null on failure. Errors: 126 not found, or something it needs is not; 193 not a library
-// for this machine; 87 null name.
+// Result: the handle, null on failure. Errors: 126 not found (a null name, too), or something it needs is
+// not; 193 not a library for this machine, or cut short.
 DLL_EXPORT_MOD HMODULE LoadLibraryA( LPCSTR pFileName );
 // Gives one use back; the library is unloaded with its last. Error 126: no loaded module, or not loaded by
-// this call.
+// this call; 6 null.
 DLL_EXPORT_MOD BOOL FreeLibrary( HMODULE hModule );
 // The address of a function or a variable; names are case-sensitive. Errors: 127 no such name, 126 no such
 // module.
@@ -119,18 +119,21 @@ DLL_EXPORT_MOD HMODULE GetModuleHandleA( LPCSTR pModuleName );
 //   pFileName  out: the path, terminated; cut when it does not fit.
 //   dwSize     characters in pFileName.
 // Result: characters without the final zero; dwSize with error 122 when cut; 0 with error 126 for no module.
+// Sets the last error to 0 on success.
 DLL_EXPORT_MOD DWORD GetModuleFileNameA( HMODULE hModule, LPSTR pFileName, DWORD dwSize );
 
 // ---- debug output and message boxes -----------------------------------------------------------------------
 
 // Hands a text to whoever listens to debug output. BXTOOLS_DEBUG_SINK says who: stderr (the default),
-// file:PATH (appended to), none, or several of them with commas; it is read once, and file:PATH counts only
-// in a process without raised rights. A message is written whole, never between the pieces of another
+// file:PATH (appended to), none, or several of them with commas; it is read once, and
+// not at all in a process with raised rights. A message is written whole, never between the pieces of another
 // thread's. Never fails, keeps errno and the last error, and is no cancellation point. Null writes nothing.
 DLL_EXPORT_MOD void OutputDebugStringA( LPCSTR pOutputString );
 
 // Shows a text to the user and waits for the answer. Without a display the title and the text go to standard
-// error, and the result is the button that is the default: IDOK for a box with one button.
+// error, and the answer is IDOK for a box with one button; for the others it is the one that does least
+// (Cancel, No, or Abort where neither is offered), since nobody is there to agree to anything. Error 87: no
+// such buttons.
 DLL_EXPORT_MOD int MessageBoxA( HWND hWnd, LPCSTR pText, LPCSTR pCaption, UINT uType );
 
 // ---- wide characters --------------------------------------------------------------------------------------

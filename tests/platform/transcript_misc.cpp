@@ -1,0 +1,76 @@
+// The system, the process and the thread; handles; debug output.
+
+#include "platform/transcript.h"
+
+#include <cstring>
+
+namespace
+{
+void SayVersion()
+{
+    OSVERSIONINFOA aVersion{};
+    Say( "size of the record", "%u", static_cast<unsigned>( sizeof( aVersion ) ) );
+    aVersion.dwOSVersionInfoSize = sizeof( aVersion );
+    std::memset( aVersion.szCSDVersion, 'x', sizeof( aVersion.szCSDVersion ) );
+    SayOutcome( "version", GetVersionExA( &aVersion ) );
+    Say( "platform", "%u", static_cast<unsigned>( aVersion.dwPlatformId ) );
+    Say( "major above zero", "%d", aVersion.dwMajorVersion > 0 );
+    Say( "size stays", "%u", static_cast<unsigned>( aVersion.dwOSVersionInfoSize ) );
+    Say( "service pack terminated", "%d", std::memchr( aVersion.szCSDVersion, 0, 128 ) != NULL );
+    aVersion.dwOSVersionInfoSize = 147;
+    SayOutcome( "wrong size", GetVersionExA( &aVersion ) );
+    aVersion.dwOSVersionInfoSize = 0;
+    SayOutcome( "no size", GetVersionExA( &aVersion ) );
+}
+
+void SayComputerName()
+{
+    char aName[260];
+    DWORD dwSize = sizeof( aName );
+    SayOutcome( "computer name", GetComputerNameA( aName, &dwSize ) );
+    Say( "its length comes back", "%d", dwSize == std::strlen( aName ) && dwSize > 0 );
+    const DWORD dwLength = dwSize;
+    SayOutcome( "one too small", GetComputerNameA( aName, &dwSize ) );
+    Say( "what is needed", "%d", dwSize == dwLength + 1 );
+    SayOutcome( "just enough", GetComputerNameA( aName, &dwSize ) );
+    Say( "length again", "%d", dwSize == dwLength );
+    dwSize = 0;
+    SayOutcome( "null buffer", GetComputerNameA( NULL, &dwSize ) );
+    Say( "needed for null", "%d", dwSize == dwLength + 1 );
+}
+
+void SayIds()
+{
+    const DWORD dwThread = GetCurrentThreadId();
+    Say( "thread id stays", "%d", dwThread == GetCurrentThreadId() && dwThread != 0 );
+    OnOtherThread( [=] { Say( "another thread, another id", "%d", GetCurrentThreadId() != dwThread ); } );
+    Say( "process id stays", "%d",
+         GetCurrentProcessId() == GetCurrentProcessId() && GetCurrentProcessId() != 0 );
+}
+
+void SayHandles()
+{
+    SayOutcome( "close null", CloseHandle( NULL ) );
+    SayOutcome( "close no handle", CloseHandle( reinterpret_cast<HANDLE>( 0x7654320 ) ) );
+    SayOutcome( "close a small number", CloseHandle( reinterpret_cast<HANDLE>( 0x10000 ) ) );
+}
+
+void SayDebugOutput()
+{
+    SetLastError( UNTOUCHED );
+    OutputDebugStringA( NULL );
+    OutputDebugStringA( "" );
+    OutputDebugStringA( "a line for the debug output\r\n" );
+    Say( "last error after debug output", "%u", static_cast<unsigned>( GetLastError() ) );
+}
+} // namespace
+
+int main()
+{
+    SayVersion();
+    SayComputerName();
+    SayIds();
+    SayHandles();
+    SayDebugOutput();
+    return 0;
+}
