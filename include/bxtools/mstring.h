@@ -20,6 +20,8 @@
 #include <concepts>
 #include <utility>
 
+class NumberText;
+
 class DLL_EXPORT_MOD MStringAdapter : public RWCString, public BaseObject2
 {
 public:
@@ -192,12 +194,12 @@ public:
     }
 
 protected:
-    // Short of memory, these report under their own name and leave the text as it was.
+    // Short of memory, these report under their own name and leave the text as it was; ReplaceText gives FALSE then.
     void AssignText( LPCTSTR pText, size_t ulLength );
     void AssignText( LPCTSTR pText );
     void AppendText( LPCTSTR pText, size_t ulLength );
     void AppendText( LPCTSTR pText );
-    void ReplaceText( size_t ulStart, size_t ulCount, LPCTSTR pText, size_t ulLength );
+    BOOL ReplaceText( size_t ulStart, size_t ulCount, LPCTSTR pText, size_t ulLength );
     // ulCount characters from ulStart on, what is there of them.
     MStringAdapter Part( size_t ulStart, size_t ulCount ) const;
 
@@ -218,62 +220,77 @@ class DLL_EXPORT_MOD MString : public MStringAdapter
 {
 public:
     // As for MStringAdapter. A copy of an MString has its safe mode, too.
-    MString() noexcept;
-    MString( const MString& aOther ) noexcept;
-    MString( MString&& aOther ) noexcept;
-    MString( const MStringAdapter& aOther ) noexcept;
-    MString( MStringAdapter&& aOther ) noexcept;
-    MString( const MStringAdapter* pOther ) noexcept;
-    MString( LPCTSTR lpsz );
-    MString( const unsigned char* lpsz );
-    MString( LPCTSTR lpch, int nLength );
-    MString( TCHAR ch ) noexcept;
-    MString( TCHAR ch, int nRepeat );
-    // The text of a number: decimal for integers, as "%f" (six decimals, always with a point) for float and double.
-    MString( short nValue );
-    MString( int nValue );
-    MString( unsigned int unValue );
-    MString( long lValue );
-    MString( unsigned long ulValue );
+    MString() noexcept {}
+    MString( const MString& aOther ) noexcept = default;
+    MString( MString&& aOther ) noexcept = default;
+    MString( const MStringAdapter& aOther ) noexcept : MStringAdapter( aOther ) {}
+    MString( MStringAdapter&& aOther ) noexcept : MStringAdapter( std::move( aOther ) ) {}
+    MString( const MStringAdapter* pOther ) noexcept : MStringAdapter( pOther ) {}
+    MString( LPCTSTR lpsz ) : MStringAdapter( lpsz ) {}
+    MString( const unsigned char* lpsz ) : MStringAdapter( lpsz ) {}
+    MString( LPCTSTR lpch, int nLength ) : MStringAdapter( lpch, nLength ) {}
+    MString( TCHAR ch ) noexcept : MStringAdapter( ch ) {}
+    MString( TCHAR ch, int nRepeat ) : MStringAdapter( ch, nRepeat ) {}
+    // The text of a number: decimal for integers, with six decimals ("%f") for float and double. An address is 0x and
+    // at least eight hexadecimal digits; that of NULL is ten zeros. The narrow types go through the widest one.
+    MString( short nValue ) : MString( static_cast<long long>( nValue ) ) {}
+    MString( int nValue ) : MString( static_cast<long long>( nValue ) ) {}
+    MString( unsigned int unValue ) : MString( static_cast<unsigned long long>( unValue ) ) {}
+    MString( long lValue ) : MString( static_cast<long long>( lValue ) ) {}
+    MString( unsigned long ulValue ) : MString( static_cast<unsigned long long>( ulValue ) ) {}
     MString( long long llValue );
     MString( unsigned long long ullValue );
-    MString( float fValue );
+    MString( float fValue ) : MString( static_cast<double>( fValue ) ) {}
     MString( double dValue );
-    // The text of an address: 0x and at least eight hexadecimal digits; ten zeros for NULL.
     MString( const void* pValue );
 
-    // The same, as assignment. Only that of an MString takes its safe mode along.
-    MString& operator=( const MString& aOther ) noexcept;
-    MString& operator=( MString&& aOther ) noexcept;
-    MString& operator=( const MStringAdapter& aOther ) noexcept;
-    MString& operator=( MStringAdapter&& aOther ) noexcept;
-    MString& operator=( LPCTSTR lpsz );
-    MString& operator=( const unsigned char* lpsz );
-    MString& operator=( TCHAR ch );
-    MString& operator=( short nValue );
-    MString& operator=( int nValue );
-    MString& operator=( unsigned int unValue );
-    MString& operator=( long lValue );
-    MString& operator=( unsigned long ulValue );
+    // The same, assigned. Only the assignment of an MString takes its safe mode along.
+    MString& operator=( const MString& aOther ) noexcept = default;
+    MString& operator=( MString&& aOther ) noexcept = default;
+    MString& operator=( const MStringAdapter& aOther ) noexcept
+    {
+        return Whole( MStringAdapter::operator=( aOther ) );
+    }
+    MString& operator=( MStringAdapter&& aOther ) noexcept
+    {
+        return Whole( MStringAdapter::operator=( std::move( aOther ) ) );
+    }
+    MString& operator=( LPCTSTR lpsz ) { return Whole( MStringAdapter::operator=( lpsz ) ); }
+    MString& operator=( const unsigned char* lpsz ) { return Whole( MStringAdapter::operator=( lpsz ) ); }
+    MString& operator=( TCHAR ch ) { return Whole( MStringAdapter::operator=( ch ) ); }
+    MString& operator=( short nValue ) { return *this = static_cast<long long>( nValue ); }
+    MString& operator=( int nValue ) { return *this = static_cast<long long>( nValue ); }
+    MString& operator=( unsigned int unValue ) { return *this = static_cast<unsigned long long>( unValue ); }
+    MString& operator=( long lValue ) { return *this = static_cast<long long>( lValue ); }
+    MString& operator=( unsigned long ulValue ) { return *this = static_cast<unsigned long long>( ulValue ); }
     MString& operator=( long long llValue );
     MString& operator=( unsigned long long ullValue );
-    MString& operator=( float fValue );
+    MString& operator=( float fValue ) { return *this = static_cast<double>( fValue ); }
     MString& operator=( double dValue );
     MString& operator=( const void* pValue );
 
     // The same, added at the end.
-    MString& operator+=( const MStringAdapter& aOther );
-    MString& operator+=( LPCTSTR lpsz );
-    MString& operator+=( const unsigned char* lpsz );
-    MString& operator+=( TCHAR ch );
-    MString& operator+=( short nValue );
-    MString& operator+=( int nValue );
-    MString& operator+=( unsigned int unValue );
-    MString& operator+=( long lValue );
-    MString& operator+=( unsigned long ulValue );
+    MString& operator+=( const MStringAdapter& aOther )
+    {
+        return Whole( MStringAdapter::operator+=( aOther ) );
+    }
+    MString& operator+=( LPCTSTR lpsz ) { return Whole( MStringAdapter::operator+=( lpsz ) ); }
+    MString& operator+=( const unsigned char* lpsz ) { return Whole( MStringAdapter::operator+=( lpsz ) ); }
+    MString& operator+=( TCHAR ch ) { return Whole( MStringAdapter::operator+=( ch ) ); }
+    MString& operator+=( short nValue ) { return *this += static_cast<long long>( nValue ); }
+    MString& operator+=( int nValue ) { return *this += static_cast<long long>( nValue ); }
+    MString& operator+=( unsigned int unValue )
+    {
+        return *this += static_cast<unsigned long long>( unValue );
+    }
+    MString& operator+=( long lValue ) { return *this += static_cast<long long>( lValue ); }
+    MString& operator+=( unsigned long ulValue )
+    {
+        return *this += static_cast<unsigned long long>( ulValue );
+    }
     MString& operator+=( long long llValue );
     MString& operator+=( unsigned long long ullValue );
-    MString& operator+=( float fValue );
+    MString& operator+=( float fValue ) { return *this += static_cast<double>( fValue ); }
     MString& operator+=( double dValue );
     MString& operator+=( const void* pValue );
 
@@ -281,8 +298,8 @@ public:
     void SetSafeMode( int nSafeMode ) noexcept;
 
     // The number at the start of the text: leading blanks, a sign, then decimal digits up to the first other
-    // character; 0 when there are none. What a type cannot hold comes out as the C library's functions leave it:
-    // int, short and unsigned short keep the low bits of a 64-bit number, the rest ends at its type's limit.
+    // character; 0 when there are none. What a type cannot hold comes out as the C library's functions leave it: the
+    // signed types and toUS keep the low bits of a 64-bit number, the unsigned ones end at their greatest value.
     // In safe mode a text that is not wholly a number, or is beyond the 32 bits (16 for short and toUS) of its type,
     // is reported and gives the value behind the function. A minus sign does not make an unsigned number invalid.
     operator int() const;           // 0x7FFFFFFF
@@ -331,14 +348,16 @@ public:
     BOOL FromBSTR( LPCWSTR pWideText, int nLength = -1 );
 
 private:
+    MString& AssignNumber( const NumberText& aNumber );
+    MString& AppendNumber( const NumberText& aNumber );
+    template <class Number, class Parsed>
+    Number ToNumber( int nType ) const;
     BOOL IsValidRange( int nType ) const;
     BOOL IsValidFloatRange( int nType ) const;
     bool GetTokenPosStr( size_t ulToken, LPCTSTR lpszDelimiter, size_t& ulStart,
                          size_t& ulEnd ) const noexcept;
-    template <class Number>
-    MString& AppendNumber( Number aValue );
-    template <class Number>
-    MString& AssignNumber( Number aValue );
+    // The string whose base part it is.
+    static MString& Whole( MStringAdapter& aBase ) noexcept { return static_cast<MString&>( aBase ); }
 
     BOOL m_fSafeMode = FALSE;
 };

@@ -102,7 +102,15 @@ public:
     // The text becomes a copy of ulLength characters, which may be part of this very text.
     void assign( const char* pText, size_t ulLength );
     // Adds ulLength characters, which may be part of this very text.
-    void append( const char* pText, size_t ulLength ) { replace( m_ulLength, 0, pText, ulLength ); }
+    void append( const char* pText, size_t ulLength )
+    {
+        if ( ulLength > Room() )
+            return replace( m_ulLength, 0, pText, ulLength );
+        if ( ulLength != 0 )
+            std::memcpy( m_pText + m_ulLength, pText, ulLength );
+        m_ulLength += ulLength;
+        m_pText[m_ulLength] = 0;
+    }
     // Puts ulLength characters, which may be part of this very text, in the place of the ulCount characters from
     // ulStart on; either number may be 0.
     void replace( size_t ulStart, size_t ulCount, const char* pText, size_t ulLength );
@@ -117,7 +125,7 @@ public:
     size_t find( const char* pText, size_t ulStart = 0 ) const noexcept;
 
     // Negative, 0 or positive as this text is before, equal to or after the other one, by the values of the
-    // characters, 0 to 255; noCase takes the ASCII letters as upper case.
+    // characters, 0 to 255; NoCase takes ASCII letters as lower case.
     int compare( const char* pText, size_t ulLength ) const noexcept
     {
         const size_t ulCommon = m_ulLength < ulLength ? m_ulLength : ulLength;
@@ -140,6 +148,18 @@ private:
 
     Block* GetBlock() const noexcept { return reinterpret_cast<Block*>( m_pText ) - 1; }
     bool IsInside() const noexcept { return m_pText == m_aInside; }
+    // Nobody else reads the characters, so they may change where they are.
+    bool IsUnshared() const noexcept
+    {
+        return IsInside() || GetBlock()->m_ulOwners.load( std::memory_order_acquire ) == 1;
+    }
+    // How many characters can be added where the text is.
+    size_t Room() const noexcept
+    {
+        if ( IsInside() )
+            return INSIDE_LENGTH - m_ulLength;
+        return IsUnshared() ? GetBlock()->m_ulCapacity - m_ulLength : 0;
+    }
     void ShareOrCopy( const RWCString& aOther ) noexcept
     {
         if ( aOther.IsInside() )
@@ -171,10 +191,9 @@ private:
     }
     static char* NewBlock( size_t ulCapacity );
     static void ReleaseBlock( char* pText ) noexcept;
-    [[noreturn]] void ThrowBounds( size_t ulIndex ) const;
-    size_t Capacity() const noexcept;
     void Detach();
-    void ReplaceInNewBlock( size_t ulStart, size_t ulCount, const char* pText, size_t ulLength );
+    void ReplaceElsewhere( size_t ulStart, size_t ulCount, const char* pText, size_t ulLength );
+    [[noreturn]] void ThrowBounds( size_t ulIndex ) const;
 
     char* m_pText; // m_aInside, or the characters behind a Block
     size_t m_ulLength;
