@@ -12,12 +12,13 @@ function( bxtools_add_program name )
     endif()
 endfunction()
 
-# bxtools_add_test( <subsystem> [API | RUNTIME] SOURCES <file>... )
+# bxtools_add_test( <subsystem> [API | RUNTIME | LOADED] SOURCES <file>... )
 #
 # Program test_<subsystem>; each test in it is a process of its own for ctest, with a time limit. It reaches everything
-# in the library; with API it sees what a caller sees, and with RUNTIME everything in the run-time library instead.
+# in the library; with API it sees what a caller sees, and with RUNTIME everything in the run-time library instead. With
+# LOADED it has no library but what it loads itself: BXTOOLS_LIBRARY names the file.
 function( bxtools_add_test subsystem )
-    cmake_parse_arguments( PARSE_ARGV 1 arg "API;RUNTIME" "" "SOURCES" )
+    cmake_parse_arguments( PARSE_ARGV 1 arg "API;RUNTIME;LOADED" "" "SOURCES" )
     if( NOT arg_SOURCES )
         return()
     endif()
@@ -26,10 +27,16 @@ function( bxtools_add_test subsystem )
         set( library bxtools bxruntime )
     elseif( arg_RUNTIME )
         set( library bxruntime_inspect )
+    elseif( arg_LOADED )
+        set( library Threads::Threads ${CMAKE_DL_LIBS} )
     else()
         set( library bxtools_inspect )
     endif()
     bxtools_add_program( ${program} SOURCES ${arg_SOURCES} LINK test_support ${library} GTest::gtest_main )
+    if( arg_LOADED )
+        add_dependencies( ${program} bxtools )
+        target_compile_definitions( ${program} PRIVATE BXTOOLS_LIBRARY="$<IF:$<BOOL:${WIN32}>,$<TARGET_FILE_NAME:bxtools>,$<TARGET_FILE:bxtools>>" )
+    endif()
     if( WIN32 )
         set( discovery PRE_TEST )
     else()

@@ -39,7 +39,7 @@ CallReport& CallReport::Tail( LPCTSTR pText ) noexcept
     return *this;
 }
 
-CallReport& CallReport::Tail( long long llValue ) noexcept
+CallReport& CallReport::TailNumber( long long llValue ) noexcept
 {
     char szValue[24];
     std::snprintf( szValue, sizeof( szValue ), "%lld", llValue );

@@ -13,6 +13,7 @@
 
 #include <bxtools/baseobject.h>
 
+#include <concepts>
 #include <cstddef>
 #include <cxxabi.h>
 
@@ -88,7 +89,11 @@ public:
     // Append a shown value to the text reported. Short of memory, the text goes out without it. The object keeps the
     // constant text alone as its last report.
     CallReport& Tail( LPCTSTR pText ) noexcept;
-    CallReport& Tail( long long llValue ) noexcept;
+    template <std::integral Number>
+    CallReport& Tail( Number nValue ) noexcept
+    {
+        return TailNumber( static_cast<long long>( nValue ) );
+    }
 
     // Reports now what has been stored, and starts afresh: for functions that go on after a failed step. The last
     // error is what it was, whatever the hook does.
@@ -125,6 +130,8 @@ public:
     }
 
 private:
+    CallReport& TailNumber( long long llValue ) noexcept;
+
     // pOut is the constant text that an object keeps, pMessage the same with its shown values.
     using Sink = void ( * )( const void* pTarget, LPCTSTR pHeader, LPCTSTR pOut, LPCTSTR pMessage );
     static void SendToObject( const void* pTarget, LPCTSTR pHeader, LPCTSTR pOut, LPCTSTR pMessage );

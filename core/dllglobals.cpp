@@ -74,7 +74,7 @@ DBGServer* GetDBGServer()
     CallReport aReport( "From DBGServer* GetDBGServer()" );
     MyDLLMainGlobalThreadData* pGlobalObj = GetDLLGlobalObjectPtr();
     if ( pGlobalObj == NULL )
-        return aReport.Fail( " Error: ( pGlobalObj = GetDLLGlobalObjectPtr() ) == NULL", (DBGServer*)NULL );
+        return aReport.FailNull( " Error: ( pGlobalObj = GetDLLGlobalObjectPtr() ) == NULL" );
     DBGServer* pDBGServer = pGlobalObj->GetGlobalDBGServer();
     if ( pDBGServer == NULL )
         aReport.Fail( " Error: ( pDBGServer == pGlobalObj->GetGlobalDBGServer() ) == NULL" );

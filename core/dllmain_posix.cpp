@@ -1,8 +1,8 @@
 // The process-wide object is constructed when the library is loaded and destroyed when it is unloaded or the process
 // ends, so it drives the notifications itself. Ends of threads come from the platform layer.
 #include "core/dllmain.h"
+#include "platform/lifecycle.h"
 #include "platform/threadend.h"
-#include "platform/tls.h"
 
 #include <cstddef>
 
@@ -28,7 +28,7 @@ LibraryEnd OnGlobalObjectEnds()
     // First, so that a container made by the detach does not ask for a notice that would come too late.
     CloseThreadEnd();
     DllMain( NULL, DLL_PROCESS_DETACH, NULL );
-    ReleaseTlsOfThread();
+    ClosePlatform();
     // From here an unload looks like the end of the process, whose other threads still run.
     return LibraryEnd::Detached;
 }

@@ -40,7 +40,7 @@ LPVOID CThreadGlobalObjectElemInterface::GetObj()
         return m_plObj;
     CallReport aReport( *this, "From LPVOID CThreadGlobalObjectElemInterface::GetObj()" );
     if ( m_pCreatorFunc == NULL )
-        return aReport.Fail( " Error: m_pCreatorFunc == NULL -> wrong initializaton", LPVOID( NULL ) );
+        return aReport.FailNull( " Error: m_pCreatorFunc == NULL -> wrong initializaton" );
     return aReport.Guard( LPVOID( NULL ), " Error: m_plObj = (*m_pCreatorFunc)() caused uncaught exception",
                           [this]() { return m_plObj = m_pCreatorFunc(); } );
 }
@@ -158,14 +158,13 @@ LPVOID DLLMainGlobalThreadData::MakeThreadSpecialObject( CreateThreadElemFuc pCr
     AwaitThreadEnd();
     return aReport.Guard(
         LPVOID( NULL ), SEVERE_ERROR,
-        [&]()
+        [&]() -> LPVOID
         {
             const LockGuard aLock( m_aAttachSection );
             CThreadGlobalObjectInterface* pThreadGlobalObject = internalGetThreadGlobalObject( FALSE );
             if ( pThreadGlobalObject == NULL )
-                return aReport.Fail(
-                    " Error: ( pThreadGlobalObject = internalGetThreadGlobalObject() ) == NULL",
-                    LPVOID( NULL ) );
+                return aReport.FailNull(
+                    " Error: ( pThreadGlobalObject = internalGetThreadGlobalObject() ) == NULL" );
             const LPVOID lValue = pThreadGlobalObject->GetObject( pCreateFunc, pDeleteFunc );
             if ( lValue == NULL )
                 aReport.Fail(
@@ -216,7 +215,7 @@ LPVOID DLLMainGlobalThreadData::CreateThreadGlobalObject( int nMode )
     CallReport aReport( std::as_const( *this ),
                         "From LPVOID DLLMainGlobalThreadData::CreateThreadGlobalObject( int nMode )" );
     if ( !CheckTLS( m_dwTlsGlobalOffset, FALSE ) )
-        return aReport.Fail( " Error: !CheckTLS( m_dwTlsGlobalOffset )", LPVOID( NULL ) );
+        return aReport.FailNull( " Error: !CheckTLS( m_dwTlsGlobalOffset )" );
     CThreadGlobalObjectInterface* pThreadGlobalObject = aReport.Guard(
         (CThreadGlobalObjectInterface*)NULL,
         " Error: pThreadGlobalObject = new CThreadGlobalObjectInterface( m_pMyDbgFunc, m_pMyLogFunc ) failed",
@@ -248,11 +247,10 @@ CThreadGlobalObjectInterface* DLLMainGlobalThreadData::internalGetThreadGlobalOb
     if ( pThreadGlobalObject != NULL || fOnThreadDetach )
         return pThreadGlobalObject;
     if ( !CheckTLS( m_dwTlsGlobalOffset, FALSE ) )
-        return aReport.Fail( " Error: !CheckTLS( m_dwTlsGlobalOffset )", pThreadGlobalObject );
+        return aReport.FailNull( " Error: !CheckTLS( m_dwTlsGlobalOffset )" );
     const LPVOID pNewObject = CreateThreadGlobalObject( GLOBAL_OBJ_FROM_THREAD );
     if ( pNewObject == NULL )
-        return aReport.Fail( " Error: CreateThreadGlobalObject( GLOBAL_OBJ_FROM_THREAD ) == 0",
-                             pThreadGlobalObject );
+        return aReport.FailNull( " Error: CreateThreadGlobalObject( GLOBAL_OBJ_FROM_THREAD ) == 0" );
     pThreadGlobalObject = ReadSlot();
     if ( pThreadGlobalObject == NULL )
         aReport.Fail(

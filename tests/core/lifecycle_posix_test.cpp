@@ -1,0 +1,247 @@
+// What only POSIX threads and processes do to the registry: fork, thread-end handlers that call in late, threads that
+// are unwound by force, memory that runs out.
+#include "core/dllglobals.h"
+#include "core/servedobjects.h"
+#include "support/failnew.h"
+#include "support/recorder.h"
+#include "support/secondprocess.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <pthread.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+
+constexpr int CHILD_DONE = 5;
+
+// Two pairs without a lock of their own, which a fork could leave taken.
+LPVOID DLL_EXPORT CreatePlain()
+{
+    return new char( 'p' );
+}
+
+LPVOID DLL_EXPORT CreateOtherPlain()
+{
+    return new char( 'o' );
+}
+
+BOOL DLL_EXPORT DeletePlain( LPVOID pObject )
+{
+    delete static_cast<char*>( pObject );
+    return TRUE;
+}
+
+class Callers
+{
+public:
+    explicit Callers( int nThreads )
+    {
+        for ( int nThread = 0; nThread < nThreads; ++nThread )
+        {
+            m_aThreads.emplace_back(
+                [this]()
+                {
+                    while ( !m_fStop )
+                    {
+                        GetThreadSpecialObject( &CreatePlain, &DeletePlain );
+                        aGlobalDllObject.OnThreadDETACH();
+                    }
+                } );
+        }
+    }
+    ~Callers()
+    {
+        m_fStop = true;
+        for ( std::thread& rThread : m_aThreads )
+            rThread.join();
+    }
+
+private:
+    std::atomic<bool> m_fStop{ false };
+    std::vector<std::thread> m_aThreads;
+};
+
+// The child of a fork has the forking thread's objects, makes new ones, and ends in the ordinary way.
+int UseLibraryInChild( LPVOID pPlain )
+{
+    if ( GetThreadSpecialObject( &CreatePlain, &DeletePlain ) != pPlain )
+        return 1;
+    if ( GetThreadSpecialObject( &CreateOtherPlain, &DeletePlain ) == NULL )
+        return 2;
+    if ( !aGlobalDllObject.OnThreadDETACH() )
+        return 3;
+    return GetThreadSpecialObject( &CreateOtherPlain, &DeletePlain ) != NULL ? CHILD_DONE : 4;
+}
+
+} // namespace
+
+BX_ROLE( fork_among_threads )
+{
+    const LPVOID pPlain = GetThreadSpecialObject( &CreatePlain, &DeletePlain );
+    const Callers aCallers( 3 );
+    for ( int nRound = 0; nRound < 50; ++nRound )
+    {
+        const pid_t nChild = fork();
+        if ( nChild == 0 )
+            std::exit( UseLibraryInChild( pPlain ) );
+        int nStatus = 0;
+        if ( waitpid( nChild, &nStatus, 0 ) != nChild || !WIFEXITED( nStatus ) ||
+             WEXITSTATUS( nStatus ) != CHILD_DONE )
+            return 1;
+    }
+    return CHILD_DONE;
+}
+
+TEST( ThreadObjects, ForkAmongCallingThreadsLeavesAUsableChild )
+{
+    EXPECT_EQ( CHILD_DONE, RunInRole( "fork_among_threads" ) );
+}
+
+namespace
+{
+
+pthread_key_t g_aLateKey;
+std::atomic<int> g_nLateCalls{ 0 };
+
+void CallInLate( void* )
+{
+    EXPECT_NE( nullptr, GetThreadSpecialObject( &CreateA, &DeleteA ) );
+    EXPECT_NE( nullptr, GetThreadSpecialObject( &CreateB, &DeleteB ) );
+    if ( ++g_nLateCalls == 1 )
+        pthread_setspecific( g_aLateKey, &g_aLateKey );
+}
+
+struct CallsInWhenItEnds
+{
+    ~CallsInWhenItEnds() { EXPECT_NE( nullptr, GetThreadSpecialObject( &CreateA, &DeleteA ) ); }
+};
+
+} // namespace
+
+TEST( ThreadObjects, HandlersThatCallInAtThreadEndFindAFreshStart )
+{
+    DebugRecorder aDebug;
+    // Made after the library's own key, so that its destructor runs behind it.
+    ASSERT_EQ( 0, pthread_key_create( &g_aLateKey, &CallInLate ) );
+    const long lBefore = ServedCount();
+    std::thread(
+        []()
+        {
+            thread_local CallsInWhenItEnds aLast;
+            EXPECT_NE( nullptr, &aLast );
+            pthread_setspecific( g_aLateKey, &g_aLateKey );
+            GetThreadSpecialObject( &CreateA, &DeleteA );
+        } )
+        .join();
+    pthread_key_delete( g_aLateKey );
+    EXPECT_EQ( 2, g_nLateCalls );
+    EXPECT_EQ( lBefore, ServedCount() );
+    EXPECT_TRUE( aDebug.Silent() );
+}
+
+namespace
+{
+
+LPVOID DLL_EXPORT CreateByLeaving()
+{
+    pthread_exit( NULL );
+}
+
+} // namespace
+
+TEST( ThreadObjects, ThreadUnwoundInACreatorHoldsNoLock )
+{
+    DebugRecorder aDebug;
+    const long lBefore = ServedCount();
+    std::thread(
+        []()
+        {
+            GetThreadSpecialObject( &CreateA, &DeleteA );
+            GetThreadSpecialObject( &CreateByLeaving, &DeleteMaybe );
+            ADD_FAILURE() << "the thread was to end";
+        } )
+        .join();
+    EXPECT_EQ( lBefore, ServedCount() );
+    std::thread( []() { EXPECT_NE( nullptr, GetThreadSpecialObject( &CreateB, &DeleteB ) ); } ).join();
+    EXPECT_EQ( lBefore, ServedCount() );
+    EXPECT_TRUE( aDebug.Silent() );
+}
+
+namespace
+{
+
+int g_nObject = 0;
+
+LPVOID DLL_EXPORT CreateWithoutMemory()
+{
+    return &g_nObject;
+}
+
+BOOL DLL_EXPORT DeleteWithoutMemory( LPVOID pObject )
+{
+    return pObject != NULL;
+}
+
+} // namespace
+
+TEST( ThreadObjects, EveryFailingAllocationFailsTheRequestAlone )
+{
+    DLLMainGlobalThreadData aRegistry;
+    HookRecorder aHooks;
+    ASSERT_TRUE( aRegistry.OnProcessATTACH( &HookRecorder::Debug, NULL ) );
+    std::thread(
+        [&]()
+        {
+            // What the thread itself needs once, it has from here on.
+            aRegistry.GetThreadSpecialObject( &CreateWithoutMemory, &DeleteWithoutMemory );
+            aRegistry.OnThreadDETACH();
+            const long lBefore = NewOutstanding();
+            int nFailed = 0;
+            ForEachFailingNew(
+                [&]( NewFault& rFault )
+                {
+                    rFault.Arm();
+                    const LPVOID pObject =
+                        aRegistry.GetThreadSpecialObject( &CreateWithoutMemory, &DeleteWithoutMemory );
+                    rFault.Disarm();
+                    const bool fReported = !aHooks.TakeReports().empty();
+                    // A container may lack its process's name.
+                    EXPECT_EQ( pObject == NULL, fReported );
+                    EXPECT_TRUE( pObject != NULL || rFault.Hit() );
+                    nFailed += pObject == NULL;
+                    EXPECT_EQ( &g_nObject, aRegistry.GetThreadSpecialObject( &CreateWithoutMemory,
+                                                                             &DeleteWithoutMemory ) );
+                    EXPECT_TRUE( aRegistry.OnThreadDETACH() );
+                    EXPECT_EQ( lBefore, NewOutstanding() );
+                } );
+            EXPECT_LE( 4, nFailed );
+        } )
+        .join();
+    EXPECT_TRUE( aRegistry.OnProcessDETACH() );
+}
+
+TEST( ThreadObjects, AttachWithoutMemoryFailsAndLosesNothing )
+{
+    const long lBefore = NewOutstanding();
+    ForEachFailingNew(
+        [&]( NewFault& rFault )
+        {
+            HookRecorder aHooks;
+            DLLMainGlobalThreadData aRegistry;
+            rFault.Arm();
+            const BOOL fAttached =
+                aRegistry.OnProcessATTACH( &HookRecorder::Debug, LIB_TO_LOAD1, LIB_TO_LOAD1, NULL );
+            rFault.Disarm();
+            EXPECT_EQ( fAttached, aHooks.TakeReports().empty() );
+            EXPECT_TRUE( fAttached || rFault.Hit() );
+            aRegistry.OnProcessDETACH();
+        } );
+    EXPECT_EQ( lBefore, NewOutstanding() );
+}

@@ -1,0 +1,220 @@
+// A program that loads the library at run time: whatever the order in which threads use it, threads end and the library
+// goes, nothing crashes; and where it can go, it leaves nothing behind.
+#include "core/loadedlibrary.h"
+#include "support/recorder.h"
+#include "support/secondprocess.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+constexpr int ROLE_DONE = 7;
+
+typedef BOOL( DLL_EXPORT* CountErrorsFunc )( ULONG* pulCount );
+typedef BOOL( DLL_EXPORT* LastCallFunc )();
+
+// A call that needs an object of the calling thread.
+bool UseLibrary( LoadedBXTools hLibrary )
+{
+    const auto pCountErrors =
+        reinterpret_cast<CountErrorsFunc>( FindBXToolsFunction( hLibrary, "C_GetAvailableErrorCount" ) );
+    ULONG ulCount = 1;
+    return pCountErrors != NULL && pCountErrors( &ulCount ) && ulCount == 0;
+}
+
+bool MakeLastCall( LoadedBXTools hLibrary )
+{
+    const auto pLastCall =
+        reinterpret_cast<LastCallFunc>( FindBXToolsFunction( hLibrary, "_Z15LastFuntionCallv" ) );
+    return pLastCall != NULL && pLastCall();
+}
+
+// Lets two threads take turns.
+class Turns
+{
+public:
+    void Reach( int nStep ) { m_nStep = nStep; }
+    void Await( int nStep )
+    {
+        while ( m_nStep < nStep )
+            std::this_thread::yield();
+    }
+
+private:
+    std::atomic<int> m_nStep{ 0 };
+};
+
+int Result()
+{
+    return ::testing::Test::HasFailure() ? 1 : ROLE_DONE;
+}
+
+} // namespace
+
+TEST( Load, LibraryOfOneThreadGoesWithoutATrace )
+{
+    DebugRecorder aDebug;
+    // Once for what the loader itself keeps.
+    UnloadBXTools( LoadBXTools() );
+    EXPECT_FALSE( IsBXToolsMapped() );
+    const int nFreeKeys = CountFreeThreadKeys();
+    for ( int nRound = 0; nRound < 3; ++nRound )
+    {
+        const LoadedBXTools hLibrary = LoadBXTools();
+        EXPECT_TRUE( UseLibrary( hLibrary ) );
+        EXPECT_TRUE( IsBXToolsMapped() );
+        EXPECT_TRUE( UnloadBXTools( hLibrary ) );
+        EXPECT_FALSE( IsBXToolsMapped() );
+        EXPECT_EQ( nFreeKeys, CountFreeThreadKeys() );
+    }
+    EXPECT_TRUE( aDebug.Silent() );
+}
+
+TEST( Load, LastCallThenUnload )
+{
+    DebugRecorder aDebug;
+    for ( int nRound = 0; nRound < 2; ++nRound )
+    {
+        const LoadedBXTools hLibrary = LoadBXTools();
+        EXPECT_TRUE( UseLibrary( hLibrary ) );
+        EXPECT_TRUE( MakeLastCall( hLibrary ) );
+        EXPECT_TRUE( aDebug.Silent() );
+        EXPECT_FALSE( UseLibrary( hLibrary ) );
+        EXPECT_NE( "", aDebug.Take() );
+        EXPECT_TRUE( UnloadBXTools( hLibrary ) );
+        EXPECT_FALSE( IsBXToolsMapped() );
+    }
+    EXPECT_TRUE( aDebug.Silent() );
+}
+
+TEST( Load, ThreadThatNeverCalledInMayUnload )
+{
+    DebugRecorder aDebug;
+    const LoadedBXTools hLibrary = LoadBXTools();
+    EXPECT_TRUE( UseLibrary( hLibrary ) );
+    std::thread( [&]() { EXPECT_TRUE( UnloadBXTools( hLibrary ) ); } ).join();
+    EXPECT_FALSE( IsBXToolsMapped() );
+    EXPECT_TRUE( aDebug.Silent() );
+}
+
+TEST( Load, LoadingThreadMayEndBeforeItsLibrary )
+{
+    DebugRecorder aDebug;
+    LoadedBXTools hLibrary = NULL;
+    std::thread(
+        [&]()
+        {
+            hLibrary = LoadBXTools();
+            EXPECT_TRUE( UseLibrary( hLibrary ) );
+        } )
+        .join();
+    EXPECT_TRUE( UnloadBXTools( hLibrary ) );
+    EXPECT_FALSE( IsBXToolsMapped() );
+    EXPECT_TRUE( aDebug.Silent() );
+}
+
+BX_ROLE( user_ends_after_unload )
+{
+    DebugRecorder aDebug;
+    const LoadedBXTools hLibrary = LoadBXTools();
+    Turns aTurns;
+    std::thread aUser(
+        [&]()
+        {
+            EXPECT_TRUE( UseLibrary( hLibrary ) );
+            aTurns.Reach( 1 );
+            aTurns.Await( 2 );
+        } );
+    aTurns.Await( 1 );
+    EXPECT_TRUE( UnloadBXTools( hLibrary ) );
+    EXPECT_EQ( IsPinnedByThreads(), IsBXToolsMapped() );
+    aTurns.Reach( 2 );
+    aUser.join();
+    EXPECT_TRUE( aDebug.Silent() );
+    return Result();
+}
+
+TEST( Load, ThreadThatUsedItMayEndAfterTheUnload )
+{
+    EXPECT_EQ( ROLE_DONE, RunInRole( "user_ends_after_unload" ) );
+}
+
+BX_ROLE( user_ends_before_unload )
+{
+    DebugRecorder aDebug;
+    const LoadedBXTools hLibrary = LoadBXTools();
+    std::thread( [&]() { EXPECT_TRUE( UseLibrary( hLibrary ) ); } ).join();
+    EXPECT_TRUE( UnloadBXTools( hLibrary ) );
+    // Loaded once more, it serves as before.
+    const LoadedBXTools hAgain = LoadBXTools();
+    EXPECT_TRUE( UseLibrary( hAgain ) );
+    std::thread( [&]() { EXPECT_TRUE( UseLibrary( hAgain ) ); } ).join();
+    EXPECT_TRUE( UnloadBXTools( hAgain ) );
+    EXPECT_TRUE( aDebug.Silent() );
+    return Result();
+}
+
+TEST( Load, ThreadThatUsedItMayEndBeforeTheUnload )
+{
+    EXPECT_EQ( ROLE_DONE, RunInRole( "user_ends_before_unload" ) );
+}
+
+BX_ROLE( many_load_and_unload )
+{
+    std::vector<std::thread> aThreads;
+    for ( int nThread = 0; nThread < 4; ++nThread )
+    {
+        aThreads.emplace_back(
+            []()
+            {
+                for ( int nRound = 0; nRound < 50; ++nRound )
+                {
+                    const LoadedBXTools hLibrary = LoadBXTools();
+                    EXPECT_TRUE( UseLibrary( hLibrary ) );
+                    EXPECT_TRUE( UnloadBXTools( hLibrary ) );
+                }
+            } );
+    }
+    for ( std::thread& rThread : aThreads )
+        rThread.join();
+    return Result();
+}
+
+TEST( Load, ManyThreadsMayLoadAndUnload )
+{
+    EXPECT_EQ( ROLE_DONE, RunInRole( "many_load_and_unload" ) );
+}
+
+BX_ROLE( exit_while_threads_use_it )
+{
+    const LoadedBXTools hLibrary = LoadBXTools();
+    Turns aTurns;
+    for ( int nThread = 0; nThread < 3; ++nThread )
+    {
+        std::thread(
+            [&]()
+            {
+                for ( ;; )
+                {
+                    // Each a first use, and an end.
+                    std::thread( [&]() { UseLibrary( hLibrary ); } ).join();
+                    aTurns.Reach( 1 );
+                }
+            } )
+            .detach();
+    }
+    aTurns.Await( 1 );
+    std::exit( ROLE_DONE );
+}
+
+TEST( Load, ProcessEndsWhileThreadsUseIt )
+{
+    for ( int nRound = 0; nRound < 10; ++nRound )
+        EXPECT_EQ( ROLE_DONE, RunInRole( "exit_while_threads_use_it" ) );
+}

@@ -1,0 +1,413 @@
+#include "core/callreport.h"
+#include "core/dbgserver.h"
+#include "core/dllglobals.h"
+#include "core/dllmain.h"
+#include "core/servedobjects.h"
+#include "core/taskname.h"
+#include "core/threadcontainer.h"
+#include "support/recorder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+using Served = std::vector<std::string>;
+
+constexpr char ATTACH_HEADER[] = "From BOOL DLLMainGlobalThreadData::OnProcessATTACH()";
+constexpr char CREATE_HEADER[] = "From LPVOID DLLMainGlobalThreadData::CreateThreadGlobalObject( int nMode )";
+constexpr char SPECIAL_HEADER[] =
+    "From LPVOID DLLMainGlobalThreadData::GetThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc )";
+constexpr char INTERNAL_HEADER[] =
+    "From CThreadGlobalObjectInterface* DLLMainGlobalThreadData::internalGetThreadGlobalObject()";
+constexpr char GETOBJ_HEADER[] = "From LPVOID CThreadGlobalObjectElemInterface::GetObj()";
+constexpr char ELEMENT_END_HEADER[] =
+    "From CThreadGlobalObjectElemInterface::~CThreadGlobalObjectElemInterface()";
+constexpr char NO_SLOT[] = " Error: !CheckTLS( m_dwTlsGlobalOffset )";
+constexpr char NO_VALUE[] =
+    " Error: ( lValue = pThreadGlobalObject->GetObject( pCreateFunc, pDeleteFunc ) ) == 0";
+
+// What a request reports where there is no slot.
+const std::vector<Report> NO_SLOT_REPORTS = {
+    { INTERNAL_HEADER, NO_SLOT },
+    { SPECIAL_HEADER, " Error: ( pThreadGlobalObject = internalGetThreadGlobalObject() ) == NULL" }
+};
+
+// A registry that reports to the test, attached unless the test wants to see to that itself.
+class RegistryTest : public ::testing::Test
+{
+protected:
+    RegistryTest()
+    {
+        TakeServed();
+        m_aRegistry.SetFuncPtr( &HookRecorder::Debug, NULL );
+    }
+
+    void Attach() { ASSERT_TRUE( m_aRegistry.OnProcessATTACH( NULL, NULL ) ); }
+
+    HookRecorder m_aHooks;
+    DebugRecorder m_aDebug;
+    DLLMainGlobalThreadData m_aRegistry;
+};
+
+TEST_F( RegistryTest, ServesOneObjectPerPairAndThread )
+{
+    Attach();
+    const LPVOID pA = m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA );
+    const LPVOID pB = m_aRegistry.GetThreadSpecialObject( &CreateB, &DeleteB );
+    const LPVOID pMixed = m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteB );
+    ASSERT_NE( nullptr, pA );
+    EXPECT_NE( pA, pB );
+    EXPECT_NE( pA, pMixed );
+    EXPECT_EQ( pA, m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA ) );
+    EXPECT_EQ( pB, m_aRegistry.GetThreadSpecialObject( &CreateB, &DeleteB ) );
+    EXPECT_EQ( ( Served{ "+a", "+b", "+a" } ), TakeServed() );
+
+    LPVOID pOther = NULL;
+    std::thread(
+        [&]()
+        {
+            pOther = m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA );
+            m_aRegistry.GetThreadSpecialObject( &CreateB, &DeleteB );
+            EXPECT_EQ( pOther, m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA ) );
+            EXPECT_TRUE( m_aRegistry.OnThreadDETACH() );
+        } )
+        .join();
+    EXPECT_NE( pA, pOther );
+    EXPECT_EQ( ( Served{ "+a", "+b", "-a", "-b" } ), TakeServed() );
+
+    EXPECT_EQ( pA, m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA ) );
+    EXPECT_TRUE( m_aRegistry.OnProcessDETACH() );
+    EXPECT_EQ( ( Served{ "-a", "-b", "-a" } ), TakeServed() );
+    EXPECT_TRUE( m_aHooks.Silent() );
+    EXPECT_TRUE( m_aDebug.Silent() );
+}
+
+TEST_F( RegistryTest, MorePairsThanTheThreadRemembersStayOneObjectEach )
+{
+    Attach();
+    const std::pair<CreateThreadElemFuc, DeleteThreadElemFuc> aPairs[] = {
+        { &CreateA, &DeleteA }, { &CreateA, &DeleteB },     { &CreateB, &DeleteA },
+        { &CreateB, &DeleteB }, { &CreateA, &DeleteMaybe }, { &CreateB, &DeleteMaybe }
+    };
+    std::vector<LPVOID> aObjects;
+    for ( const auto& [pCreate, pDelete] : aPairs )
+        aObjects.push_back( m_aRegistry.GetThreadSpecialObject( pCreate, pDelete ) );
+    for ( int nRound = 0; nRound < 3; ++nRound )
+    {
+        for ( size_t uPair = 0; uPair < aObjects.size(); ++uPair )
+            EXPECT_EQ( aObjects[uPair],
+                       m_aRegistry.GetThreadSpecialObject( aPairs[uPair].first, aPairs[uPair].second ) );
+    }
+    EXPECT_TRUE( m_aRegistry.OnProcessDETACH() );
+    EXPECT_EQ( ( Served{ "+a", "+a", "+b", "+b", "+a", "+b", "-a", "-a", "-b", "-b", "-a", "-b" } ),
+               TakeServed() );
+}
+
+TEST_F( RegistryTest, SecondAttachIsRefusedAndTakesNothingAway )
+{
+    Attach();
+    const LPVOID pA = m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA );
+    EXPECT_FALSE( m_aRegistry.OnProcessATTACH( NULL, NULL ) );
+    EXPECT_TRUE( m_aHooks.OnlyReport(
+        ATTACH_HEADER, " Error: InterlockedIncrement( &m_lProcessCount ) -> m_lProcessCount > 1" ) );
+    EXPECT_EQ( pA, m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA ) );
+    // The refused attach stays counted.
+    EXPECT_TRUE( m_aRegistry.OnProcessDETACH() );
+    EXPECT_FALSE( m_aRegistry.OnProcessATTACH( NULL, NULL ) );
+    m_aHooks.TakeReports();
+    EXPECT_TRUE( m_aRegistry.OnProcessDETACH() );
+}
+
+TEST_F( RegistryTest, LoadsLibrariesAndNamesTheOneThatIsMissing )
+{
+    EXPECT_FALSE( m_aRegistry.OnProcessATTACH( &HookRecorder::Debug, LIB_TO_LOAD1, "NOSUCH.DLL",
+                                               "BXTOOLS.DLL", NULL ) );
+    const std::vector<Report> aReports = m_aHooks.TakeReports();
+    ASSERT_EQ( 2u, aReports.size() );
+    EXPECT_EQ( "From BOOL DLLMainGlobalThreadData::LoadLibraries( va_list argptr )", aReports[0].first );
+    const std::string strText =
+        " Error: ( hTempModule = LoadLibrary( pObj ) ) == NULL, pObj = NOSUCH.DLL\r\n";
+    EXPECT_EQ( strText, aReports[0].second.substr( 0, strText.size() ) );
+    EXPECT_GT( aReports[0].second.size(), strText.size() );
+    EXPECT_EQ( Report( ATTACH_HEADER, " Error: !LoadLibraries( (va_list) argptr )" ), aReports[1] );
+
+    // The steps behind the failed one were not done, so the requests fail; the detach releases what was loaded.
+    EXPECT_EQ( nullptr, m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA ) );
+    EXPECT_TRUE( m_aHooks.OnlyReports( NO_SLOT_REPORTS ) );
+    EXPECT_EQ( nullptr, m_aRegistry.GetThreadGlobalObject() );
+    EXPECT_TRUE( m_aHooks.OnlyReports(
+        { { INTERNAL_HEADER, NO_SLOT },
+          { "From CThreadGlobalObjectInterface* DLLMainGlobalThreadData::GetThreadGlobalObject()",
+            " Error: ( pObj = internalGetThreadGlobalObject() ) == NULL" } } ) );
+    EXPECT_FALSE( m_aRegistry.OnProcessDETACH() );
+    EXPECT_TRUE( m_aHooks.OnlyReports(
+        { { INTERNAL_HEADER, NO_SLOT },
+          { "From BOOL DLLMainGlobalThreadData::DeleteThreadGlobalObject( BOOL fOnThreadDetach )",
+            " Error: ( pThreadGlobalObject = internalGetThreadGlobalObject( fOnThreadDetach ) ) == NULL" },
+          { "From BOOL DLLMainGlobalThreadData::OnProcessDETACH()", " Error: !DeleteThreadGlobalObject()" },
+          { "From BOOL DLLMainGlobalThreadData::OnProcessDETACH()",
+            " Error: !TlsFree( m_dwTlsGlobalOffset )" } } ) );
+}
+
+TEST_F( RegistryTest, CreatorThatGivesNothingIsAskedAgain )
+{
+    Attach();
+    EXPECT_EQ( nullptr, m_aRegistry.GetThreadSpecialObject( &CreateLate, &DeleteMaybe ) );
+    EXPECT_EQ( nullptr, m_aRegistry.GetThreadSpecialObject( &CreateNothing, &DeleteMaybe ) );
+    EXPECT_EQ( nullptr, m_aRegistry.GetThreadSpecialObject( &CreateLate, &DeleteMaybe ) );
+    EXPECT_TRUE( m_aHooks.OnlyReports( std::vector<Report>( 3, { SPECIAL_HEADER, NO_VALUE } ) ) );
+    const LPVOID pLate = m_aRegistry.GetThreadSpecialObject( &CreateLate, &DeleteMaybe );
+    EXPECT_NE( nullptr, pLate );
+    EXPECT_EQ( pLate, m_aRegistry.GetThreadSpecialObject( &CreateLate, &DeleteMaybe ) );
+    // Each pair stands in the list once, and the deleter hears of the object that never was.
+    EXPECT_TRUE( m_aRegistry.OnProcessDETACH() );
+    EXPECT_EQ( ( Served{ "+nothing", "+late", "-late", "null" } ), TakeServed() );
+    EXPECT_TRUE( m_aHooks.Silent() );
+    EXPECT_TRUE( m_aDebug.Silent() );
+}
+
+TEST_F( RegistryTest, WhatCreatorsAndDeletersThrowIsReported )
+{
+    Attach();
+    EXPECT_EQ( nullptr, m_aRegistry.GetThreadSpecialObject( NULL, &DeleteMaybe ) );
+    EXPECT_TRUE(
+        m_aDebug.OnlyReport( GETOBJ_HEADER, " Error: m_pCreatorFunc == NULL -> wrong initializaton" ) );
+    EXPECT_EQ( nullptr, m_aRegistry.GetThreadSpecialObject( &CreateThrowing, &DeleteMaybe ) );
+    EXPECT_TRUE( m_aDebug.OnlyReport( GETOBJ_HEADER,
+                                      " Error: m_plObj = (*m_pCreatorFunc)() caused uncaught exception" ) );
+    EXPECT_TRUE( m_aHooks.OnlyReports( std::vector<Report>( 2, { SPECIAL_HEADER, NO_VALUE } ) ) );
+    EXPECT_NE( nullptr, m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteThrowing ) );
+    const LPVOID pUndeleted = m_aRegistry.GetThreadSpecialObject( &CreateB, NULL );
+    EXPECT_NE( nullptr, m_aRegistry.GetThreadSpecialObject( &CreateB, &DeleteB ) );
+    // One deleter's failure keeps nobody else's object alive.
+    EXPECT_TRUE( m_aRegistry.OnProcessDETACH() );
+    EXPECT_TRUE( m_aDebug.OnlyReports(
+        { { ELEMENT_END_HEADER, " Error: (*m_pDeleteFunc)() caused uncaught exception" },
+          { ELEMENT_END_HEADER, " Error: m_pDeleteFunc == NULL -> wrong initializaton" } } ) );
+    EXPECT_EQ( ( Served{ "+a", "+b", "+b", "null", "null", "-a", "-b" } ), TakeServed() );
+    DeleteB( pUndeleted );
+}
+
+TEST_F( RegistryTest, DetachLeavesOtherThreadsAloneAndFailsThemCleanly )
+{
+    Attach();
+    LPVOID pTheirs = NULL;
+    std::thread aOther(
+        [&]()
+        {
+            pTheirs = m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA );
+            // This thread has no container of its own when it detaches the process.
+            std::thread( [&]() { EXPECT_TRUE( m_aRegistry.OnProcessDETACH() ); } ).join();
+            EXPECT_TRUE( m_aHooks.Silent() );
+            EXPECT_EQ( nullptr, m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA ) );
+            EXPECT_TRUE( m_aHooks.OnlyReports( NO_SLOT_REPORTS ) );
+            EXPECT_TRUE( m_aRegistry.OnThreadDETACH() );
+        } );
+    aOther.join();
+    EXPECT_TRUE( m_aHooks.Silent() );
+    EXPECT_EQ( ( Served{ "+a" } ), TakeServed() );
+    DeleteA( pTheirs );
+}
+
+TEST_F( RegistryTest, ThreadThatNeverCalledInDetachesSilently )
+{
+    Attach();
+    std::thread(
+        [&]()
+        {
+            EXPECT_TRUE( m_aRegistry.OnThreadATTACH() );
+            EXPECT_TRUE( m_aRegistry.OnThreadDETACH() );
+        } )
+        .join();
+    EXPECT_TRUE( m_aRegistry.OnProcessDETACH() );
+    EXPECT_TRUE( m_aHooks.Silent() );
+}
+
+DLLMainGlobalThreadData* g_pReentered = NULL;
+bool g_fSameObjectSeen = false;
+
+// Asks for the object that is being deleted, and for another one.
+BOOL DLL_EXPORT DeleteAndAsk( LPVOID pObject )
+{
+    g_fSameObjectSeen = g_pReentered->GetThreadSpecialObject( &CreateA, &DeleteAndAsk ) == pObject;
+    g_pReentered->GetThreadSpecialObject( &CreateB, &DeleteB );
+    return DeleteA( pObject );
+}
+
+TEST_F( RegistryTest, DeleterThatCallsInFindsAFreshStart )
+{
+    Attach();
+    g_pReentered = &m_aRegistry;
+    const long lBefore = ServedCount();
+    m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteAndAsk );
+    EXPECT_TRUE( m_aRegistry.OnThreadDETACH() );
+    EXPECT_FALSE( g_fSameObjectSeen );
+    // Each round makes one object more; after the last round what it made is given up, and nothing hangs.
+    EXPECT_EQ( lBefore + 2, ServedCount() );
+    EXPECT_TRUE( m_aRegistry.OnProcessDETACH() );
+}
+
+TEST_F( RegistryTest, ContainerIsNamedAndKeepsItsLogHookOnly )
+{
+    Attach();
+    CThreadGlobalObjectInterface* pOwn = m_aRegistry.GetThreadGlobalObject();
+    ASSERT_NE( nullptr, pOwn );
+    std::string strTask = LPCTSTR( GetTaskName() );
+    EXPECT_EQ( 0u, strTask.find( "test_core" ) );
+    std::transform( strTask.begin(), strTask.end(), strTask.begin(), ::toupper );
+    EXPECT_STREQ( strTask.c_str(), LPCTSTR( pOwn->GetProcName() ) );
+    EXPECT_STREQ( std::to_string( GetCurrentThreadId() ).c_str(), LPCTSTR( pOwn->GetThreadName() ) );
+    EXPECT_EQ( 0, pOwn->GetProcType() );
+
+    EXPECT_TRUE( m_aHooks.Silent() );
+    CThreadGlobalObjectInterface aContainer( &HookRecorder::Debug, &HookRecorder::Log );
+    EXPECT_FALSE( aContainer.SetThisData( 3 ) );
+    EXPECT_TRUE( m_aHooks.Silent() );
+    EXPECT_TRUE( m_aDebug.OnlyReport( "From BOOL CThreadGlobalObjectInterface::SetThisData( int nMode )",
+                                      " Internal Error: mode not supported: switch ( nMode ) -> default" ) );
+    EXPECT_TRUE( m_aRegistry.OnProcessDETACH() );
+}
+
+TEST_F( RegistryTest, CopiesOfAContainerShareItsObjects )
+{
+    LPVOID pA = NULL;
+    {
+        CThreadGlobalObjectInterface aLast( NULL, NULL );
+        {
+            CThreadGlobalObjectInterface aFirst( NULL, NULL );
+            pA = aFirst.GetObject( &CreateA, &DeleteA );
+            CThreadGlobalObjectInterface aCopy( aFirst );
+            aLast = aCopy;
+            const LPVOID pB = aCopy.GetObject( &CreateB, &DeleteB );
+            EXPECT_EQ( pB, aFirst.GetObject( &CreateB, &DeleteB ) );
+        }
+        EXPECT_EQ( ( Served{ "+a", "+b" } ), TakeServed() );
+        EXPECT_EQ( pA, aLast.GetObject( &CreateA, &DeleteA ) );
+    }
+    EXPECT_EQ( ( Served{ "-a", "-b" } ), TakeServed() );
+}
+
+TEST_F( RegistryTest, LastErrorIsTheCallers )
+{
+    Attach();
+    for ( int nRound = 0; nRound < 2; ++nRound )
+    {
+        SetLastError( 4711 );
+        m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA );
+        EXPECT_EQ( 4711u, GetLastError() );
+        m_aRegistry.GetThreadGlobalObject();
+        EXPECT_EQ( 4711u, GetLastError() );
+    }
+    EXPECT_TRUE( m_aRegistry.OnProcessDETACH() );
+    SetLastError( 4712 );
+    m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA );
+    EXPECT_EQ( 4712u, GetLastError() );
+}
+
+// Looks into the object's last message.
+class OpenGlobalData : public MyDLLMainGlobalThreadData
+{
+public:
+    LPCTSTR Out() const { return m_pOut; }
+};
+
+TEST( GlobalObject, SecondAttachReportsNothingAndKeepsItsReason )
+{
+    OpenGlobalData aGlobal;
+    DebugRecorder aDebug;
+    EXPECT_TRUE( aGlobal.OnProcessATTACH1() );
+    EXPECT_STREQ( "Nothing", aGlobal.Out() );
+    EXPECT_FALSE( aGlobal.OnProcessATTACH1() );
+    EXPECT_TRUE( aDebug.OnlyReports(
+        { { ATTACH_HEADER, " Error: InterlockedIncrement( &m_lProcessCount ) -> m_lProcessCount > 1" },
+          { "From BOOL MyDLLMainGlobalThreadData::OnProcessATTACH1()", "Nothing" } } ) );
+    EXPECT_STREQ( " Error: !OnProcessATTACH( MyDbgMessage, LIB_TO_LOAD1, NULL )", aGlobal.Out() );
+    EXPECT_TRUE( aGlobal.OnProcessDETACH1() );
+    EXPECT_TRUE( aGlobal.OnProcessDETACH1() );
+    EXPECT_TRUE( aDebug.Silent() );
+}
+
+TEST( GlobalObject, HasOneDataLogUntilItsEnd )
+{
+    DebugRecorder aDebug;
+    DBGServer* pDBGServer = GetDBGServer();
+    ASSERT_NE( nullptr, pDBGServer );
+    std::thread( [&]() { EXPECT_EQ( pDBGServer, GetDBGServer() ); } ).join();
+    EXPECT_EQ( &aGlobalDllObject, GetDLLGlobalObjectPtr() );
+    EXPECT_FALSE( DeleteDBGServer( NULL ) );
+    EXPECT_TRUE( aDebug.OnlyReport( "From static BOOL DLL_EXPORT DeleteDBGServer( LPVOID lValue )",
+                                    " Error: pDBGServer == NULL" ) );
+    MyDLLMainGlobalThreadData aEnded;
+    EXPECT_NE( nullptr, aEnded.GetGlobalDBGServer() );
+    aEnded.DeleteOwnedObjects();
+    EXPECT_EQ( nullptr, aEnded.GetGlobalDBGServer() );
+    EXPECT_TRUE( aDebug.Silent() );
+}
+
+TEST( EntryPoint, RefusesASecondAttachAndIgnoresUnknownReasons )
+{
+    DebugRecorder aDebug;
+    EXPECT_TRUE( DllMain( NULL, DLL_THREAD_ATTACH, NULL ) );
+    EXPECT_TRUE( DllMain( NULL, 4, NULL ) );
+    EXPECT_TRUE( DllMain( NULL, 0xFFFFFFFF, NULL ) );
+    EXPECT_TRUE( aDebug.Silent() );
+    EXPECT_FALSE( DllMain( NULL, DLL_PROCESS_ATTACH, NULL ) );
+    EXPECT_TRUE( aDebug.OnlyReports(
+        { { ATTACH_HEADER, " Error: InterlockedIncrement( &m_lProcessCount ) -> m_lProcessCount > 1" },
+          { "From BOOL MyDLLMainGlobalThreadData::OnProcessATTACH1()", "Nothing" },
+          { "From DllMain( HINSTANCE hinstDLL, DWORD dwReason, LPVOID lpReserved )",
+            " Error: !aGlobalDllObject.OnProcessATTACH1()" } } ) );
+}
+
+TEST( ThreadObjects, AThousandThreadsLeaveNothingBehind )
+{
+    TakeServed();
+    const long lBefore = ServedCount();
+    DebugRecorder aDebug;
+    for ( int nThread = 0; nThread < 1000; ++nThread )
+    {
+        std::thread(
+            []()
+            {
+                EXPECT_NE( nullptr, GetThreadSpecialObject( &CreateA, &DeleteA ) );
+                EXPECT_NE( nullptr, GetThreadSpecialObject( &CreateB, &DeleteB ) );
+            } )
+            .join();
+    }
+    EXPECT_EQ( lBefore, ServedCount() );
+    EXPECT_TRUE( aDebug.Silent() );
+}
+
+TEST_F( RegistryTest, ProcessDetachMeetsThreadsThatCallIn )
+{
+    Attach();
+    DebugRecorder aDebug;
+    static void( DLL_EXPORT* const pQuiet )( LPCTSTR, LPCTSTR ) = []( LPCTSTR, LPCTSTR ) {};
+    m_aRegistry.SetFuncPtr( pQuiet, NULL );
+    std::atomic<int> nInside{ 0 };
+    std::vector<std::thread> aThreads;
+    for ( int nThread = 0; nThread < 8; ++nThread )
+    {
+        aThreads.emplace_back(
+            [&]()
+            {
+                ++nInside;
+                while ( m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA ) != NULL )
+                    m_aRegistry.OnThreadDETACH();
+            } );
+    }
+    while ( nInside < 8 )
+        std::this_thread::yield();
+    EXPECT_TRUE( m_aRegistry.OnProcessDETACH() );
+    for ( std::thread& rThread : aThreads )
+        rThread.join();
+}
+
+} // namespace

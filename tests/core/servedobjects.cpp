@@ -1,0 +1,99 @@
+#include "core/servedobjects.h"
+
+#include <atomic>
+#include <mutex>
+#include <stdexcept>
+#include <utility>
+
+namespace
+{
+
+std::mutex g_aMutex;
+std::vector<std::string> g_aServed;
+std::atomic<long> g_lCount{ 0 };
+std::atomic<int> g_nLateCalls{ 0 };
+
+void Record( const std::string& strWhat )
+{
+    const std::lock_guard<std::mutex> aLock( g_aMutex );
+    g_aServed.push_back( strWhat );
+}
+
+LPVOID Make( const char* pName )
+{
+    ++g_lCount;
+    Record( std::string( "+" ) + pName );
+    return new std::string( pName );
+}
+
+BOOL Destroy( LPVOID pObject )
+{
+    std::string* pName = static_cast<std::string*>( pObject );
+    --g_lCount;
+    Record( "-" + *pName );
+    delete pName;
+    return TRUE;
+}
+
+} // namespace
+
+std::vector<std::string> TakeServed()
+{
+    const std::lock_guard<std::mutex> aLock( g_aMutex );
+    return std::exchange( g_aServed, {} );
+}
+
+long ServedCount()
+{
+    return g_lCount;
+}
+
+LPVOID DLL_EXPORT CreateA()
+{
+    return Make( "a" );
+}
+
+BOOL DLL_EXPORT DeleteA( LPVOID pObject )
+{
+    return Destroy( pObject );
+}
+
+LPVOID DLL_EXPORT CreateB()
+{
+    return Make( "b" );
+}
+
+BOOL DLL_EXPORT DeleteB( LPVOID pObject )
+{
+    return Destroy( pObject );
+}
+
+LPVOID DLL_EXPORT CreateLate()
+{
+    return ++g_nLateCalls <= 2 ? NULL : Make( "late" );
+}
+
+LPVOID DLL_EXPORT CreateNothing()
+{
+    Record( "+nothing" );
+    return NULL;
+}
+
+BOOL DLL_EXPORT DeleteMaybe( LPVOID pObject )
+{
+    if ( pObject != NULL )
+        return Destroy( pObject );
+    Record( "null" );
+    return FALSE;
+}
+
+LPVOID DLL_EXPORT CreateThrowing()
+{
+    throw std::runtime_error( "no object" );
+}
+
+BOOL DLL_EXPORT DeleteThrowing( LPVOID pObject )
+{
+    Destroy( pObject );
+    throw std::runtime_error( "no end" );
+}
