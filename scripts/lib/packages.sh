@@ -9,22 +9,24 @@ PACKAGES_BUILD=(
     "libgtest-dev               the framework of the tests"
     "libcli11-dev               command line of the tools"
     "nlohmann-json3-dev         JSON output of the tools"
+    "python3                    compares transcripts, layers, exports and measurements"
 )
 PACKAGES_CHECK=(
     "clang                      the second compiler, with its thread-safety analysis"
     "clang-format-14            keeps the house style"
-    "python3                    runs the checks of layers and exports"
 )
 PACKAGES_WINDOWS=(
     "g++-mingw-w64-x86-64-posix compiles the 64-bit DLLs"
     "g++-mingw-w64-i686-posix   compiles the 32-bit DLLs"
     "googletest                 sources of the test framework, for the Windows build"
     "wine64                     runs the Windows tests"
-    "python3                    runs the check of exports"
 )
 PACKAGES_BENCH=(
     "libbenchmark-dev           the framework of the measurements"
-    "python3                    prints the table"
+    "pkgconf                    finds GLib"
+    "libglib2.0-dev             peer: GLib's strings and per-thread pointers"
+    "libpoco-dev                peer: Poco's numbers"
+    "libspdlog-dev              peer: spdlog's messages"
 )
 
 is_installed()
