@@ -34,7 +34,8 @@ step()
         return 0
     fi
     printf 'FAILED  %4d s\n' $((SECONDS - start))
-    tail -n 60 "$log" | sed 's/^/    /'
+    # Without the lines of a build or of a run of tests that say that all went well.
+    grep -v -E '^\[[0-9]+/[0-9]+\] |^ +Start +[0-9]+: | Passed +[0-9.]+ sec$' "$log" | tail -n 60 | sed 's/^/    /'
     echo "    (all of it: ${log#"$ROOT"/})"
     FAILED_STEPS+=("$title")
     return 1

@@ -21,7 +21,6 @@ namespace
 using Served = std::vector<std::string>;
 
 constexpr char ATTACH_HEADER[] = "From BOOL DLLMainGlobalThreadData::OnProcessATTACH()";
-constexpr char CREATE_HEADER[] = "From LPVOID DLLMainGlobalThreadData::CreateThreadGlobalObject( int nMode )";
 constexpr char SPECIAL_HEADER[] =
     "From LPVOID DLLMainGlobalThreadData::GetThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc )";
 constexpr char INTERNAL_HEADER[] =
