@@ -194,6 +194,12 @@ void CloseDebugSinks() noexcept
     }
 }
 
+void ForgetDebugSettingsForTest() noexcept
+{
+    CloseDebugSinks();
+    g_eSettings.store( Settings::NotRead, std::memory_order_release );
+}
+
 void OutputDebugStringA( LPCSTR pOutputString )
 {
     if ( pOutputString == nullptr || *pOutputString == '\0' )

@@ -1,6 +1,7 @@
 #include "platform/forkhandlers.h"
 
 #include "platform/handletable.h"
+#include "platform/loadergate.h"
 #include "platform/module.h"
 #include "platform/threadstate.h"
 #include "platform/tls.h"
@@ -20,6 +21,7 @@ struct ForkHandlers
 
 // Outermost lock first.
 constexpr ForkHandlers g_aFamilies[] = {
+    { CloseLoaderGate, OpenLoaderGate, OpenLoaderGateInChild },
     { LockModules, UnlockModules, UnlockModules },
     { LockHandleTable, UnlockHandleTable, ResetHandleTableInChild },
     { LockTls, UnlockTls, ResetTlsInChild },

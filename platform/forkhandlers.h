@@ -4,9 +4,10 @@
 // a fork the forking thread takes the layer's locks, outermost first:
 //
 //   1. the library's own locks (SetLibraryForkHandlers)
-//   2. modules
-//   3. handle table
-//   4. thread-local slots
+//   2. the gate to the system's loader
+//   3. modules
+//   4. handle table
+//   5. thread-local slots
 //
 // and gives them back in the opposite order, in the parent and in the child. A thread that holds one of them
 // may take one further down, never one further up. Locks that are not in this list (critical sections of

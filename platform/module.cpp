@@ -4,6 +4,7 @@
 
 #include "platform/module.h"
 
+#include "platform/loadergate.h"
 #include "platform/locked.h"
 #include "platform/modulepath.h"
 #include "platform/threadend.h"
@@ -29,19 +30,6 @@ struct LoadedModule
 
 constinit CRITICAL_SECTION g_aLock{};
 constinit LoadedModule* g_pFirst = nullptr;
-
-// The loader opens and reads files; a cancelled thread must not leave in the middle of that.
-class NoCancellation
-{
-public:
-    NoCancellation() noexcept { pthread_setcancelstate( PTHREAD_CANCEL_DISABLE, &m_nBefore ); }
-    ~NoCancellation() { pthread_setcancelstate( m_nBefore, nullptr ); }
-    NoCancellation( const NoCancellation& ) = delete;
-    NoCancellation& operator=( const NoCancellation& ) = delete;
-
-private:
-    int m_nBefore = PTHREAD_CANCEL_ENABLE;
-};
 
 HMODULE ToModule( void* pHandle ) noexcept
 {
@@ -107,7 +95,7 @@ void* OpenByName( LPCSTR pFileName, int nFlags ) noexcept
     void* pHandle = nullptr;
     try
     {
-        const NoCancellation aNoCancellation;
+        const LoaderCall aCall;
         pHandle = OpenFirst( pFileName != nullptr ? pFileName : "", nFlags, dwError );
     }
     catch ( const std::bad_alloc& )
@@ -141,7 +129,10 @@ const link_map* FindMap( HMODULE hModule ) noexcept
     const link_map* const pMap =
         hModule != nullptr ? reinterpret_cast<const link_map*>( hModule ) : _r_debug.r_map;
     ModuleSearch aSearch{ pMap, false };
-    dl_iterate_phdr( SearchLoaderList, &aSearch );
+    {
+        const LoaderCall aCall;
+        dl_iterate_phdr( SearchLoaderList, &aSearch );
+    }
     if ( aSearch.fFound )
         return pMap;
     SetLastError( ERROR_MOD_NOT_FOUND );
@@ -174,7 +165,7 @@ HMODULE LoadLibraryA( LPCSTR pFileName )
     void* const pHandle = OpenByName( pFileName, RTLD_NOW | RTLD_LOCAL );
     if ( pHandle == nullptr )
         return nullptr;
-    const NoCancellation aNoCancellation;
+    const LoaderCall aCall;
     if ( CountUse( pHandle ) )
         return ToModule( pHandle );
     SetLastError( ERROR_NOT_ENOUGH_MEMORY );
@@ -197,7 +188,7 @@ BOOL FreeLibrary( HMODULE hModule )
         pUnused = *ppLink;
         *ppLink = pUnused->pNext;
     }
-    const NoCancellation aNoCancellation;
+    const LoaderCall aCall;
     dlclose( pUnused->pHandle );
     delete pUnused;
     return TRUE;
@@ -219,6 +210,7 @@ HMODULE GetModuleHandleA( LPCSTR pModuleName )
 {
     if ( pModuleName == nullptr )
         return ToModule( _r_debug.r_map );
+    const LoaderCall aCall;
     void* const pHandle = OpenByName( pModuleName, RTLD_LAZY | RTLD_NOLOAD );
     if ( pHandle != nullptr )
         dlclose( pHandle );
@@ -256,7 +248,7 @@ BOOL PinCurrentModule() noexcept
         return FALSE;
     if ( pMap == _r_debug.r_map )
         return TRUE;
-    const NoCancellation aNoCancellation;
+    const LoaderCall aCall;
     void* const pHandle = dlopen( pMap->l_name, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE );
     if ( pHandle == nullptr )
         return FALSE;

@@ -16,6 +16,7 @@ struct ThreadState
     DWORD dwThreadId;    // the kernel's number, 0 until it is asked for
     ULONGLONG ullNumber; // 0 until it is asked for; see GetThreadNumber
     TlsBlock* pTlsBlock; // null until the thread stores a value
+    DWORD dwLoaderDepth; // calls of the system's loader that it is inside of
     BOOL fEndRequested;  // the end of this thread will be noticed
 };
 

@@ -1,15 +1,10 @@
-// A library for the module transcript to load.
+// A library for the module transcript to load. Nothing is marked for export, so everything is exported.
 
-#if defined( _WIN32 )
-#define EXPORTED extern "C" __declspec( dllexport )
-#else
-#define EXPORTED extern "C" __attribute__( ( visibility( "default" ) ) )
-#endif
+extern "C" int nTranscriptData;
+extern "C" int CountTranscriptCalls();
 
-EXPORTED int nTranscriptData;
 int nTranscriptData = 42;
 
-EXPORTED int CountTranscriptCalls();
 int CountTranscriptCalls()
 {
     static int nCalls = 0;

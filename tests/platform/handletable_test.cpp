@@ -1,0 +1,168 @@
+#include "platform/handletable.h"
+#include "platform/testobject.h"
+#include "support/failnew.h"
+
+#include <bxtools/platform.h>
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace
+{
+HANDLE ToHandle( ULONG_PTR ulValue )
+{
+    return reinterpret_cast<HANDLE>( ulValue );
+}
+
+ULONG_PTR ToNumber( HANDLE hObject )
+{
+    return reinterpret_cast<ULONG_PTR>( hObject );
+}
+
+// The last error of a look-up that fails, 0 of one that succeeds.
+DWORD TryUse( HANDLE hObject, DWORD dwKinds, DWORD dwAccess )
+{
+    SetLastError( 0 );
+    const HandleUse aUse( hObject, dwKinds, dwAccess );
+    EXPECT_EQ( aUse.IsGood(), GetLastError() == 0 );
+    return GetLastError();
+}
+} // namespace
+
+TEST( HandleTable, KindAndAccessAreAskedFor )
+{
+    TestObject::Counts aCounts;
+    const HANDLE hEvent = MakeHandle( new TestObject( aCounts, KIND_EVENT ), 0x5 );
+    const HANDLE hKey = MakeHandle( new TestObject( aCounts, KIND_REGISTRY_KEY ), 0 );
+    EXPECT_EQ( 0u, TryUse( hEvent, KIND_EVENT, 0 ) );
+    EXPECT_EQ( 0u, TryUse( hEvent, KIND_MUTEX | KIND_EVENT, 0x4 ) );
+    EXPECT_EQ( ERROR_ACCESS_DENIED + 0u, TryUse( hEvent, KIND_EVENT, 0x2 ) );
+    EXPECT_EQ( ERROR_ACCESS_DENIED + 0u, TryUse( hEvent, KIND_EVENT, 0x7 ) );
+    EXPECT_EQ( ERROR_INVALID_HANDLE + 0u, TryUse( hEvent, KIND_MUTEX, 0 ) );
+    EXPECT_FALSE( CloseHandle( hKey ) );
+    EXPECT_EQ( ERROR_INVALID_HANDLE + 0u, GetLastError() );
+    EXPECT_EQ( 0u, TryUse( hKey, KIND_REGISTRY_KEY, 0 ) );
+    EXPECT_TRUE( CloseHandleOfKind( hKey, KIND_REGISTRY_KEY ) );
+    EXPECT_TRUE( CloseHandle( hEvent ) );
+    EXPECT_EQ( 2, aCounts.nDestroyed );
+}
+
+TEST( HandleTable, AClosedHandleIsRecognised )
+{
+    TestObject::Counts aCounts;
+    std::set<HANDLE> aSeen;
+    for ( int i = 0; i < 2000; ++i )
+    {
+        const HANDLE hObject = MakeHandle( new TestObject( aCounts ), 0 );
+        const ULONG_PTR ulHandle = ToNumber( hObject );
+        ASSERT_TRUE( ulHandle % 4 == 0 && ulHandle > 0xFFFF && ulHandle <= 0x7FFFFFFF );
+        ASSERT_TRUE( aSeen.insert( hObject ).second );
+        ASSERT_EQ( ERROR_INVALID_HANDLE + 0u, TryUse( ToHandle( ulHandle + 1 ), KIND_EVENT, 0 ) );
+        ASSERT_TRUE( CloseHandle( hObject ) );
+        ASSERT_FALSE( CloseHandle( hObject ) );
+        ASSERT_EQ( ERROR_INVALID_HANDLE + 0u, TryUse( hObject, KIND_EVENT, 0 ) );
+    }
+    EXPECT_EQ( 2000, aCounts.nDestroyed );
+    for ( const HANDLE hBad : { HANDLE(), ToHandle( 4 ), ToHandle( 0x7FFFFFFC ), INVALID_HANDLE_VALUE,
+                                ToHandle( ~ULONG_PTR( 3 ) ) } )
+        EXPECT_EQ( ERROR_INVALID_HANDLE + 0u, TryUse( hBad, KIND_EVENT, 0 ) );
+}
+
+TEST( HandleTable, AnObjectInUseOutlivesItsHandle )
+{
+    TestObject::Counts aCounts;
+    const HANDLE hObject = MakeHandle( new TestObject( aCounts ), 0 );
+    {
+        const HandleUse aUse( hObject, KIND_EVENT, 0 );
+        EXPECT_TRUE( CloseHandle( hObject ) );
+        EXPECT_FALSE( CloseHandle( hObject ) );
+        EXPECT_EQ( ERROR_INVALID_HANDLE + 0u, TryUse( hObject, KIND_EVENT, 0 ) );
+        ASSERT_EQ( 0, aCounts.nDestroyed );
+        EXPECT_EQ( 12345, aUse.GetObject<TestObject>()->nAlive );
+    }
+    EXPECT_EQ( 1, aCounts.nDestroyed );
+}
+
+TEST( HandleTable, EachHandleHoldsTheObject )
+{
+    TestObject::Counts aCounts;
+    TestObject* const pObject = new TestObject( aCounts );
+    const HANDLE hFirst = MakeHandle( pObject, 0 );
+    pObject->AddReference();
+    const HANDLE hSecond = MakeHandle( pObject, 0 );
+    EXPECT_TRUE( CloseHandle( hFirst ) );
+    EXPECT_EQ( 0, aCounts.nDestroyed );
+    EXPECT_EQ( 0u, TryUse( hSecond, KIND_EVENT, 0 ) );
+    EXPECT_TRUE( CloseHandle( hSecond ) );
+    EXPECT_EQ( 1, aCounts.nDestroyed );
+}
+
+TEST( HandleTable, WithoutMemoryTheObjectIsDropped )
+{
+    TestObject::Counts aCounts;
+    std::vector<HANDLE> aHandles;
+    aHandles.reserve( 3000 );
+    int nFailed = 0;
+    for ( int i = 0; i < 3000; ++i )
+    {
+        TestObject* const pObject = new TestObject( aCounts );
+        NewFault aFault( 1 );
+        aFault.Arm();
+        const HANDLE hObject = MakeHandle( pObject, 0 );
+        aFault.Disarm();
+        ASSERT_EQ( aFault.Hit(), hObject == NULL );
+        if ( hObject != NULL )
+            aHandles.push_back( hObject );
+        else
+        {
+            EXPECT_EQ( ERROR_NOT_ENOUGH_MEMORY + 0u, GetLastError() );
+            ASSERT_EQ( ++nFailed, aCounts.nDestroyed );
+        }
+    }
+    EXPECT_GT( nFailed, 0 );
+    for ( const HANDLE hObject : aHandles )
+        EXPECT_TRUE( CloseHandle( hObject ) );
+    EXPECT_EQ( 3000, aCounts.nDestroyed );
+}
+
+// Several threads look up and close the same handles while new objects take their places.
+TEST( HandleTable, ThreadsMeetWholeObjectsOnly )
+{
+    constexpr int THREADS = 4;
+    constexpr int ROUNDS = 20000;
+    TestObject::Counts aCounts;
+    std::atomic<HANDLE> ahShared[8] = {};
+    std::atomic<int> nMade{ 0 };
+    std::atomic<int> nClosed{ 0 };
+    std::atomic<int> nWrong{ 0 };
+    const auto Work = [&]( unsigned uSeed )
+    {
+        for ( int i = 0; i < ROUNDS; ++i )
+        {
+            uSeed = uSeed * 1664525 + 1013904223;
+            std::atomic<HANDLE>& rhShared = ahShared[uSeed >> 29];
+            const HANDLE hObject = rhShared;
+            if ( const HandleUse aUse( hObject, KIND_EVENT, 0 ); aUse.IsGood() )
+            {
+                nWrong += aUse.GetObject<TestObject>()->nAlive != 12345;
+                if ( ( uSeed >> 20 & 3 ) == 0 )
+                    nClosed += CloseHandle( hObject );
+                continue;
+            }
+            rhShared = MakeHandle( new TestObject( aCounts ), 0 );
+            ++nMade;
+        }
+    };
+    std::vector<std::thread> aThreads;
+    for ( unsigned i = 0; i < THREADS; ++i )
+        aThreads.emplace_back( Work, i );
+    for ( std::thread& rThread : aThreads )
+        rThread.join();
+    EXPECT_EQ( 0, nWrong );
+    EXPECT_EQ( nClosed, aCounts.nDestroyed );
+    EXPECT_GT( nClosed, 1000 );
+    EXPECT_GE( nMade, nClosed );
+}

@@ -1,0 +1,180 @@
+// Modules and small calls, as far as a transcript cannot show them.
+
+#include "platform/errno_to_win32.h"
+#include "platform/errortext.h"
+#include "platform/modulepath.h"
+#include "platform/threadend.h"
+#include "platform/version.h"
+#include "support/failnew.h"
+#include "support/scratchfolder.h"
+
+#include <bxtools/platform.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <filesystem>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+constexpr char MODULE_NAME[] = "BXTRANSCRIPTMODULE.DLL";
+
+bool IsModuleLoaded()
+{
+    return GetModuleHandleA( MODULE_NAME ) != NULL;
+}
+
+std::vector<std::string> FileNames( const char* pName )
+{
+    std::vector<std::string> aNames;
+    for ( const std::string& strCandidate : ListLibraryCandidates( pName ) )
+    {
+        const std::string strName = std::filesystem::path( strCandidate ).filename();
+        if ( std::find( aNames.begin(), aNames.end(), strName ) == aNames.end() )
+            aNames.push_back( strName );
+    }
+    return aNames;
+}
+} // namespace
+
+TEST( Module, NamesLeadToFiles )
+{
+    typedef std::vector<std::string> Names;
+    EXPECT_EQ( ( Names{ "libbxbox.so", "libBXBox.so", "BXBox.DLL" } ), FileNames( "BXBox.DLL" ) );
+    EXPECT_EQ( ( Names{ "libbxbox.so", "bxbox" } ), FileNames( "bxbox" ) );
+    EXPECT_EQ( ( Names{ "libm.so.6" } ), FileNames( "libm.so.6" ) );
+    EXPECT_EQ( ( Names{ "liba.b.so", "libA.B.so", "A.B.dll" } ), FileNames( "A.B.dll" ) );
+    EXPECT_EQ( ( Names{ "/x/y/Z.DLL" } ), ListLibraryCandidates( "\\x/y\\Z.DLL" ) );
+    EXPECT_EQ( ( Names{ std::filesystem::current_path() / "sub/Z" } ), ListLibraryCandidates( "sub\\Z" ) );
+    // The system's loader comes last.
+    EXPECT_EQ( "BXBox.DLL", ListLibraryCandidates( "BXBox.DLL" ).back() );
+    EXPECT_TRUE( ListLibraryCandidates( "" ).empty() );
+}
+
+TEST( Module, FoldersComeInOrder )
+{
+    // Beside the program the module is found only after the folder of the library, which is the same here.
+    const HMODULE hMath = LoadLibraryA( "libm.so.6" );
+    ASSERT_NE( nullptr, hMath );
+    EXPECT_NE( nullptr, GetProcAddress( hMath, "cos" ) );
+    EXPECT_EQ( nullptr, GetProcAddress( hMath, "printf" ) );
+    EXPECT_EQ( ERROR_PROC_NOT_FOUND + 0u, GetLastError() );
+    EXPECT_TRUE( FreeLibrary( hMath ) );
+    EXPECT_FALSE( FreeLibrary( hMath ) );
+    // Somebody else's use is not ours to give back.
+    void* const pOther = dlopen( "libm.so.6", RTLD_NOW );
+    EXPECT_FALSE( FreeLibrary( static_cast<HMODULE>( pOther ) ) );
+    EXPECT_EQ( ERROR_MOD_NOT_FOUND + 0u, GetLastError() );
+    dlclose( pOther );
+}
+
+TEST( Module, AFileThatEndsEarlyIsNoLibrary )
+{
+    char aPath[1024];
+    const HMODULE hModule = LoadLibraryA( MODULE_NAME );
+    ASSERT_NE( 0u, GetModuleFileNameA( hModule, aPath, sizeof( aPath ) ) );
+    ASSERT_TRUE( FreeLibrary( hModule ) );
+    const ScratchFolder aFolder;
+    const std::string strAll = ReadBytes( aPath );
+    const std::string strPath = aFolder.Path( "cut.dll" );
+    for ( const size_t nLength : { size_t( 0 ), size_t( 10 ), size_t( 63 ), size_t( 64 ), size_t( 300 ),
+                                   size_t( 4096 ), size_t( 8192 ), size_t( 12288 ) } )
+    {
+        WriteBytes( strPath, strAll.substr( 0, nLength ) );
+        EXPECT_EQ( nullptr, LoadLibraryA( strPath.c_str() ) ) << nLength;
+        EXPECT_EQ( ERROR_BAD_EXE_FORMAT + 0u, GetLastError() ) << nLength;
+    }
+    // Another machine's library.
+    std::string strForeign = strAll;
+    strForeign[18] = static_cast<char>( strForeign[18] ^ 1 );
+    WriteBytes( strPath, strForeign );
+    EXPECT_EQ( LibraryFile::NoLibrary, CheckLibraryFile( strPath ) );
+    WriteBytes( strPath, strAll );
+    EXPECT_EQ( LibraryFile::Loadable, CheckLibraryFile( strPath ) );
+}
+
+TEST( Module, WithoutMemoryNothingStaysLoaded )
+{
+    ASSERT_FALSE( IsModuleLoaded() );
+    const auto Load = [&]( NewFault& rFault )
+    {
+        rFault.Arm();
+        const HMODULE hModule = LoadLibraryA( MODULE_NAME );
+        const DWORD dwError = GetLastError();
+        rFault.Disarm();
+        EXPECT_EQ( rFault.Hit(), hModule == NULL );
+        EXPECT_TRUE( hModule != NULL ? FreeLibrary( hModule ) : dwError == ERROR_NOT_ENOUGH_MEMORY );
+        EXPECT_FALSE( IsModuleLoaded() );
+    };
+    EXPECT_GT( ForEachFailingNew( Load ), 2u );
+}
+
+TEST( Module, ThreadsLoadAndFree )
+{
+    std::vector<std::thread> aThreads;
+    std::atomic<int> nWrong{ 0 };
+    for ( int i = 0; i < 4; ++i )
+        aThreads.emplace_back(
+            [&]
+            {
+                for ( int n = 0; n < 200; ++n )
+                {
+                    const HMODULE hModule = LoadLibraryA( MODULE_NAME );
+                    nWrong += GetProcAddress( hModule, "CountTranscriptCalls" ) == NULL;
+                    nWrong += !FreeLibrary( hModule );
+                }
+            } );
+    for ( std::thread& rThread : aThreads )
+        rThread.join();
+    EXPECT_EQ( 0, nWrong );
+    EXPECT_FALSE( IsModuleLoaded() );
+    EXPECT_TRUE( PinCurrentModule() );
+}
+
+TEST( Version, PlatformCanBeSetForATest )
+{
+    OSVERSIONINFOA aVersion{};
+    aVersion.dwOSVersionInfoSize = sizeof( aVersion );
+    SetPlatformIdForTest( VER_PLATFORM_WIN32_WINDOWS );
+    EXPECT_TRUE( GetVersionExA( &aVersion ) );
+    EXPECT_EQ( 1u, aVersion.dwPlatformId );
+    SetPlatformIdForTest( VER_PLATFORM_WIN32_NT );
+}
+
+TEST( ErrorText, EveryMappedErrnoHasOne )
+{
+    for ( int nErrno = 0; nErrno < 134; ++nErrno )
+        EXPECT_FALSE( FindErrorText( ErrnoToWin32( nErrno ) ).empty() ) << nErrno;
+    EXPECT_EQ( ERROR_FILE_NOT_FOUND + 0u, ErrnoToWin32( ENOENT ) );
+    EXPECT_EQ( ERROR_PATH_NOT_FOUND + 0u, ErrnoToWin32( ENOTDIR ) );
+    EXPECT_EQ( ERROR_TOO_MANY_OPEN_FILES + 0u, ErrnoToWin32( EMFILE ) );
+    EXPECT_EQ( ERROR_DISK_FULL + 0u, ErrnoToWin32( ENOSPC ) );
+    EXPECT_EQ( ERROR_GEN_FAILURE + 0u, ErrnoToWin32( 9999 ) );
+}
+
+TEST( MessageBox, PrintsAndAnswersWithoutADisplay )
+{
+    const ScratchFolder aFolder;
+    const int nBefore = dup( STDERR_FILENO );
+    const int nFile = open( aFolder.Path( "stderr" ).c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600 );
+    dup2( nFile, STDERR_FILENO );
+    const int nOk = MessageBoxA( NULL, "The text.", "The title", MB_OK | MB_ICONERROR | MB_TASKMODAL );
+    const int nYesNo = MessageBoxA( NULL, NULL, NULL, MB_YESNO );
+    const int nRetry = MessageBoxA( NULL, "", "", MB_RETRYCANCEL );
+    const int nNone = MessageBoxA( NULL, "", "", 0xF );
+    dup2( nBefore, STDERR_FILENO );
+    close( nBefore );
+    close( nFile );
+    EXPECT_EQ( IDOK, nOk );
+    EXPECT_EQ( IDNO, nYesNo );
+    EXPECT_EQ( IDCANCEL, nRetry );
+    EXPECT_EQ( 0, nNone );
+    EXPECT_EQ( "The title\nThe text.\nError\n\n\n\n", ReadBytes( aFolder.Path( "stderr" ) ) );
+}
