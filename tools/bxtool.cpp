@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <new>
+#include <sstream>
 
 namespace
 {
@@ -28,6 +29,13 @@ void QuietLibrary( int argc, char* argv[] )
     SetEnvironmentDefault( "BXTOOLS_DEBUG_SINK", "none" );
 }
 
+// What was wrong with the command line. A word that nothing takes explains more than the lack of what was wanted.
+std::string DescribeUsage( const CLI::App& rProgram, const CLI::ParseError& rError )
+{
+    const std::vector<std::string> aUnknown = rProgram.remaining( true );
+    return aUnknown.empty() ? rError.what() : "\"" + aUnknown.front() + "\" is not known here";
+}
+
 int ParseAndRun( int argc, char* argv[] )
 {
     ExitCode aExitCode = ExitCode::Ok;
@@ -44,12 +52,17 @@ int ParseAndRun( int argc, char* argv[] )
     {
         aProgram.parse( argc, argv );
     }
+    catch ( const CLI::Success& aAnswer )
+    {
+        // --help or --version
+        std::ostringstream aText;
+        aProgram.exit( aAnswer, aText );
+        WriteOutput( aText.str() );
+    }
     catch ( const CLI::ParseError& aError )
     {
-        const bool fAnswered = aError.get_exit_code() == static_cast<int>( CLI::ExitCodes::Success );
-        aProgram.exit( aError, std::cout, std::cerr );
-        std::cout.flush();
-        aExitCode = fAnswered ? ExitCode::Ok : ExitCode::Usage;
+        SayError( DescribeUsage( aProgram, aError ) + "; --help tells what is" );
+        aExitCode = ExitCode::Usage;
     }
     FinishOutput();
     return static_cast<int>( aExitCode );

@@ -134,7 +134,7 @@ void OverflowStack()
     Narrate(
         "\n5. A stack keeps the first %u errors of a cascade. Without a hook, reports are debug messages,",
         static_cast<unsigned>( MAX_ERRORS_ONSTACK ) );
-    Narrate( "   which go where BXTOOLS_DEBUG_SINK says, at first to standard error (debug messages are %s):",
+    Narrate( "   which go where BXTOOLS_DEBUG_SINK says (they are switched %s):",
              IsDbgMessage() ? "on" : "off" );
     int nError = 0;
     while ( SetLastErr( "TOUR.CASCADE", nError, 0, "one thing leads to another", MString(), MString() ) )

@@ -28,15 +28,10 @@ void OpenSettings( const char* pFileName, const char* pMode )
 
 // An error of the system: the class is last error. Its number is the program's own, a key among its messages; the
 // system's number goes beside it. Given as 0, it is taken from GetLastError, which is 0 again afterwards.
-void LoadPlugIn( const char* pFileName )
+void SetPlugInError( const char* pCall, const char* pMissing )
 {
     const ERR PLUG_IN_NOT_LOADED = 12;
-    HMODULE hModule = LoadLibraryA( pFileName );
-    if ( hModule == NULL )
-        SetLastErr( ERRCLS_SYS_LASTERROR, PLUG_IN_NOT_LOADED, 0, "LoadLibraryA", "plug-ins: one plug-in less",
-                    pFileName );
-    else
-        FreeLibrary( hModule );
+    SetLastErr( ERRCLS_SYS_LASTERROR, PLUG_IN_NOT_LOADED, 0, pCall, "plug-ins: one plug-in less", pMissing );
 }
 
 // An error of an interface that speaks HRESULTs: the number is the whole code.
@@ -56,13 +51,14 @@ void ReadSettings()
 
 void LoadPlugIns()
 {
-    LoadPlugIn( "NOSUCHPLUGIN.DLL" );
-    if ( FILE* pFile = fopen( "poem.dll", "w" ) )
-    {
-        fputs( "Roses are red, and this is no library.\n", pFile );
-        fclose( pFile );
-    }
-    LoadPlugIn( "./poem.dll" );
+    const char szLibrary[] = "NOSUCHPLUGIN.DLL";
+    const char szFunction[] = "NoSuchFunction";
+    if ( HMODULE hModule = LoadLibraryA( szLibrary ) )
+        FreeLibrary( hModule );
+    else
+        SetPlugInError( "LoadLibraryA", szLibrary );
+    if ( GetProcAddress( GetModuleHandleA( NULL ), szFunction ) == NULL )
+        SetPlugInError( "GetProcAddress", szFunction );
 }
 
 void ConvertTexts()

@@ -15,6 +15,6 @@ void ConvertTexts();
 
 inline constexpr Worker WORKERS[] = {
     { "settings", "opens a file that is missing, and a folder as if it were a file", ReadSettings },
-    { "plug-ins", "loads a library that is not there, and one that is no library", LoadPlugIns },
+    { "plug-ins", "loads a library that is not there, and looks for a function that is none", LoadPlugIns },
     { "texts", "converts bytes that are no text, and closes a handle that is none", ConvertTexts },
 };

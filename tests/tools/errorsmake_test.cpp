@@ -54,6 +54,7 @@ TEST( ErrorsMake, RefusesWhatTheFormatCannotCarry )
         { { "--param", "ends in !;", "--param", "b" }, "ends in the beginning of a separator" },
         { { "--param", "" }, "its only parameter is empty" },
         { { "--record" }, "record 1 has no error class" },
+        { { "--class", "B" }, "record 0 has --class twice" },
     };
     for ( const auto& [aFurther, pReason] : aCases )
     {

@@ -59,16 +59,17 @@ TEST( ErrorsShow, GivesEveryValueAsJson )
     // What the system calls its errors is the system's business, but error 2 has a text on all of them.
     EXPECT_FALSE( aFirst["systemText"].get<std::string>().empty() );
     aFirst.erase( "systemText" );
-    EXPECT_EQ( Json::parse( R"({ "index": 0, "class": "BXTOOLS.ERRCLS_SYS_LASTERROR", "number": 12,
-                                 "numberText": "12 (hex: 0x0000000C)", "systemError": 2, "origin": "CreateFile failed",
-                                 "optional": "", "parameters": [ "c:\\data\\a.txt", "read" ]
-})" ),
-               aFirst );
-const Json aSecond = aDocument["records"][1];
-EXPECT_EQ( -2147024891, aSecond["number"].get<int>() );
-EXPECT_FALSE( aSecond["numberMeaning"].get<std::string>().empty() );
-EXPECT_EQ( "", aSecond["systemText"].get<std::string>() ) << "0 is no error, and not this program's last one";
-EXPECT_TRUE( aSecond["parameters"].is_array() && aSecond["parameters"].empty() );
+    const Json aExpected = { { "index", 0 },       { "class", "BXTOOLS.ERRCLS_SYS_LASTERROR" },
+                             { "number", 12 },     { "numberText", "12 (hex: 0x0000000C)" },
+                             { "systemError", 2 }, { "origin", "CreateFile failed" },
+                             { "optional", "" },   { "parameters", { "c:\\data\\a.txt", "read" } } };
+    EXPECT_EQ( aExpected, aFirst );
+    const Json aSecond = aDocument["records"][1];
+    EXPECT_EQ( -2147024891, aSecond["number"].get<int>() );
+    EXPECT_FALSE( aSecond["numberMeaning"].get<std::string>().empty() );
+    EXPECT_EQ( "", aSecond["systemText"].get<std::string>() )
+        << "0 is no error, and not this program's last one";
+    EXPECT_TRUE( aSecond["parameters"].is_array() && aSecond["parameters"].empty() );
 }
 
 TEST( ErrorsShow, ShowsTheGoodRecordsAndNamesTheBrokenOnes )
@@ -94,6 +95,12 @@ TEST( ErrorsShow, ShowsTheGoodRecordsAndNamesTheBrokenOnes )
     EXPECT_EQ( 2u, aDocument["records"].size() );
     ASSERT_EQ( 3u, aDocument["broken"].size() );
     EXPECT_EQ( 2, aDocument["broken"][1]["index"].get<int>() );
+
+    const ProgramResult aAllBroken =
+        aFolder.Errors( { "show" }, StreamOf( std::vector<std::string>( 1000 ) ) );
+    EXPECT_EQ( 4, aAllBroken.nExitCode );
+    EXPECT_EQ( 101u, CountLines( aAllBroken.strErrors ) );
+    EXPECT_TRUE( Holds( aAllBroken.strErrors, ": 900 more records are broken" ) );
 }
 
 TEST( ErrorsShow, TellsWhatTheInputIsInsteadOfAStream )

@@ -5,6 +5,7 @@
 #include "tools/errors/recordwalk.h"
 
 #include <bxtools/error.h>
+#include <bxtools/platform.h>
 
 #include <new>
 
@@ -51,6 +52,16 @@ std::vector<std::string> SplitParameters( std::string_view aField )
     return aParameters;
 }
 
+// A text that has a place for a value, which nobody has kept, is shown with the place: "%1 is not ...". The library's
+// own call leaves such a text out.
+MString FormatWithInserts( DWORD dwError )
+{
+    char szText[1024] = "";
+    FormatMessageA( FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, NULL, dwError, 0, szText,
+                    sizeof( szText ), NULL );
+    return szText;
+}
+
 } // namespace
 
 bool RecordDecoder::Decode( std::string_view aText, DecodedRecord& rRecord, std::string& rReason )
@@ -90,10 +101,11 @@ std::string GetSystemText( DWORD dwError )
         return std::string();
     MString aText;
     BOOL fFound = FALSE;
-    AppendLastErrMsg( aText, dwError, fFound );
+    if ( !AppendLastErrMsg( aText, dwError, fFound ) )
+        aText = FormatWithInserts( dwError );
     const std::string_view aView = ViewOf( aText );
     const size_t nFirst = aView.find_first_not_of( "\r\n " );
-    if ( !fFound || nFirst == std::string_view::npos )
+    if ( nFirst == std::string_view::npos )
         return std::string();
     return std::string( aView.substr( nFirst, aView.find_last_not_of( "\r\n " ) - nFirst + 1 ) );
 }

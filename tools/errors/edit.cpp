@@ -57,7 +57,7 @@ ExitCode Append( const StreamSource& rTarget, const StreamSource& rFurther )
                            "standard input can be only one of the two streams; name a file for the other" );
     MString aStream = ReadErrorStream( rTarget );
     const MString aFurther = ReadErrorStream( rFurther );
-    ExitCode aExitCode = ExitCode::Ok;
+    BrokenRecords aBroken( rFurther );
     RecordDecoder aDecoder;
     DecodedRecord aRecord;
     std::string aReason;
@@ -66,8 +66,7 @@ ExitCode Append( const StreamSource& rTarget, const StreamSource& rFurther )
     {
         if ( !aDecoder.Decode( aText, aRecord, aReason ) )
         {
-            SayBroken( rFurther, aWalk.GetIndex(), aReason );
-            aExitCode = ExitCode::Broken;
+            aBroken.Name( aWalk.GetIndex(), aReason );
         }
         const size_t nExpected =
             aStream.GetLength() + sizeof( ERRSTREAM_RECORD_SEPARATOR ) - 1 + aText.size();
@@ -77,7 +76,7 @@ ExitCode Append( const StreamSource& rTarget, const StreamSource& rFurther )
             throw std::bad_alloc();
     }
     WriteOutput( ViewOf( aStream ) );
-    return aExitCode;
+    return aBroken.Finish();
 }
 
 } // namespace
@@ -110,9 +109,11 @@ void AddAppendCommand( CLI::App& rFamily, ExitCode& rExitCode )
     auto pFurther = std::make_shared<StreamSource>();
     pCommand
         ->add_option( "STREAM", pTarget->aName, "The stream whose records come first; - is standard input" )
-        ->required();
+        ->required()
+        ->type_name( "" );
     pCommand->add_option( "FURTHER", pFurther->aName, "The stream whose records come behind them" )
-        ->required();
+        ->required()
+        ->type_name( "" );
     AddKeepLineEnd( *pCommand, *pTarget );
     pCommand->callback(
         [pTarget, pFurther, &rExitCode]

@@ -66,19 +66,24 @@ std::vector<size_t> FindAll( const FindOptions& rOptions )
     const MString aStream = ReadErrorStream( rOptions.aSource );
     std::vector<size_t> aFound;
     RecordWalk aWalk( ViewOf( aStream ) );
+    BrokenRecords aBroken( rOptions.aSource );
     RecordDecoder aDecoder;
     DecodedRecord aRecord;
     std::string aReason;
     for ( std::string_view aText; aWalk.Next( aText ) && !( rOptions.fFirst && !aFound.empty() ); )
         if ( !aDecoder.Decode( aText, aRecord, aReason ) )
-            SayBroken( rOptions.aSource, aWalk.GetIndex(), aReason );
+            aBroken.Name( aWalk.GetIndex(), aReason );
         else if ( ( !aWanted || ViewOf( *aWanted ) == aText ) && Fits( rOptions, aRecord ) )
             aFound.push_back( aWalk.GetIndex() );
+    aBroken.Finish();
     return aFound;
 }
 
 ExitCode Find( const FindOptions& rOptions )
 {
+    if ( !*rOptions.pErrorClass && !*rOptions.pNumber && !*rOptions.pSystemError && !*rOptions.pSameAs )
+        throw ToolFailure( ExitCode::Usage,
+                           "nothing to look for; give --class, --number, --system-error or --same-as" );
     const std::vector<size_t> aFound = FindAll( rOptions );
     std::string aOut;
     for ( size_t nIndex : aFound )
@@ -96,15 +101,16 @@ void AddFindCommand( CLI::App& rFamily, ExitCode& rExitCode )
     pCommand->footer( EXAMPLES );
     auto pOptions = std::make_shared<FindOptions>();
     AddStreamSource( *pCommand, pOptions->aSource );
-    CLI::App* pWanted = pCommand->add_option_group( "What to look for", "At least one of" );
-    pOptions->pErrorClass = pWanted->add_option( "--class", "Error class, exactly as written" );
-    pOptions->pNumber =
-        pWanted->add_option( "--number", "Error number, decimal or 0x..." )->check( CheckErrorNumber );
-    pOptions->pSystemError =
-        pWanted->add_option( "--system-error", "The system's last error" )->check( CheckSystemError );
-    pOptions->pSameAs = pWanted->add_option( "--same-as", pOptions->aSameAs.aName,
-                                             "A file with one record; finds those whose bytes are the same" );
-    pWanted->require_option( 1, 0 );
+    pOptions->pErrorClass =
+        pCommand->add_option( "--class", "Error class, exactly as written" )->type_name( "TEXT" );
+    pOptions->pNumber = pCommand->add_option( "--number", "Error number, decimal or 0x..." );
+    pOptions->pNumber->type_name( "NUMBER" )->check( CheckErrorNumber );
+    pOptions->pSystemError = pCommand->add_option( "--system-error", "The system's last error" );
+    pOptions->pSystemError->type_name( "NUMBER" )->check( CheckSystemError );
+    pOptions->pSameAs =
+        pCommand->add_option( "--same-as", pOptions->aSameAs.aName,
+                              "A file with one record; finds those whose bytes are the same" );
+    pOptions->pSameAs->type_name( "FILE" );
     pCommand->add_flag( "--first", pOptions->fFirst, "Stop at the first record that fits" );
     pCommand->add_flag( "--json", pOptions->fJson, "Print JSON instead" );
     pCommand->callback( [pOptions, &rExitCode] { rExitCode = Find( *pOptions ); } );

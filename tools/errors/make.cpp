@@ -9,6 +9,7 @@
 #include <bxtools/error.h>
 #include <bxtools/platform.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace
@@ -117,29 +118,35 @@ ExitCode Make( const std::vector<DecodedRecord>& rRecords )
 struct Setting
 {
     const char* pName;
+    const char* pType;
     const char* pHelp;
     std::string ( *pCheck )( const std::string& aText );
     void ( *pSet )( DecodedRecord& rRecord, const std::string& aValue );
+    bool fRepeats;
 };
 std::string AcceptAll( const std::string& )
 {
     return std::string();
 }
 constexpr Setting SETTINGS[] = {
-    { "--class", "Error class; every record has one", AcceptAll,
-      []( DecodedRecord& rRecord, const std::string& aValue ) { rRecord.aErrorClass = aValue; } },
-    { "--number", "Error number within the class, decimal or 0x...; 0 if not given", CheckErrorNumber,
+    { "--class", "TEXT", "Error class; every record has one", AcceptAll,
+      []( DecodedRecord& rRecord, const std::string& aValue ) { rRecord.aErrorClass = aValue; }, false },
+    { "--number", "NUMBER", "Error number within the class, decimal or 0x...; 0 if not given",
+      CheckErrorNumber,
       []( DecodedRecord& rRecord, const std::string& aValue )
-      { rRecord.lNumber = *ParseErrorNumber( aValue ); } },
-    { "--system-error", "The system's last error that went with it", CheckSystemError,
+      { rRecord.lNumber = *ParseErrorNumber( aValue ); },
+      false },
+    { "--system-error", "NUMBER", "The system's last error that went with it", CheckSystemError,
       []( DecodedRecord& rRecord, const std::string& aValue )
-      { rRecord.dwSystemError = *ParseSystemError( aValue ); } },
-    { "--origin", "Origin text: what the reporting code had at hand", AcceptAll,
-      []( DecodedRecord& rRecord, const std::string& aValue ) { rRecord.aOrigin = aValue; } },
-    { "--text", "Optional text", AcceptAll,
-      []( DecodedRecord& rRecord, const std::string& aValue ) { rRecord.aOptional = aValue; } },
-    { "--param", "A text parameter; may be repeated", AcceptAll,
-      []( DecodedRecord& rRecord, const std::string& aValue ) { rRecord.aParameters.push_back( aValue ); } },
+      { rRecord.dwSystemError = *ParseSystemError( aValue ); },
+      false },
+    { "--origin", "TEXT", "Origin text: what the reporting code had at hand", AcceptAll,
+      []( DecodedRecord& rRecord, const std::string& aValue ) { rRecord.aOrigin = aValue; }, false },
+    { "--text", "TEXT", "Optional text", AcceptAll,
+      []( DecodedRecord& rRecord, const std::string& aValue ) { rRecord.aOptional = aValue; }, false },
+    { "--param", "TEXT", "A text parameter; may be repeated", AcceptAll,
+      []( DecodedRecord& rRecord, const std::string& aValue ) { rRecord.aParameters.push_back( aValue ); },
+      true },
 };
 
 struct MakeFlags
@@ -148,25 +155,49 @@ struct MakeFlags
     bool fRecord = false; // where it stands among the options is what counts
 };
 
+[[noreturn]] void ThrowIncomplete( size_t nIndex, const std::string& aWhat )
+{
+    throw ToolFailure( ExitCode::Usage, "record " + std::to_string( nIndex ) + " " + aWhat );
+}
+
 // The records in the order of the options: what stands behind a --record belongs to the next one.
 std::vector<DecodedRecord> RecordsFromOptions( const CLI::App& rCommand )
 {
     std::vector<DecodedRecord> aRecords;
-    std::vector<size_t> aUsed( std::size( SETTINGS ), 0 );
+    size_t aUsed[std::size( SETTINGS )] = {}; // values of each option that have found their record
+    bool aSet[std::size( SETTINGS )] = {};    // what the last record has already
     for ( const CLI::Option* pOption : rCommand.parse_order() )
     {
-        const bool fNext = pOption->check_name( "--record" );
-        if ( fNext || aRecords.empty() )
+        if ( pOption->check_name( "--record" ) || aRecords.empty() )
+        {
             aRecords.emplace_back();
+            std::fill( std::begin( aSet ), std::end( aSet ), false );
+        }
         for ( size_t i = 0; i < std::size( SETTINGS ); i++ )
-            if ( pOption->check_name( SETTINGS[i].pName ) )
-                SETTINGS[i].pSet( aRecords.back(), pOption->results()[aUsed[i]++] );
+        {
+            if ( !pOption->check_name( SETTINGS[i].pName ) )
+                continue;
+            if ( aSet[i] && !SETTINGS[i].fRepeats )
+                ThrowIncomplete( aRecords.size() - 1, std::string( "has " ) + SETTINGS[i].pName +
+                                                          " twice; begin the next record with --record" );
+            aSet[i] = true;
+            SETTINGS[i].pSet( aRecords.back(), pOption->results()[aUsed[i]++] );
+        }
     }
     for ( size_t i = 0; i < aRecords.size(); i++ )
         if ( aRecords[i].aErrorClass.empty() )
-            throw ToolFailure( ExitCode::Usage,
-                               "record " + std::to_string( i ) + " has no error class; give it --class" );
+            ThrowIncomplete( i, "has no error class; give it --class" );
     return aRecords;
+}
+
+std::vector<DecodedRecord> RecordsFromStandardInput( const CLI::App& rCommand )
+{
+    for ( const CLI::Option* pOption : rCommand.parse_order() )
+        if ( !pOption->check_name( "--json-in" ) )
+            throw ToolFailure( ExitCode::Usage, pOption->get_name() +
+                                                    " does not go with --json-in, which brings whole "
+                                                    "records; see --help" );
+    return RecordsFromJson( ReadInput( "-" ) );
 }
 
 } // namespace
@@ -176,19 +207,22 @@ void AddMakeCommand( CLI::App& rFamily, ExitCode& rExitCode )
     CLI::App* pCommand = rFamily.add_subcommand( "make", "Write an error stream to standard output" );
     pCommand->footer( EXAMPLES );
     auto pFlags = std::make_shared<MakeFlags>();
-    CLI::Option* pJson =
-        pCommand->add_flag( "--json-in", pFlags->fJsonIn,
-                            "Read the records as JSON, as show --json gives them, from standard input" );
     for ( const Setting& rSetting : SETTINGS )
     {
         CLI::Option* pOption = pCommand->add_option( rSetting.pName, rSetting.pHelp );
-        pOption->type_size( 1 )->expected( 1 )->take_all()->check( rSetting.pCheck )->excludes( pJson );
+        pOption->type_name( rSetting.pType )
+            ->type_size( 1 )
+            ->expected( 1 )
+            ->take_all()
+            ->check( rSetting.pCheck );
     }
-    pCommand->add_flag( "--record", pFlags->fRecord, "Begin the next record" )->excludes( pJson );
+    pCommand->add_flag( "--record", pFlags->fRecord, "Begin the next record" );
+    pCommand->add_flag( "--json-in", pFlags->fJsonIn,
+                        "Read the records as JSON, as show --json gives them, from standard input" );
     pCommand->callback(
         [pCommand, pFlags, &rExitCode]
         {
-            rExitCode = Make( pFlags->fJsonIn ? RecordsFromJson( ReadInput( "-" ) )
+            rExitCode = Make( pFlags->fJsonIn ? RecordsFromStandardInput( *pCommand )
                                               : RecordsFromOptions( *pCommand ) );
         } );
 }

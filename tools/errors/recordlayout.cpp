@@ -13,12 +13,6 @@ constexpr size_t WIDEST_COLUMN = 48;
 constexpr size_t GAP = 2;
 constexpr size_t LABEL_COLUMNS = 16;
 
-// A number and what it means, if that is known.
-std::string Explain( const std::string& aNumber, const std::string& aMeaning )
-{
-    return aMeaning.empty() ? aNumber : aNumber + " " + MakeVisible( aMeaning );
-}
-
 std::string ClassCell( const DecodedRecord& rRecord )
 {
     return MakeVisible( rRecord.aErrorClass );
@@ -26,12 +20,19 @@ std::string ClassCell( const DecodedRecord& rRecord )
 
 std::string NumberCell( const DecodedRecord& rRecord )
 {
-    return Explain( GetNumberText( rRecord ), GetNumberMeaning( rRecord ) );
+    return GetNumberText( rRecord );
 }
 
 std::string SystemErrorCell( const DecodedRecord& rRecord )
 {
-    return Explain( std::to_string( rRecord.dwSystemError ), GetSystemText( rRecord.dwSystemError ) );
+    return std::to_string( rRecord.dwSystemError );
+}
+
+// An HRESULT usually comes without a system error beside it: it is one.
+std::string SystemTextCell( const DecodedRecord& rRecord )
+{
+    return MakeVisible( rRecord.dwSystemError != 0 ? GetSystemText( rRecord.dwSystemError )
+                                                   : GetNumberMeaning( rRecord ) );
 }
 
 std::string OriginCell( const DecodedRecord& rRecord )
@@ -63,6 +64,7 @@ constexpr Column COLUMNS[] = {
     { "CLASS", "class", ClassCell },
     { "NUMBER", "number", NumberCell },
     { "SYSTEM ERROR", "system error", SystemErrorCell },
+    { "SYSTEM TEXT", "system text", SystemTextCell },
     { "ORIGIN", "origin", OriginCell },
     { "OPTIONAL", "optional", OptionalCell },
     { "PARAMETERS", "parameters", ParametersCell },

@@ -43,56 +43,64 @@ void DecodeAll( const MString& aStream, Visit&& rVisit, Broken&& rBroken )
             rBroken( aWalk.GetIndex(), aReason );
 }
 
+void IgnoreRecord( size_t, const DecodedRecord& ) {}
+void IgnoreBroken( size_t, const std::string& ) {}
+
 ExitCode ShowTexts( const ShowOptions& rOptions, const MString& aStream )
 {
-    ExitCode aExitCode = ExitCode::Ok;
+    BrokenRecords aBroken( rOptions.aSource );
     RecordTable aTable;
     DecodeAll(
         aStream, [&]( size_t nIndex, const DecodedRecord& rRecord ) { aTable.Measure( nIndex, rRecord ); },
-        [&]( size_t nIndex, const std::string& aReason )
-        {
-            SayBroken( rOptions.aSource, nIndex, aReason );
-            aExitCode = ExitCode::Broken;
-        } );
+        [&]( size_t nIndex, const std::string& aReason ) { aBroken.Name( nIndex, aReason ); } );
 
     const size_t nColumns = GetTerminalColumns( stdout );
     const bool fFits = nColumns == 0 || aTable.GetWidth() <= nColumns;
     const bool fBlocks = rOptions.aLayout == "auto" ? !fFits : rOptions.aLayout == "blocks";
     if ( !fBlocks )
         aTable.PrintHeading();
-    DecodeAll(
-        aStream,
-        [&]( size_t nIndex, const DecodedRecord& rRecord )
-        {
-            if ( fBlocks )
-                PrintRecordBlock( nIndex, rRecord, nColumns );
-            else
-                aTable.Print( nIndex, rRecord );
-        },
-        []( size_t, const std::string& ) {} );
-    return aExitCode;
+    const auto PrintRecord = [&]( size_t nIndex, const DecodedRecord& rRecord )
+    {
+        if ( fBlocks )
+            PrintRecordBlock( nIndex, rRecord, nColumns );
+        else
+            aTable.Print( nIndex, rRecord );
+    };
+    DecodeAll( aStream, PrintRecord, IgnoreBroken );
+    return aBroken.Finish();
 }
 
-// Written record by record, so that a large stream is never in memory as a document.
+// Writes the items of a JSON array, a line each, as they come: a large stream is never in memory as a document.
+class JsonLines
+{
+public:
+    void Add( const std::string& aItem )
+    {
+        WriteOutput( m_fFirst ? "\n" : ",\n" );
+        WriteOutput( aItem );
+        m_fFirst = false;
+    }
+
+private:
+    bool m_fFirst = true;
+};
+
 ExitCode ShowJson( const ShowOptions& rOptions, const MString& aStream )
 {
-    std::string aBroken;
-    const char* pBetween = "\n";
+    BrokenRecords aBroken( rOptions.aSource );
+    JsonLines aGoodLines;
     WriteOutput( "{\"records\":[" );
     DecodeAll(
         aStream,
-        [&]( size_t nIndex, const DecodedRecord& rRecord )
-        {
-            WriteOutput( pBetween + ToJson( nIndex, rRecord ) );
-            pBetween = ",\n";
-        },
-        [&]( size_t nIndex, const std::string& aReason )
-        {
-            SayBroken( rOptions.aSource, nIndex, aReason );
-            aBroken += ( aBroken.empty() ? "\n" : ",\n" ) + BrokenToJson( nIndex, aReason );
-        } );
-    WriteOutput( "\n],\"broken\":[" + aBroken + ( aBroken.empty() ? "]}\n" : "\n]}\n" ) );
-    return aBroken.empty() ? ExitCode::Ok : ExitCode::Broken;
+        [&]( size_t nIndex, const DecodedRecord& rRecord ) { aGoodLines.Add( ToJson( nIndex, rRecord ) ); },
+        [&]( size_t nIndex, const std::string& aReason ) { aBroken.Name( nIndex, aReason ); } );
+    JsonLines aBrokenLines;
+    WriteOutput( "\n],\"broken\":[" );
+    DecodeAll( aStream, IgnoreRecord,
+               [&]( size_t nIndex, const std::string& aReason )
+               { aBrokenLines.Add( BrokenToJson( nIndex, aReason ) ); } );
+    WriteOutput( "\n]}\n" );
+    return aBroken.Finish();
 }
 
 } // namespace

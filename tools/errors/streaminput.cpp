@@ -11,6 +11,9 @@
 namespace
 {
 
+// Of a stream that is broken throughout nobody reads more.
+constexpr size_t MOST_NAMED = 100;
+
 void DropLineEnd( std::string& rBytes )
 {
     if ( !rBytes.empty() && rBytes.back() == '\n' )
@@ -58,7 +61,8 @@ constexpr Mistake MISTAKES[] = {
 
 void AddStreamSource( CLI::App& rCommand, StreamSource& rSource )
 {
-    rCommand.add_option( "FILE", rSource.aName, "The error stream; - or nothing: standard input" );
+    rCommand.add_option( "FILE", rSource.aName, "The error stream; - or nothing: standard input" )
+        ->type_name( "" );
     AddKeepLineEnd( rCommand, rSource );
 }
 
@@ -86,8 +90,17 @@ MString ReadErrorStream( const StreamSource& rSource )
     return ToMString( ERRSTREAM_HEADER + ( ERRSTREAM_RECORD_SEPARATOR + aBytes ) );
 }
 
-void SayBroken( const StreamSource& rSource, size_t nIndex, const std::string& aReason )
+void BrokenRecords::Name( size_t nIndex, const std::string& aReason )
 {
-    SayError( GetInputTitle( rSource.aName ) + ": record " + std::to_string( nIndex ) +
-              " is broken: " + aReason );
+    if ( m_nCount++ < MOST_NAMED )
+        SayError( GetInputTitle( m_rSource.aName ) + ": record " + std::to_string( nIndex ) +
+                  " is broken: " + aReason );
+}
+
+ExitCode BrokenRecords::Finish() const
+{
+    if ( m_nCount > MOST_NAMED )
+        SayError( GetInputTitle( m_rSource.aName ) + ": " + std::to_string( m_nCount - MOST_NAMED ) +
+                  " more records are broken; bxtool errors show --json lists them all" );
+    return m_nCount == 0 ? ExitCode::Ok : ExitCode::Broken;
 }

@@ -1,6 +1,8 @@
 // The error stream that a command works on.
 #pragma once
 
+#include "tools/toolfailure.h"
+
 #include <bxtools/mstring.h>
 
 #include <CLI/CLI.hpp>
@@ -23,5 +25,17 @@ void AddKeepLineEnd( CLI::App& rCommand, StreamSource& rSource );
 // Throws a ToolFailure that says what else was found there.
 MString ReadErrorStream( const StreamSource& rSource );
 
-// Names a broken record to the user.
-void SayBroken( const StreamSource& rSource, size_t nIndex, const std::string& aReason );
+// Names the broken records of a stream to the user: the first ones each, the rest by their number.
+class BrokenRecords
+{
+public:
+    explicit BrokenRecords( const StreamSource& rSource ) : m_rSource( rSource ) {}
+
+    void Name( size_t nIndex, const std::string& aReason );
+    // To be called when all have been named. Result: ExitCode::Broken when there was one.
+    ExitCode Finish() const;
+
+private:
+    const StreamSource& m_rSource;
+    size_t m_nCount = 0;
+};
