@@ -8,8 +8,8 @@
 //         EXPECT_NE( rFault.Hit(), fDone != FALSE );
 //     } );
 //
-// runs the body with the first, the second ... allocation failing, until one run needs fewer. Linux only: a DLL
-// has its own import of operator new. Tests that use it are listed in not-on-windows.txt.
+// runs the body with the first, the second ... allocation failing, until one run needs fewer. On Windows a DLL has its
+// own import of operator new, which this does not reach: tests that use it are listed in not-on-windows.txt.
 #pragma once
 
 #include <cstddef>

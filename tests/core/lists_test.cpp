@@ -1,0 +1,267 @@
+#include "support/recorder.h"
+
+#include <bxtools/lists.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <random>
+#include <string>
+
+namespace
+{
+
+// An element that knows how many of its kind are alive and in which order they went.
+struct Counted
+{
+    explicit Counted( char cSign ) : cName( cSign ) { ++s_nAlive; }
+    ~Counted()
+    {
+        --s_nAlive;
+        s_strDestroyed += cName;
+    }
+    char cName;
+    static int s_nAlive;
+    static std::string s_strDestroyed;
+};
+int Counted::s_nAlive = 0;
+std::string Counted::s_strDestroyed;
+
+void DestroyListElement( Counted* pElement )
+{
+    delete pElement;
+}
+
+class CountedList : public TypedList<Counted>
+{
+    using TypedList::TypedList;
+};
+
+class Lists : public ::testing::Test
+{
+protected:
+    Lists()
+    {
+        Counted::s_nAlive = 0;
+        Counted::s_strDestroyed.clear();
+    }
+
+    static void Fill( CountedList& aList, const std::string& strNames )
+    {
+        for ( const char cName : strNames )
+            EXPECT_TRUE( aList.Append( new Counted( cName ) ) );
+    }
+
+    static std::string Walk( CountedList& aList )
+    {
+        std::string strNames;
+        for ( const Counted* p = aList.GetItem( 0, 5 ); p != NULL; p = aList.GetItem( 0, 2 ) )
+            strNames += p->cName;
+        return strNames;
+    }
+
+    static char Name( const Counted* p ) { return p != NULL ? p->cName : '-'; }
+
+    HookRecorder m_aHooks;
+    CountedList m_aList{ &HookRecorder::Debug };
+};
+
+} // namespace
+
+TEST_F( Lists, InsertTakesEveryIndexBelowTheCountAndTheOneThatAppends )
+{
+    EXPECT_TRUE( m_aList.Insert( 0, new Counted( 'b' ) ) );
+    EXPECT_TRUE( m_aList.Insert( 0, new Counted( 'a' ) ) );
+    EXPECT_TRUE( m_aList.Insert( 0x7FFFFFFF, new Counted( 'd' ) ) );
+    EXPECT_TRUE( m_aList.Insert( 2, new Counted( 'c' ) ) );
+    Counted aRefused( 'x' );
+    EXPECT_FALSE( m_aList.Insert( 4, &aRefused ) );
+    EXPECT_FALSE( m_aList.Insert( -1, &aRefused ) );
+    EXPECT_FALSE( CountedList( &HookRecorder::Debug ).Insert( 1, &aRefused ) );
+    EXPECT_EQ( "abcd", Walk( m_aList ) );
+    EXPECT_EQ( 4u, m_aList.ItemCount() );
+    EXPECT_TRUE( m_aHooks.Silent() );
+}
+
+TEST_F( Lists, AccessModesMoveTheCurrentPosition )
+{
+    for ( int nMode = 1; nMode <= 6; ++nMode )
+        EXPECT_EQ( NULL, m_aList.GetItem( 0, nMode ) ) << nMode;
+    Fill( m_aList, "ab" );
+    EXPECT_EQ( 'a', Name( m_aList.GetItem( 0, 1 ) ) )
+        << "appending leaves the current node before the new one";
+    EXPECT_EQ( 'a', Name( m_aList.GetItem( 0, 5 ) ) );
+    EXPECT_EQ( 'b', Name( m_aList.GetItem( 0, 2 ) ) );
+    EXPECT_EQ( '-', Name( m_aList.GetItem( 0, 2 ) ) );
+    EXPECT_EQ( 'b', Name( m_aList.GetItem( 0, 1 ) ) );
+    EXPECT_EQ( 'a', Name( m_aList.GetItem( 0, 3 ) ) );
+    EXPECT_EQ( '-', Name( m_aList.GetItem( 0, 3 ) ) );
+    EXPECT_EQ( 'a', Name( m_aList.GetItem( 0, 1 ) ) );
+    EXPECT_EQ( 'b', Name( m_aList.GetItem( 0, 4 ) ) );
+    EXPECT_EQ( 'b', Name( m_aList.GetItem( 0, 1 ) ) );
+    EXPECT_EQ( 'a', Name( m_aList.GetItem( 0 ) ) );
+    EXPECT_EQ( 'a', Name( m_aList.GetItem( 0, 1 ) ) );
+    EXPECT_EQ( '-', Name( m_aList.GetItem( 2, 5 ) ) ) << "the index must be in range in every mode";
+    EXPECT_TRUE( m_aHooks.Silent() );
+    EXPECT_EQ( '-', Name( m_aList.GetItem( 1, 7 ) ) );
+    EXPECT_TRUE( m_aHooks.OnlyReport( "From MYLINK* MyBaseList::GetObject( int nAccessMode )",
+                                      " Error: unknown nAccessMode -> default case" ) );
+}
+
+TEST_F( Lists, RemoveMovesTheCurrentPositionToANeighbour )
+{
+    Fill( m_aList, "abcd" );
+    EXPECT_EQ( NULL, m_aList.Remove( 4, TRUE ) );
+    EXPECT_EQ( NULL, m_aList.Remove( -1, TRUE ) );
+    delete m_aList.Remove( 3, FALSE );
+    EXPECT_EQ( 'c', Name( m_aList.GetItem( 0, 1 ) ) ) << "at the tail: the one before";
+    delete m_aList.Remove( 1, FALSE );
+    EXPECT_EQ( 'c', Name( m_aList.GetItem( 0, 1 ) ) ) << "in the middle: the one behind";
+    delete m_aList.Remove( 0, FALSE );
+    EXPECT_EQ( "c", Walk( m_aList ) );
+    delete m_aList.Remove( 0, FALSE );
+    EXPECT_EQ( 0u, m_aList.ItemCount() );
+    Fill( m_aList, "ef" );
+    EXPECT_EQ( "ef", Walk( m_aList ) );
+    EXPECT_TRUE( m_aHooks.Silent() );
+}
+
+TEST_F( Lists, ElementsAreDestroyedWhenToldAndAtTheEnd )
+{
+    {
+        CountedList aList( &HookRecorder::Debug );
+        Fill( aList, "abcdefg" );
+        EXPECT_NE( nullptr, aList.Remove( 1, TRUE ) );
+        EXPECT_NE( nullptr, aList.Replace( 0, new Counted( 'A' ), TRUE ) );
+        EXPECT_EQ( NULL, aList.Replace( 9, NULL, TRUE ) );
+        EXPECT_EQ( "ba", Counted::s_strDestroyed );
+        const std::unique_ptr<Counted> pKept( aList.Remove( 4, FALSE ) );
+        const std::unique_ptr<Counted> pReplaced( aList.Replace( 1, new Counted( 'C' ), FALSE ) );
+        EXPECT_EQ( 'f', pKept->cName );
+        EXPECT_EQ( 'c', pReplaced->cName );
+        EXPECT_EQ( "ACdeg", Walk( aList ) );
+        aList.ClearList( TRUE );
+        EXPECT_EQ( "baACdeg", Counted::s_strDestroyed );
+        EXPECT_EQ( 0u, aList.ItemCount() );
+        Fill( aList, "xy" );
+        const std::unique_ptr<Counted> pFirst( aList.GetItem( 0 ) );
+        const std::unique_ptr<Counted> pSecond( aList.GetItem( 1 ) );
+        aList.ClearList( FALSE );
+        EXPECT_EQ( 4, Counted::s_nAlive );
+        Fill( aList, "z" );
+    }
+    EXPECT_EQ( 0, Counted::s_nAlive );
+    EXPECT_TRUE( m_aHooks.Silent() );
+}
+
+TEST_F( Lists, CopiesSeeWhatTheOtherDoes )
+{
+    Fill( m_aList, "abc" );
+    CountedList aCopy( m_aList );
+    Fill( aCopy, "d" );
+    EXPECT_EQ( 3u, m_aList.ItemCount() );
+    EXPECT_EQ( 4u, aCopy.ItemCount() );
+    EXPECT_EQ( "abcd", Walk( m_aList ) );
+
+    m_aList.GetItem( 1 );
+    aCopy.Remove( 1, TRUE );
+    EXPECT_EQ( 'c', Name( m_aList.GetItem( 0, 1 ) ) ) << "its own current node was taken out";
+    aCopy.Remove( 0, TRUE );
+    EXPECT_EQ( "cd", Walk( m_aList ) );
+    aCopy.Replace( 0, new Counted( 'C' ), TRUE );
+    aCopy.Insert( 0, new Counted( 'B' ) );
+    EXPECT_EQ( "Cd", Walk( m_aList ) ) << "each list has a head of its own";
+    EXPECT_EQ( "BCd", Walk( aCopy ) );
+    EXPECT_TRUE( m_aHooks.Silent() );
+    EXPECT_EQ( NULL, m_aList.GetItem( 2 ) ) << "its own count has not followed";
+    EXPECT_TRUE( m_aHooks.OnlyReport( "From MYLINK* MyBaseList::GetObjectByIndex( ULONG uIndex )",
+                                      " Error: Item not found -> wrong uIndex = 2, ItemCount = 2" ) );
+}
+
+TEST_F( Lists, TheLastListFreesWhatIsShared )
+{
+    {
+        CountedList aLast( &HookRecorder::Debug );
+        {
+            CountedList aFirst( &HookRecorder::Debug );
+            CountedList aOther( &HookRecorder::Debug );
+            Fill( aFirst, "ab" );
+            Fill( aOther, "x" );
+            aLast = aOther;
+            aLast = aFirst;
+            aLast = *&aLast;
+            aOther = aLast;
+            EXPECT_EQ( "x", Counted::s_strDestroyed );
+            aFirst.Insert( 0, new Counted( '0' ) );
+            aOther.ClearList( TRUE );
+            EXPECT_EQ( 0u, aOther.ItemCount() );
+            EXPECT_EQ( "", Walk( aLast ) );
+            Fill( aFirst, "p" );
+            Fill( aOther, "q" );
+            EXPECT_EQ( "pq", Walk( aLast ) );
+        }
+        EXPECT_EQ( "pq", Walk( aLast ) );
+        EXPECT_EQ( 2, Counted::s_nAlive );
+        Fill( aLast, "r" );
+        EXPECT_EQ( "pqr", Walk( aLast ) );
+    }
+    EXPECT_EQ( 0, Counted::s_nAlive );
+}
+
+// Random operations on lists that come to share nodes in every way: whatever happens, no element is lost or destroyed
+// twice, and no node is touched after it is freed.
+TEST_F( Lists, NoOrderOfOperationsLosesOrDoublesAnElement )
+{
+    std::mt19937 aRandom( 20 );
+    const auto Below = [&]( unsigned uLimit ) { return static_cast<long>( aRandom() % uLimit ); };
+    for ( int nRound = 0; nRound < 300; ++nRound )
+    {
+        std::unique_ptr<CountedList> apLists[3];
+        for ( auto& pList : apLists )
+            pList = std::make_unique<CountedList>( &HookRecorder::Debug );
+        for ( int nStep = 0; nStep < 60; ++nStep )
+        {
+            auto& pList = apLists[Below( 3 )];
+            const long lIndex = Below( 5 );
+            auto pNew = std::make_unique<Counted>( 'n' );
+            switch ( Below( 9 ) )
+            {
+            case 0:
+            case 1: EXPECT_TRUE( pList->Append( pNew.release() ) ); break;
+            case 2:
+                if ( pList->Insert( lIndex, pNew.get() ) )
+                    pNew.release();
+                break;
+            case 3: pList->Remove( lIndex, TRUE ); break;
+            case 4: pNew.reset( pList->Remove( lIndex, FALSE ) ); break;
+            case 5:
+                if ( pList->Replace( lIndex, pNew.get(), TRUE ) != NULL )
+                    pNew.release();
+                break;
+            case 6: *pList = *apLists[Below( 3 )]; break;
+            case 7: pList = std::make_unique<CountedList>( *apLists[Below( 3 )] ); break;
+            default:
+                if ( lIndex == 0 )
+                    pList->ClearList( TRUE );
+                for ( int nMode = 1; nMode <= 6; ++nMode )
+                    pList->GetItem( lIndex, nMode );
+            }
+        }
+        for ( auto& pList : apLists )
+            pList.reset();
+        ASSERT_EQ( 0, Counted::s_nAlive ) << "round " << nRound;
+    }
+    for ( const Report& rReport : m_aHooks.TakeReports() )
+        ASSERT_TRUE( rReport.second.starts_with( " Error: Item not found" ) ) << rReport.second;
+}
+
+TEST_F( Lists, TheTypedListsOwnTheirKindOfCell )
+{
+    MyLanguageCodeList aCodes( &HookRecorder::Debug );
+    EXPECT_TRUE( aCodes.Append( new long( 49 ) ) );
+    _HANDLEList aModules( &HookRecorder::Debug );
+    EXPECT_TRUE( aModules.Append( new HMODULE( NULL ) ) );
+    EXPECT_EQ( 49, *aCodes.GetItem( 0 ) );
+    EXPECT_EQ( NULL, *aModules.GetItem( 0 ) );
+    EXPECT_TRUE( m_aHooks.Silent() );
+}
