@@ -98,9 +98,11 @@ private:
 // One write; 0, or the errno.
 int WriteOnce( int nDescriptor, Pieces& rPieces, NoWriteSignals& rSignals ) noexcept
 {
-    // Straight to the kernel: the C library's call is a cancellation point.
-    const long nWritten = syscall( SYS_writev, nDescriptor, &rPieces.aVectors[rPieces.nFirst],
-                                   rPieces.nCount - rPieces.nFirst );
+    // Straight to the kernel: the C library's calls are cancellation points. One piece goes the shorter way.
+    const iovec& rFirst = rPieces.aVectors[rPieces.nFirst];
+    const size_t nPieces = rPieces.nCount - rPieces.nFirst;
+    const long nWritten = nPieces == 1 ? syscall( SYS_write, nDescriptor, rFirst.iov_base, rFirst.iov_len )
+                                       : syscall( SYS_writev, nDescriptor, &rFirst, nPieces );
     if ( nWritten >= 0 )
     {
         rPieces.Skip( static_cast<size_t>( nWritten ) );

@@ -6,59 +6,25 @@
 
 #include "platform/locked.h"
 #include "platform/threadend.h"
-#include "platform/threadstate.h"
 
 #include <bxtools/platform.h>
 
-#include <atomic>
 #include <bitset>
 #include <new>
-
-typedef std::atomic<LPVOID> TlsValue;
-
-namespace
-{
-// Split as on Windows: most programs never need more than the first part.
-constexpr DWORD FIRST_SLOTS = 64;
-constexpr DWORD MORE_SLOTS = 1024;
-constexpr DWORD ALL_SLOTS = FIRST_SLOTS + MORE_SLOTS;
-
-struct MoreTlsValues
-{
-    TlsValue aValues[MORE_SLOTS];
-};
-} // namespace
-
-struct TlsBlock
-{
-    TlsValue aValues[FIRST_SLOTS];
-    std::atomic<MoreTlsValues*> pMore;
-    TlsBlock* pNext;
-    TlsBlock* pPrevious;
-};
 
 namespace
 {
 // Guards the slots in use and the chain. The values themselves are read and written by their thread without
 // it.
 constinit CRITICAL_SECTION g_aLock{};
-constinit std::bitset<ALL_SLOTS> g_aUsed;
+constinit std::bitset<ALL_TLS_SLOTS> g_aUsed;
 constinit TlsBlock* g_pFirstBlock = nullptr;
-
-// Where a block keeps a slot's value; null when it never held one.
-TlsValue* FindValue( TlsBlock& rBlock, DWORD dwIndex ) noexcept
-{
-    if ( dwIndex < FIRST_SLOTS )
-        return &rBlock.aValues[dwIndex];
-    MoreTlsValues* const pMore = rBlock.pMore.load( std::memory_order_acquire );
-    return pMore != nullptr ? &pMore->aValues[dwIndex - FIRST_SLOTS] : nullptr;
-}
 
 void EmptySlot( DWORD dwIndex ) noexcept
 {
     for ( TlsBlock* pBlock = g_pFirstBlock; pBlock != nullptr; pBlock = pBlock->pNext )
     {
-        if ( TlsValue* const pValue = FindValue( *pBlock, dwIndex ) )
+        if ( TlsValue* const pValue = FindTlsValue( *pBlock, dwIndex ) )
             pValue->store( nullptr, std::memory_order_relaxed );
     }
 }
@@ -89,20 +55,20 @@ TlsValue* MakeValue( DWORD dwIndex ) noexcept
     TlsBlock* pBlock = t_aThreadState.pTlsBlock;
     if ( pBlock == nullptr && ( pBlock = MakeBlock() ) == nullptr )
         return nullptr;
-    if ( TlsValue* const pValue = FindValue( *pBlock, dwIndex ) )
+    if ( TlsValue* const pValue = FindTlsValue( *pBlock, dwIndex ) )
         return pValue;
     MoreTlsValues* const pMore = new ( std::nothrow ) MoreTlsValues{};
     if ( pMore == nullptr )
         return nullptr;
     pBlock->pMore.store( pMore, std::memory_order_release );
-    return &pMore->aValues[dwIndex - FIRST_SLOTS];
+    return &pMore->aValues[dwIndex - FIRST_TLS_SLOTS];
 }
 } // namespace
 
 DWORD TlsAlloc()
 {
     const LockedScope aLocked( g_aLock );
-    for ( DWORD dwIndex = 0; dwIndex < ALL_SLOTS; ++dwIndex )
+    for ( DWORD dwIndex = 0; dwIndex < ALL_TLS_SLOTS; ++dwIndex )
     {
         if ( g_aUsed.test( dwIndex ) )
             continue;
@@ -117,7 +83,7 @@ DWORD TlsAlloc()
 BOOL TlsFree( DWORD dwIndex )
 {
     const LockedScope aLocked( g_aLock );
-    if ( dwIndex >= ALL_SLOTS || !g_aUsed.test( dwIndex ) )
+    if ( dwIndex >= ALL_TLS_SLOTS || !g_aUsed.test( dwIndex ) )
     {
         SetLastError( ERROR_INVALID_PARAMETER );
         return FALSE;
@@ -129,24 +95,19 @@ BOOL TlsFree( DWORD dwIndex )
 
 LPVOID TlsGetValue( DWORD dwIndex )
 {
-    ThreadState& rState = t_aThreadState;
-    rState.dwLastError = dwIndex < ALL_SLOTS ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
-    TlsBlock* const pBlock = rState.pTlsBlock;
-    if ( pBlock == nullptr || dwIndex >= ALL_SLOTS )
-        return nullptr;
-    TlsValue* const pValue = FindValue( *pBlock, dwIndex );
-    return pValue != nullptr ? pValue->load( std::memory_order_relaxed ) : nullptr;
+    t_aThreadState.dwLastError = dwIndex < ALL_TLS_SLOTS ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
+    return PeekTlsValue( dwIndex );
 }
 
 BOOL TlsSetValue( DWORD dwIndex, LPVOID pNewValue )
 {
-    if ( dwIndex >= ALL_SLOTS )
+    if ( dwIndex >= ALL_TLS_SLOTS )
     {
         SetLastError( ERROR_INVALID_PARAMETER );
         return FALSE;
     }
     TlsBlock* const pBlock = t_aThreadState.pTlsBlock;
-    TlsValue* pValue = pBlock != nullptr ? FindValue( *pBlock, dwIndex ) : nullptr;
+    TlsValue* pValue = pBlock != nullptr ? FindTlsValue( *pBlock, dwIndex ) : nullptr;
     if ( pNewValue != nullptr && ( pValue == nullptr || !t_aThreadState.fEndRequested ) )
     {
         pValue = MakeValue( dwIndex );

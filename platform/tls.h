@@ -1,6 +1,52 @@
 // What the rest of the layer needs of the thread-local slots.
 #pragma once
 
+#include "platform/threadstate.h"
+
+#include <bxtools/wintypes.h>
+
+#include <atomic>
+
+typedef std::atomic<LPVOID> TlsValue;
+
+// Split as on Windows: most programs never need more than the first part.
+inline constexpr DWORD FIRST_TLS_SLOTS = 64;
+inline constexpr DWORD MORE_TLS_SLOTS = 1024;
+inline constexpr DWORD ALL_TLS_SLOTS = FIRST_TLS_SLOTS + MORE_TLS_SLOTS;
+
+struct MoreTlsValues
+{
+    TlsValue aValues[MORE_TLS_SLOTS];
+};
+
+// The values of one thread.
+struct TlsBlock
+{
+    TlsValue aValues[FIRST_TLS_SLOTS];
+    std::atomic<MoreTlsValues*> pMore;
+    TlsBlock* pNext;
+    TlsBlock* pPrevious;
+};
+
+// Where a block keeps a slot's value; null when it never held one.
+inline TlsValue* FindTlsValue( TlsBlock& rBlock, DWORD dwIndex ) noexcept
+{
+    if ( dwIndex < FIRST_TLS_SLOTS )
+        return &rBlock.aValues[dwIndex];
+    MoreTlsValues* const pMore = rBlock.pMore.load( std::memory_order_acquire );
+    return pMore != nullptr ? &pMore->aValues[dwIndex - FIRST_TLS_SLOTS] : nullptr;
+}
+
+// TlsGetValue for the library's own use: it leaves the last error alone.
+inline LPVOID PeekTlsValue( DWORD dwIndex ) noexcept
+{
+    TlsBlock* const pBlock = t_aThreadState.pTlsBlock;
+    if ( pBlock == nullptr || dwIndex >= ALL_TLS_SLOTS )
+        return nullptr;
+    const TlsValue* const pValue = FindTlsValue( *pBlock, dwIndex );
+    return pValue != nullptr ? pValue->load( std::memory_order_relaxed ) : nullptr;
+}
+
 // Frees the calling thread's values; the slots then read null in it. Called at its end.
 void ReleaseTlsOfThread() noexcept;
 

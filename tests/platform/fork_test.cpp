@@ -15,12 +15,17 @@
 #include <unistd.h>
 #include <vector>
 
-// Thread sanitizer: children of this test start threads.
+#if defined( __SANITIZE_THREAD__ )
+// Children of this test start threads.
 extern "C" const char* __tsan_default_options();
 const char* __tsan_default_options()
 {
     return "die_after_fork=0";
 }
+constexpr bool THREAD_SANITIZER = true;
+#else
+constexpr bool THREAD_SANITIZER = false;
+#endif
 
 namespace
 {
@@ -87,6 +92,8 @@ bool OtherThreadTakes( CRITICAL_SECTION& rSection )
 
 TEST( Fork, LocksOfLostThreadsAreFree )
 {
+    if ( THREAD_SANITIZER )
+        GTEST_SKIP() << "the sanitizer takes the child's thread for the lost one, which had the same stack";
     static CRITICAL_SECTION aEntered{};
     static CRITICAL_SECTION aTried{};
     const Holder aFirst( aEntered );
