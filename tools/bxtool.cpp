@@ -42,7 +42,8 @@ int ParseAndRun( int argc, char* argv[] )
     CLI::App aProgram( "Looks into what the programs of the system leave behind.", "bxtool" );
     aProgram.set_version_flag( "--version", "bxtool " BXTOOLS_VERSION );
     bool fDebug = false; // looked for before the command line is parsed
-    aProgram.add_flag( "--debug", fDebug, "Let the library's debug messages through to standard error" );
+    aProgram.add_flag( "--debug", fDebug,
+                       "Let the library's debug messages through to where they usually go" );
     aProgram.footer( std::string( EXAMPLES ) + EXIT_CODE_HELP );
     aProgram.require_subcommand( 1 );
     aProgram.fallthrough();

@@ -153,7 +153,7 @@ int main()
     const bool fShown = ShowInSecondProcess( aStream );
     ShowReport();
     OverflowStack();
-    Narrate( "\nWhat to look at next (bxtool lies in tools/ of the build):" );
+    Narrate( "\nWhat to look at next:" );
     Narrate( "     bxtool errors show %s         the same errors as a table", STREAM_FILE );
     Narrate( "     bxtool errors show --json %s  and for other programs", STREAM_FILE );
     Narrate( "     include/bxtools/error.h                the calls you have just seen" );
