@@ -115,7 +115,7 @@ struct ModuleSearch
 
 // Runs once, under the lock that keeps the loader's list of modules as it is; the thread sanitizer does not
 // see that lock.
-[[gnu::no_sanitize( "thread" )]] int SearchLoaderList( dl_phdr_info*, size_t, void* pArgument )
+__attribute__( ( no_sanitize( "thread" ) ) ) int SearchLoaderList( dl_phdr_info*, size_t, void* pArgument )
 {
     ModuleSearch* const pSearch = static_cast<ModuleSearch*>( pArgument );
     for ( const link_map* pMap = _r_debug.r_map; pMap != nullptr && !pSearch->fFound; pMap = pMap->l_next )

@@ -31,7 +31,8 @@ void SayLoading( const std::string& strFolder )
     const HMODULE hOther = LoadLibraryA( "bxtranscriptmodule" );
     Say( "without extension, same handle", "%d", hOther == hModule );
     Say( "loaded already", "%d", GetModuleHandleA( "bxTranscriptModule.dll" ) == hModule );
-    Say( "calls", "%d %d", Count( hModule ), Count( hAgain ) );
+    Say( "calls", "%d", Count( hModule ) );
+    Say( "calls of the same code", "%d", Count( hAgain ) );
     Say( "free", "%d", FreeLibrary( hOther ) != FALSE );
     Say( "free a second time", "%d", FreeLibrary( hAgain ) != FALSE );
     Say( "still loaded, calls", "%d", Count( hModule ) );
