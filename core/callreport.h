@@ -104,9 +104,10 @@ public:
     BOOL Failed() const noexcept { return m_pText != NULL && !m_fWarned; }
 
     // Runs aBody and returns its result; any exception becomes the reason pText and the result aFailure. The forced
-    // unwinding of a cancelled thread passes, as it must.
+    // unwinding of a cancelled thread passes, as it must. (It comes without an object: the reference is bound to null.)
     template <class Result, class Body>
-    Result Guard( Result aFailure, LPCTSTR pText, Body&& aBody )
+    __attribute__( ( no_sanitize( "null", "alignment" ) ) ) Result Guard( Result aFailure, LPCTSTR pText,
+                                                                          Body&& aBody )
     {
         try
         {

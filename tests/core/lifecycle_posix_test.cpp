@@ -3,6 +3,7 @@
 #include "core/dllglobals.h"
 #include "core/servedobjects.h"
 #include "support/failnew.h"
+#include "support/leftovers.h"
 #include "support/recorder.h"
 #include "support/secondprocess.h"
 
@@ -84,13 +85,15 @@ int UseLibraryInChild( LPVOID pPlain )
 
 BX_ROLE( fork_among_threads )
 {
+    AllowLeftovers();
     const LPVOID pPlain = GetThreadSpecialObject( &CreatePlain, &DeletePlain );
     const Callers aCallers( 3 );
     for ( int nRound = 0; nRound < 50; ++nRound )
     {
         const pid_t nChild = fork();
+        // Some children end the library, too.
         if ( nChild == 0 )
-            std::exit( UseLibraryInChild( pPlain ) );
+            ( nRound % 10 == 0 ? std::exit : _exit )( UseLibraryInChild( pPlain ) );
         int nStatus = 0;
         if ( waitpid( nChild, &nStatus, 0 ) != nChild || !WIFEXITED( nStatus ) ||
              WEXITSTATUS( nStatus ) != CHILD_DONE )

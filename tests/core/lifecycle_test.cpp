@@ -1,5 +1,6 @@
 #include "core/dllglobals.h"
 #include "core/servedobjects.h"
+#include "support/leftovers.h"
 #include "support/recorder.h"
 #include "support/secondprocess.h"
 
@@ -20,6 +21,7 @@ constexpr int ROLE_DONE = 7;
 // Threads that make and destroy their objects until the process ends under them.
 void StartEndlessCallers( int nThreads )
 {
+    AllowLeftovers();
     std::atomic<int> nInside{ 0 };
     for ( int nThread = 0; nThread < nThreads; ++nThread )
     {
@@ -51,7 +53,7 @@ BX_ROLE( exit_while_threads_call )
 
 TEST( Lifecycle, ProcessEndsWhileThreadsCallIn )
 {
-    for ( int nRound = 0; nRound < 20; ++nRound )
+    for ( int nRound = 0; nRound < 10; ++nRound )
         EXPECT_EQ( ROLE_DONE, RunInRole( "exit_while_threads_call" ) );
 }
 
@@ -119,6 +121,7 @@ BOOL DLL_EXPORT DeleteAndEnd( LPVOID pObject )
 
 BX_ROLE( last_calls_at_once )
 {
+    AllowLeftovers();
     GetThreadSpecialObject( &CreateA, &DeleteAndEnd );
     std::vector<std::thread> aThreads;
     for ( int nThread = 0; nThread < 4; ++nThread )

@@ -1,6 +1,7 @@
 // A program that loads the library at run time: whatever the order in which threads use it, threads end and the library
 // goes, nothing crashes; and where it can go, it leaves nothing behind.
 #include "core/loadedlibrary.h"
+#include "support/leftovers.h"
 #include "support/recorder.h"
 #include "support/secondprocess.h"
 
@@ -8,6 +9,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -95,6 +97,8 @@ TEST( Load, LastCallThenUnload )
 
 TEST( Load, ThreadThatNeverCalledInMayUnload )
 {
+    // The loading thread's own objects: nobody else may touch them.
+    AllowLeftovers();
     DebugRecorder aDebug;
     const LoadedBXTools hLibrary = LoadBXTools();
     EXPECT_TRUE( UseLibrary( hLibrary ) );
@@ -121,6 +125,7 @@ TEST( Load, LoadingThreadMayEndBeforeItsLibrary )
 
 BX_ROLE( user_ends_after_unload )
 {
+    AllowLeftovers();
     DebugRecorder aDebug;
     const LoadedBXTools hLibrary = LoadBXTools();
     Turns aTurns;
@@ -167,6 +172,7 @@ TEST( Load, ThreadThatUsedItMayEndBeforeTheUnload )
 
 BX_ROLE( many_load_and_unload )
 {
+    AllowLeftovers();
     std::vector<std::thread> aThreads;
     for ( int nThread = 0; nThread < 4; ++nThread )
     {
@@ -191,19 +197,39 @@ TEST( Load, ManyThreadsMayLoadAndUnload )
     EXPECT_EQ( ROLE_DONE, RunInRole( "many_load_and_unload" ) );
 }
 
+namespace
+{
+
+// Uses the library on a new thread, whose first use it is, and waits until that is done.
+void UseOnNewThread( LoadedBXTools hLibrary )
+{
+    const auto pDone = std::make_shared<std::atomic<bool>>( false );
+    std::thread(
+        [=]()
+        {
+            UseLibrary( hLibrary );
+            *pDone = true;
+        } )
+        .detach();
+    while ( !*pDone )
+        std::this_thread::yield();
+}
+
+} // namespace
+
 BX_ROLE( exit_while_threads_use_it )
 {
+    AllowLeftovers();
     const LoadedBXTools hLibrary = LoadBXTools();
-    Turns aTurns;
+    static Turns aTurns;
     for ( int nThread = 0; nThread < 3; ++nThread )
     {
         std::thread(
-            [&]()
+            [=]()
             {
                 for ( ;; )
                 {
-                    // Each a first use, and an end.
-                    std::thread( [&]() { UseLibrary( hLibrary ); } ).join();
+                    UseOnNewThread( hLibrary );
                     aTurns.Reach( 1 );
                 }
             } )
@@ -215,6 +241,6 @@ BX_ROLE( exit_while_threads_use_it )
 
 TEST( Load, ProcessEndsWhileThreadsUseIt )
 {
-    for ( int nRound = 0; nRound < 10; ++nRound )
+    for ( int nRound = 0; nRound < 5; ++nRound )
         EXPECT_EQ( ROLE_DONE, RunInRole( "exit_while_threads_use_it" ) );
 }

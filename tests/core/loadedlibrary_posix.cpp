@@ -4,12 +4,17 @@
 
 #include <dlfcn.h>
 #include <fstream>
+#include <mutex>
 #include <pthread.h>
 #include <string>
 #include <vector>
 
+// The loader has such a lock itself, but a thread checker does not see it.
+static std::mutex g_aLoaderLock;
+
 LoadedBXTools LoadBXTools()
 {
+    const std::lock_guard<std::mutex> aLock( g_aLoaderLock );
     void* pLibrary = dlopen( BXTOOLS_LIBRARY, RTLD_NOW | RTLD_LOCAL );
     if ( pLibrary == NULL )
         ADD_FAILURE() << dlerror();
@@ -18,6 +23,7 @@ LoadedBXTools LoadBXTools()
 
 bool UnloadBXTools( LoadedBXTools hLibrary )
 {
+    const std::lock_guard<std::mutex> aLock( g_aLoaderLock );
     return dlclose( hLibrary ) == 0;
 }
 
