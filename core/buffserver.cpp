@@ -141,10 +141,9 @@ static BOOL DLL_EXPORT DeleteBUFFServer( LPVOID lValue )
 
 BUFFServer* GetBUFFServer()
 {
-    CallReport aReport( "From BUFFServer* GetBUFFServer()" );
-    const LPVOID pBUFFServer = GetThreadSpecialObject( &CreateBUFFServer, &DeleteBUFFServer );
-    if ( pBUFFServer == NULL )
-        return aReport.FailNull(
-            " Error: GetThreadSpecialObject( CreateBUFFServer, DeleteBUFFServer ) == NULL" );
-    return static_cast<BUFFServer*>( pBUFFServer );
+    static constexpr ServedObject SERVED = {
+        ServedNumber::BuffServer, &CreateBUFFServer, &DeleteBUFFServer, "From BUFFServer* GetBUFFServer()",
+        " Error: GetThreadSpecialObject( CreateBUFFServer, DeleteBUFFServer ) == NULL"
+    };
+    return static_cast<BUFFServer*>( GetServedObject( SERVED ) );
 }

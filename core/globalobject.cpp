@@ -69,6 +69,16 @@ LPVOID GetThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElem
     return lValue;
 }
 
+LPVOID MakeServedObject( const ServedObject& rServed )
+{
+    const LPVOID lValue = GetThreadSpecialObject( rServed.m_pCreateFunc, rServed.m_pDeleteFunc );
+    if ( lValue == NULL )
+        CallReport( rServed.m_pHeader ).Fail( rServed.m_pText );
+    else
+        aGlobalDllObject.KeepServedObject( rServed.m_eNumber, lValue );
+    return lValue;
+}
+
 DLL_EXPORT_MOD BOOL DLL_EXPORT LastFuntionCall()
 {
     CallReport aReport( "From DLL_EXPORT_MOD BOOL DLL_EXPORT LastFuntionCall()" );

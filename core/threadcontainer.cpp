@@ -62,7 +62,7 @@ LPVOID CThreadGlobalObjectInterface::FindObject( CreateThreadElemFuc pCreateFunc
         if ( pObj == NULL || !pObj->CompareEqual( pCreateFunc, pDeleteFunc ) )
             continue;
         *plIndex = lIndex;
-        return Remember( pCreateFunc, pDeleteFunc, pObj->GetObj() );
+        return pObj->GetObj();
     }
     return NULL;
 }
@@ -77,18 +77,7 @@ LPVOID CThreadGlobalObjectInterface::AppendObject( CreateThreadElemFuc pCreateFu
         throw std::bad_alloc();
     CThreadGlobalObjectElemInterface* pKept = pObj.release();
     pKept->SetFuncPtr( m_pMyDbgFunc, m_pMyLogFunc );
-    return Remember( pCreateFunc, pDeleteFunc, pKept->GetObj() );
-}
-
-LPVOID CThreadGlobalObjectInterface::Remember( CreateThreadElemFuc pCreateFunc,
-                                               DeleteThreadElemFuc pDeleteFunc, LPVOID plObj )
-{
-    if ( plObj != NULL )
-    {
-        m_aKnown[m_uNextKnown] = { pCreateFunc, pDeleteFunc, plObj };
-        m_uNextKnown = ( m_uNextKnown + 1 ) % KNOWN_OBJECTS;
-    }
-    return plObj;
+    return pKept->GetObj();
 }
 
 BOOL CThreadGlobalObjectInterface::SetThisData( int nMode )

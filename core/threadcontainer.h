@@ -26,15 +26,12 @@ public:
     // The object for the pair, made on the first request; NULL when it cannot be had. A pair whose creator gave
     // nothing stays in the list, and its creator is called again at the next request.
     LPVOID GetObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
-    // The object for the pair if it is one of the last few that GetObject gave; else NULL. Changes nothing.
-    LPVOID KnownObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc ) const
+    // A served object that was kept here; NULL without one.
+    LPVOID GetServed( ServedNumber eNumber ) const { return m_aServed[static_cast<size_t>( eNumber )]; }
+    // Keeps one that GetObject gave, which stays where it is as long as the list lives.
+    void KeepServed( ServedNumber eNumber, LPVOID plObj )
     {
-        for ( const Known& rKnown : m_aKnown )
-        {
-            if ( rKnown.pCreateFunc == pCreateFunc && rKnown.pDeleteFunc == pDeleteFunc )
-                return rKnown.plObj;
-        }
-        return NULL;
+        m_aServed[static_cast<size_t>( eNumber )] = plObj;
     }
 
     // Names the container after the process and the calling thread.
@@ -53,22 +50,21 @@ private:
     LPVOID FindObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc, long* plIndex );
     BOOL CheckList();
     LPVOID AppendObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
-    LPVOID Remember( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc, LPVOID plObj );
 
     MString m_stProcName;
     MString m_stThreadName;
     int m_nProcType = 0;
     std::shared_ptr<_CThreadGlobalObjectInterface> m_paList;
 
-    // The objects given out last. They stay where they are as long as the list lives, so that a request for one of
-    // them needs neither the list, whose lookups walk it, nor a lock.
-    struct Known
-    {
-        CreateThreadElemFuc pCreateFunc;
-        DeleteThreadElemFuc pDeleteFunc;
-        LPVOID plObj;
-    };
-    static constexpr size_t KNOWN_OBJECTS = 4;
-    Known m_aKnown[KNOWN_OBJECTS] = {};
-    size_t m_uNextKnown = 0;
+    // So that a request for one of them needs neither the list, whose lookups walk it, nor a lock.
+    LPVOID m_aServed[static_cast<size_t>( ServedNumber::Count )] = {};
 };
+
+// What a container, possibly null, has of a served object.
+inline LPVOID FindServed( LPVOID pThreadGlobalObject, const ServedObject& rServed )
+{
+    if ( pThreadGlobalObject == NULL )
+        return NULL;
+    return static_cast<const CThreadGlobalObjectInterface*>( pThreadGlobalObject )
+        ->GetServed( rServed.m_eNumber );
+}

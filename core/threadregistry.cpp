@@ -141,17 +141,6 @@ LPVOID DLLMainGlobalThreadData::GetThreadSpecialObject( CreateThreadElemFuc pCre
                                                         DeleteThreadElemFuc pDeleteFunc )
 {
     const LastErrorGuard aLastError;
-    if ( const CThreadGlobalObjectInterface* pThreadGlobalObject = ReadSlot(); pThreadGlobalObject != NULL )
-    {
-        if ( LPVOID lValue = pThreadGlobalObject->KnownObject( pCreateFunc, pDeleteFunc ); lValue != NULL )
-            return lValue;
-    }
-    return MakeThreadSpecialObject( pCreateFunc, pDeleteFunc );
-}
-
-LPVOID DLLMainGlobalThreadData::MakeThreadSpecialObject( CreateThreadElemFuc pCreateFunc,
-                                                         DeleteThreadElemFuc pDeleteFunc )
-{
     CallReport aReport(
         std::as_const( *this ),
         "From LPVOID DLLMainGlobalThreadData::GetThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc )" );
@@ -171,6 +160,13 @@ LPVOID DLLMainGlobalThreadData::MakeThreadSpecialObject( CreateThreadElemFuc pCr
                     " Error: ( lValue = pThreadGlobalObject->GetObject( pCreateFunc, pDeleteFunc ) ) == 0" );
             return lValue;
         } );
+}
+
+void DLLMainGlobalThreadData::KeepServedObject( ServedNumber eNumber, LPVOID lValue ) const
+{
+    const LastErrorGuard aLastError;
+    if ( CThreadGlobalObjectInterface* pThreadGlobalObject = ReadSlot(); pThreadGlobalObject != NULL )
+        pThreadGlobalObject->KeepServed( eNumber, lValue );
 }
 
 void DLLMainGlobalThreadData::LockOnFunctionLevel()
@@ -206,8 +202,7 @@ void DLLMainGlobalThreadData::AwaitThreadEnd()
 CThreadGlobalObjectInterface* DLLMainGlobalThreadData::ReadSlot() const
 {
     // The thread that finds something in the slot has stored it itself.
-    return static_cast<CThreadGlobalObjectInterface*>(
-        TlsGetValue( m_dwTlsGlobalOffset.load( std::memory_order_relaxed ) ) );
+    return static_cast<CThreadGlobalObjectInterface*>( TlsGetValue( GetSlot() ) );
 }
 
 LPVOID DLLMainGlobalThreadData::CreateThreadGlobalObject( int nMode )

@@ -31,6 +31,30 @@ typedef BOOL( DLL_EXPORT* DeleteThreadElemFuc )( LPVOID );
 // Threads: any; each has its own objects. The last error is preserved. Never throws.
 LPVOID GetThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
 
+// The objects that the library itself keeps per thread.
+enum class ServedNumber
+{
+    BuffServer,
+    ErrServerList,
+    Count
+};
+
+// One of them: the pair, and what its accessor reports when it cannot be had.
+struct ServedObject
+{
+    ServedNumber m_eNumber;
+    CreateThreadElemFuc m_pCreateFunc;
+    DeleteThreadElemFuc m_pDeleteFunc;
+    LPCTSTR m_pHeader;
+    LPCTSTR m_pText;
+};
+
+// GetThreadSpecialObject for such an object, with both reports. Once the thread has it, this costs no more than a
+// thread-local pointer of the system's own, so that no caller need keep the object.
+LPVOID GetServedObject( const ServedObject& rServed );
+// The same for a thread that has not asked for it yet.
+LPVOID MakeServedObject( const ServedObject& rServed );
+
 // How a container came to be.
 inline constexpr int GLOBAL_OBJ_FROM_PROCESS = 1; // made during process attach
 inline constexpr int GLOBAL_OBJ_FROM_THREAD = 2;  // made on a thread's first use
@@ -57,8 +81,8 @@ private:
 };
 
 // The registry itself.
-// Threads: any. The attach lock is held while something is made or destroyed; a thread that only asks for what it
-// has already takes no lock.
+// Threads: any. The attach lock is held while something is made, looked for or destroyed; only a served object that is
+// there, and a container, are found without it.
 class DLLMainGlobalThreadData : public BaseObject2
 {
 public:
@@ -90,6 +114,11 @@ public:
     // See the free function of that name.
     LPVOID GetThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
 
+    // Keeps a served object in the calling thread's container, where GetServedObject looks first.
+    void KeepServedObject( ServedNumber eNumber, LPVOID lValue ) const;
+    // The thread-local slot of the containers.
+    DWORD GetSlot() const { return m_dwTlsGlobalOffset.load( std::memory_order_relaxed ); }
+
     // Enter and leave the function-level lock, which is another than the attach lock.
     void LockOnFunctionLevel() BX_ACQUIRE( m_aFunctionSection );
     void UnLockOnFunctionLevel() BX_RELEASE( m_aFunctionSection );
@@ -111,7 +140,6 @@ private:
     BOOL DeleteThreadGlobalObject( BOOL fOnThreadDetach ) BX_REQUIRES( m_aAttachSection );
     CThreadGlobalObjectInterface* internalGetThreadGlobalObject( BOOL fOnThreadDetach )
         BX_REQUIRES( m_aAttachSection );
-    LPVOID MakeThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
 
     _HANDLEList* m_pLibraryHandleList BX_GUARDED_BY( m_aAttachSection ) = NULL;
     CriticalSection m_aAttachSection;

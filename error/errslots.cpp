@@ -40,11 +40,12 @@ ERRServer* AppendServer( CallReport& aReport, ERRServerList& rErrList )
 
 ERRServerList* GetERRServerList()
 {
-    CallReport aReport( "From ERRServerList* GetERRServerList()" );
-    const LPVOID lValue = GetThreadSpecialObject( &CreateERRServerList, &DeleteERRServerList );
-    if ( lValue == NULL )
-        aReport.Fail( " Error: GetThreadSpecialObject( CreateERRServerList, DeleteERRServerList ) == NULL" );
-    return static_cast<ERRServerList*>( lValue );
+    static constexpr ServedObject SERVED = {
+        ServedNumber::ErrServerList, &CreateERRServerList, &DeleteERRServerList,
+        "From ERRServerList* GetERRServerList()",
+        " Error: GetThreadSpecialObject( CreateERRServerList, DeleteERRServerList ) == NULL"
+    };
+    return static_cast<ERRServerList*>( GetServedObject( SERVED ) );
 }
 
 ERRServer* GetERRServer( ULONG ulSlotID )

@@ -1,0 +1,10 @@
+// The way to an object that the thread has already, on Linux: the slot is read without a call.
+#include "core/dllglobals.h"
+#include "core/threadcontainer.h"
+#include "platform/tls.h"
+
+LPVOID GetServedObject( const ServedObject& rServed )
+{
+    const LPVOID lValue = FindServed( PeekTlsValue( aGlobalDllObject.GetSlot() ), rServed );
+    return lValue != NULL ? lValue : MakeServedObject( rServed );
+}
