@@ -9,7 +9,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <memory>
 #include <thread>
 #include <vector>
 
@@ -197,50 +196,29 @@ TEST( Load, ManyThreadsMayLoadAndUnload )
     EXPECT_EQ( ROLE_DONE, RunInRole( "many_load_and_unload" ) );
 }
 
-namespace
-{
-
-// Uses the library on a new thread, whose first use it is, and waits until that is done.
-void UseOnNewThread( LoadedBXTools hLibrary )
-{
-    const auto pDone = std::make_shared<std::atomic<bool>>( false );
-    std::thread(
-        [=]()
-        {
-            UseLibrary( hLibrary );
-            *pDone = true;
-        } )
-        .detach();
-    while ( !*pDone )
-        std::this_thread::yield();
-}
-
-} // namespace
-
+// The process ends just as its threads use the library for the first time.
 BX_ROLE( exit_while_threads_use_it )
 {
     AllowLeftovers();
     const LoadedBXTools hLibrary = LoadBXTools();
     static Turns aTurns;
-    for ( int nThread = 0; nThread < 3; ++nThread )
+    for ( int nThread = 0; nThread < 8; ++nThread )
     {
         std::thread(
             [=]()
             {
+                aTurns.Await( 1 );
                 for ( ;; )
-                {
-                    UseOnNewThread( hLibrary );
-                    aTurns.Reach( 1 );
-                }
+                    UseLibrary( hLibrary );
             } )
             .detach();
     }
-    aTurns.Await( 1 );
+    aTurns.Reach( 1 );
     std::exit( ROLE_DONE );
 }
 
 TEST( Load, ProcessEndsWhileThreadsUseIt )
 {
-    for ( int nRound = 0; nRound < 5; ++nRound )
+    for ( int nRound = 0; nRound < 10; ++nRound )
         EXPECT_EQ( ROLE_DONE, RunInRole( "exit_while_threads_use_it" ) );
 }
