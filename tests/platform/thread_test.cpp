@@ -17,7 +17,7 @@ namespace
 {
 std::string g_strOrder;
 std::atomic<int> g_nEnds{ 0 };
-DWORD g_dwSlot = TLS_OUT_OF_INDEXES;
+std::atomic<DWORD> g_dwSlot{ TLS_OUT_OF_INDEXES };
 pthread_key_t g_aLaterKey;
 
 struct AtThreadEnd
