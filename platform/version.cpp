@@ -21,7 +21,7 @@ DWORD ReadNumber( const char*& rpText ) noexcept
     return dwNumber;
 }
 
-// What GetComputerNameA gives must fit into a buffer of the size that Windows programs use.
+// Without the domain.
 size_t LengthOfName( const char* pName ) noexcept
 {
     return strcspn( pName, "." );
