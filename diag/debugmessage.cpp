@@ -17,6 +17,13 @@ namespace
 constexpr size_t STACK_BUFFER_SIZE = 2048;
 constexpr std::string_view LINE_END = "\r\n";
 
+size_t LineEndLength( std::string_view aText ) noexcept
+{
+    if ( aText.ends_with( LINE_END ) || aText.ends_with( "\\n" ) || aText.ends_with( "\\r" ) )
+        return 2;
+    return aText.ends_with( '\n' ) || aText.ends_with( '\r' ) ? 1 : 0;
+}
+
 // A text being composed in a buffer that is large enough.
 class Composer
 {
@@ -36,14 +43,7 @@ public:
         const std::string_view aText( m_pBegin, static_cast<size_t>( m_pEnd - m_pBegin ) );
         if ( aText.empty() )
             return;
-        for ( const std::string_view aEnd : { "\r\n", "\r", "\n", "\\n", "\\r" } )
-        {
-            if ( aText.ends_with( aEnd ) )
-            {
-                m_pEnd -= aEnd.size();
-                break;
-            }
-        }
+        m_pEnd -= LineEndLength( aText );
         Append( LINE_END );
     }
 
@@ -72,6 +72,8 @@ std::string_view TakeLeadingNewLine( std::string_view* pHeader ) noexcept
 // Kept out of DebugMessage, so that a message that nobody wants costs a call and a load.
 [[gnu::noinline]] void WriteMessage( LPCTSTR pModule, LPCTSTR pHeader, LPCTSTR pMessage ) noexcept
 {
+    if ( pMessage == NULL )
+        return;
     const std::string_view aModule = View( pModule );
     const std::string_view aMessage = View( pMessage );
     std::string_view aHeader = View( pHeader );
@@ -109,7 +111,7 @@ std::string_view TakeLeadingNewLine( std::string_view* pHeader ) noexcept
 
 int DLL_EXPORT DebugMessage( LPCTSTR pModule, LPCTSTR pHeader, LPCTSTR pMessage )
 {
-    if ( IsDebugEnabled() && pMessage != NULL )
+    if ( IsDebugEnabled() )
         WriteMessage( pModule, pHeader, pMessage );
     return 0;
 }

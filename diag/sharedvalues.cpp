@@ -1,6 +1,4 @@
 #include "diag/sharedvalues.h"
 
-// On, without any level: what holds where there are no settings.
-static constinit SharedDebugValues g_aOwnValues{ 1, 0 };
-
-constinit std::atomic<SharedDebugValues*> g_pSharedDebugValues{ &g_aOwnValues };
+// This process's own values: on, without any level, which is what holds where there are no settings.
+constinit SharedDebugValues g_aSharedDebugValues{ 1, 0 };

@@ -6,36 +6,30 @@
 
 #include <atomic>
 
-struct SharedDebugValues
+// Fills a page of its own, so that a shared page can be put in its place: reading stays one load from a fixed address.
+struct alignas( 4096 ) SharedDebugValues
 {
     std::atomic<ULONG> ulEnabled;
     std::atomic<ULONG> ulLevel;
 };
-
-// Never null. As long as nothing shared is to be had, a process has values of its own.
-extern std::atomic<SharedDebugValues*> g_pSharedDebugValues;
-
-inline SharedDebugValues& GetSharedDebugValues() noexcept
-{
-    return *g_pSharedDebugValues.load( std::memory_order_acquire );
-}
+extern SharedDebugValues g_aSharedDebugValues;
 
 inline bool IsDebugEnabled() noexcept
 {
-    return GetSharedDebugValues().ulEnabled.load( std::memory_order_relaxed ) != 0;
+    return g_aSharedDebugValues.ulEnabled.load( std::memory_order_relaxed ) != 0;
 }
 
 inline ULONG GetDebugLevel() noexcept
 {
-    return GetSharedDebugValues().ulLevel.load( std::memory_order_relaxed );
+    return g_aSharedDebugValues.ulLevel.load( std::memory_order_relaxed );
 }
 
 inline void SetDebugEnabled( bool fEnabled ) noexcept
 {
-    GetSharedDebugValues().ulEnabled.store( fEnabled ? 1 : 0, std::memory_order_relaxed );
+    g_aSharedDebugValues.ulEnabled.store( fEnabled ? 1 : 0, std::memory_order_relaxed );
 }
 
 inline void SetDebugLevel( ULONG ulLevel ) noexcept
 {
-    GetSharedDebugValues().ulLevel.store( ulLevel, std::memory_order_relaxed );
+    g_aSharedDebugValues.ulLevel.store( ulLevel, std::memory_order_relaxed );
 }
