@@ -23,14 +23,14 @@ bool IsNullList( ArgumentList argptr )
 }
 
 // Whether the text fits. The bounded formatter returns the length that the text would have, or a negative number; a
-// text that leaves less than one character free counts as not fitting.
+// text that leaves no character free behind its end counts as not fitting. The size is 0 where memory was short.
 BOOL FormatFits( LPTSTR pBuffer, ULONG uSize, LPCTSTR pFormat, va_list argptr )
 {
     va_list aArguments;
     va_copy( aArguments, argptr );
     const int nCount = std::vsnprintf( pBuffer, uSize, pFormat, aArguments );
     va_end( aArguments );
-    return nCount >= 0 && static_cast<ULONG>( nCount ) < uSize - 1;
+    return nCount >= 0 && static_cast<ULONG>( nCount ) + 1 < uSize;
 }
 
 } // namespace
