@@ -60,7 +60,9 @@ function( bxtools_finish_shared name base )
         return()
     endif()
     set( script "${PROJECT_SOURCE_DIR}/cmake/exports.map" )
-    target_link_options( ${name} PRIVATE -Wl,--version-script=${script} -Wl,-z,now -Wl,-z,relro )
+    # Calls among the library's own exported functions go straight there, past the loader's tables.
+    target_link_options( ${name} PRIVATE -Wl,--version-script=${script} -Wl,-z,now -Wl,-z,relro
+                                         -Wl,-Bsymbolic-functions )
     if( NOT BXTOOLS_SANITIZE )
         # A sanitizer's own names come from the program.
         target_link_options( ${name} PRIVATE -Wl,--no-undefined )
