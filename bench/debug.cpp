@@ -1,5 +1,7 @@
 // A debug message: while the output is switched off, and while it is on with a sink that drops the text, so that only
-// the test and the composing count. The peer is a logger of spdlog's compiled library with a null sink.
+// the test and the composing count. The peer is spdlog's compiled library with a null sink: its free function, which
+// needs as little at hand as DebugMessage does, and the same through a logger that the caller keeps. empty-call is a
+// call into this library that does nothing.
 #include "doors.h"
 #include "measure.h"
 
@@ -12,6 +14,7 @@
 static constexpr char MODULE[] = "STORE.DLL";
 static constexpr char HEADER[] = "From BOOL DocumentStore::Open( LPCTSTR pName )";
 static constexpr char MESSAGE[] = " Error: !aFile.Open( pName, 0 )";
+static constexpr char SPDLOG_FORMAT[] = "{} -> {}\r\n{}\r\n";
 
 static void RegisterDebugMessage( const char* pName, BOOL fOn )
 {
@@ -27,20 +30,48 @@ static void RegisterDebugMessage( const char* pName, BOOL fOn )
                                   } );
 }
 
-static void RegisterSpdlog( const char* pName, spdlog::level::level_enum aLevel, const char* pPattern )
+static void RegisterEmptyCall()
 {
-    auto pLogger = std::make_shared<spdlog::logger>( pName, std::make_shared<spdlog::sinks::null_sink_st>() );
-    pLogger->set_level( aLevel );
-    pLogger->set_pattern( pPattern );
-    benchmark::RegisterBenchmark( pName,
-                                  [pLogger]( benchmark::State& rState )
+    benchmark::RegisterBenchmark( "debug/off/empty-call",
+                                  []( benchmark::State& rState )
                                   {
-                                      const char* pModule = MODULE;
-                                      const char* pHeader = HEADER;
-                                      const char* pMessage = MESSAGE;
+                                      for ( [[maybe_unused]] auto aRun : rState )
+                                          benchmark::DoNotOptimize(
+                                              BenchEmptyCall( MODULE, HEADER, MESSAGE ) );
+                                  } );
+}
+
+static std::shared_ptr<spdlog::logger> MakeLogger( spdlog::level::level_enum eLevel )
+{
+    auto pLogger =
+        std::make_shared<spdlog::logger>( "bench", std::make_shared<spdlog::sinks::null_sink_st>() );
+    pLogger->set_level( eLevel );
+    pLogger->set_pattern( "%v" );
+    return pLogger;
+}
+
+static void RegisterSpdlog( spdlog::level::level_enum eLevel, const char* pFreeName, const char* pLoggerName )
+{
+    const std::shared_ptr<spdlog::logger> pLogger = MakeLogger( eLevel );
+    const char* pModule = MODULE;
+    const char* pHeader = HEADER;
+    const char* pMessage = MESSAGE;
+    benchmark::RegisterBenchmark( pFreeName,
+                                  [=]( benchmark::State& rState )
+                                  {
+                                      spdlog::set_default_logger( pLogger );
                                       for ( [[maybe_unused]] auto aRun : rState )
                                       {
-                                          pLogger->debug( "{} -> {}\r\n{}\r\n", pModule, pHeader, pMessage );
+                                          spdlog::debug( SPDLOG_FORMAT, pModule, pHeader, pMessage );
+                                          benchmark::ClobberMemory();
+                                      }
+                                  } );
+    benchmark::RegisterBenchmark( pLoggerName,
+                                  [=]( benchmark::State& rState )
+                                  {
+                                      for ( [[maybe_unused]] auto aRun : rState )
+                                      {
+                                          pLogger->debug( SPDLOG_FORMAT, pModule, pHeader, pMessage );
                                           benchmark::ClobberMemory();
                                       }
                                   } );
@@ -49,7 +80,8 @@ static void RegisterSpdlog( const char* pName, spdlog::level::level_enum aLevel,
 void RegisterDebugMeasurements()
 {
     RegisterDebugMessage( "debug/off/bxtools", FALSE );
-    RegisterSpdlog( "debug/off/spdlog", spdlog::level::info, "%v" );
+    RegisterEmptyCall();
+    RegisterSpdlog( spdlog::level::info, "debug/off/spdlog", "debug/off/spdlog-logger" );
     RegisterDebugMessage( "debug/dropped/bxtools", TRUE );
-    RegisterSpdlog( "debug/dropped/spdlog", spdlog::level::debug, "%v" );
+    RegisterSpdlog( spdlog::level::debug, "debug/dropped/spdlog", "debug/dropped/spdlog-logger" );
 }

@@ -3,12 +3,17 @@
 #include "core/buffserver.h"
 #include "diag/sharedvalues.h"
 
-const void* BenchHotThreadObject()
+GetBUFFServerFunc BenchGetBUFFServer()
 {
-    return GetBUFFServer();
+    return &GetBUFFServer;
 }
 
 void BenchSwitchDebugMessages( BOOL fOn )
 {
     SetDebugEnabled( fOn != FALSE );
+}
+
+int BenchEmptyCall( LPCTSTR, LPCTSTR, LPCTSTR )
+{
+    return 0;
 }

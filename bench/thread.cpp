@@ -6,7 +6,9 @@
 
 void RegisterThreadMeasurements()
 {
-    Measure( "thread/hot/bxtools", "1\n", []( auto& rUse ) { rUse( BenchHotThreadObject() != NULL ); } );
+    const GetBUFFServerFunc pGetBUFFServer = BenchGetBUFFServer();
+    Measure( "thread/hot/bxtools", "1\n",
+             [pGetBUFFServer]( auto& rUse ) { rUse( pGetBUFFServer() != NULL ); } );
 
     static GPrivate aPrivate = G_PRIVATE_INIT( NULL );
     static int nObject = 0;
