@@ -73,3 +73,32 @@ TEST( Usage, OutputThatCannotBeWrittenIsAFailure )
     EXPECT_EQ( 5, aResult.nExitCode );
     EXPECT_TRUE( Holds( aResult.strErrors, "cannot write to standard output: " ) ) << aResult.strErrors;
 }
+
+TEST( Usage, ATerminalGetsWhatFitsIt )
+{
+    ProgramFolder aFolder;
+    const std::string strLong = "one two three four five six seven eight nine ten eleven twelve";
+    WriteBytes( aFolder.Path( "s" ), StreamOf( { "1.0.0+?+A+?+1+?+0+?+" + strLong + "+?++?+" } ) );
+    const auto ShowAt = [&]( const char* pColumns, const char* pNoColour )
+    {
+        const std::string strCommand =
+            std::string( "stty cols " ) + pColumns + "; \"" BXTOOL_PROGRAM "\" errors show s";
+        ProgramResult aResult = aFolder.Run( "/usr/bin/script", { "-qec", strCommand, "/dev/null" }, "",
+                                             { "TERM=xterm", pNoColour } );
+        std::erase( aResult.strOutput, '\r' );
+        return aResult.strOutput;
+    };
+    EXPECT_EQ( "#  CLASS  NUMBER               SYSTEM ERROR  ORIGIN\n"
+               "0  A      1 (hex: 0x00000001)  0             " +
+                   strLong + "\n",
+               ShowAt( "107", "NO_COLOR=1" ) );
+    EXPECT_EQ( "record 0\n"
+               "  class         A\n"
+               "  number        1 (hex: 0x00000001)\n"
+               "  system error  0\n"
+               "  origin        one two three four five\n"
+               "                six seven eight nine ten\n"
+               "                eleven twelve\n",
+               ShowAt( "40", "NO_COLOR=1" ) );
+    EXPECT_TRUE( ShowAt( "40", "NO_COLOR=" ).starts_with( "\x1b[1mrecord 0\x1b[0m\n" ) );
+}
