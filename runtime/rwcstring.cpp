@@ -22,10 +22,14 @@ const char* RWBoundsErr::what() const noexcept
     return "RWCString: bounds error";
 }
 
+// Written out for callers of the Windows DLL, which take them by reference from there.
+constexpr size_t RWCString::npos;
+constexpr size_t RWCString::INSIDE_LENGTH;
+
 RWCString::RWCString( char cSign, size_t ulCount ) : m_pText( m_aInside ), m_ulLength( ulCount )
 {
-    if ( ulCount > INSIDE_LENGTH )
-        m_pText = NewBlock( ulCount );
+    if ( ulCount > INSIDE_LENGTH && !TakeNewBlock( ulCount ) )
+        ThrowNoMemory();
     std::memset( m_pText, cSign, ulCount );
     m_pText[ulCount] = 0;
 }
@@ -69,13 +73,15 @@ void RWCString::ReplaceElsewhere( size_t ulStart, size_t ulCount, const char* pT
 {
     const size_t ulKept = m_ulLength - ulCount;
     if ( ulLength > MAX_LENGTH - ulKept )
-        throw std::bad_alloc();
+        ThrowNoMemory();
     const size_t ulNewLength = ulKept + ulLength;
     char aShort[INSIDE_LENGTH + 1];
     char* pNew = aShort;
     if ( ulNewLength > INSIDE_LENGTH )
         pNew = NewBlock( ulNewLength > m_ulLength && !IsInside() ? std::max( ulNewLength, 2 * m_ulLength )
                                                                  : ulNewLength );
+    if ( pNew == NULL )
+        ThrowNoMemory();
     std::memcpy( pNew, m_pText, ulStart );
     if ( ulLength != 0 )
         std::memcpy( pNew + ulStart, pText, ulLength );
@@ -130,14 +136,25 @@ int RWCString::compareNoCase( const char* pText, size_t ulLength ) const noexcep
     return CompareWithoutCase( { m_pText, m_ulLength }, { pText, ulLength } );
 }
 
-// Room for at least ulCapacity characters and the terminator. Result: the place of the first one.
-char* RWCString::NewBlock( size_t ulCapacity )
+// Makes a new block the place of the text. Result: false without memory.
+bool RWCString::TakeNewBlock( size_t ulCapacity ) noexcept
+{
+    char* const pNew = NewBlock( ulCapacity );
+    if ( pNew != NULL )
+        m_pText = pNew;
+    return pNew != NULL;
+}
+
+// Room for at least ulCapacity characters and the terminator. Result: the place of the first one; NULL without memory.
+char* RWCString::NewBlock( size_t ulCapacity ) noexcept
 {
     if ( ulCapacity > MAX_LENGTH )
-        throw std::bad_alloc();
+        return NULL;
     const size_t ulSize = std::max( FIRST_BLOCK_SIZE, ( sizeof( Block ) + ulCapacity + 1 + 15 ) / 16 * 16 );
-    Block* pBlock = new ( ::operator new( ulSize ) ) Block{ 1, ulSize - sizeof( Block ) - 1 };
-    return reinterpret_cast<char*>( pBlock + 1 );
+    void* const pMemory = ::operator new( ulSize, std::nothrow );
+    if ( pMemory == NULL )
+        return NULL;
+    return reinterpret_cast<char*>( new ( pMemory ) Block{ 1, ulSize - sizeof( Block ) - 1 } + 1 );
 }
 
 void RWCString::ReleaseBlock( char* pText ) noexcept
@@ -154,6 +171,11 @@ void RWCString::Detach()
 {
     if ( !IsUnshared() )
         ReplaceElsewhere( 0, 0, NULL, 0 );
+}
+
+void RWCString::ThrowNoMemory()
+{
+    throw std::bad_alloc();
 }
 
 void RWCString::ThrowBounds( size_t ulIndex ) const

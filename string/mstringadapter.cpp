@@ -26,11 +26,6 @@ BOOL Attempt( CallReport& aReport, Change&& aChange )
         } );
 }
 
-LPCTSTR OrEmpty( LPCTSTR pText ) noexcept
-{
-    return pText != NULL ? pText : "";
-}
-
 } // namespace
 
 MStringAdapter::MStringAdapter() noexcept {}
@@ -51,26 +46,17 @@ MStringAdapter::MStringAdapter( const MStringAdapter* pOther ) noexcept
         RWCString::operator=( *pOther );
 }
 
-MStringAdapter::MStringAdapter( LPCTSTR lpsz )
-{
-    AppendText( lpsz );
-}
+MStringAdapter::MStringAdapter( LPCTSTR lpsz ) : MStringAdapter( View( lpsz ) ) {}
 
-MStringAdapter::MStringAdapter( const unsigned char* lpsz )
-{
-    AppendText( reinterpret_cast<LPCTSTR>( lpsz ) );
-}
+MStringAdapter::MStringAdapter( const unsigned char* lpsz ) : MStringAdapter( View( lpsz ) ) {}
 
 MStringAdapter::MStringAdapter( LPCTSTR lpch, int nLength )
+    : MStringAdapter( lpch != NULL && nLength > 0 ? std::string_view( lpch, static_cast<size_t>( nLength ) )
+                                                  : std::string_view() )
 {
-    if ( lpch != NULL && nLength > 0 )
-        AppendText( lpch, static_cast<size_t>( nLength ) );
 }
 
-MStringAdapter::MStringAdapter( TCHAR ch ) noexcept
-{
-    append( &ch, 1 );
-}
+MStringAdapter::MStringAdapter( TCHAR ch ) noexcept : MStringAdapter( std::string_view( &ch, 1 ) ) {}
 
 MStringAdapter::MStringAdapter( TCHAR ch, int nRepeat )
 {
@@ -85,7 +71,7 @@ MStringAdapter::MStringAdapter( TCHAR ch, int nRepeat )
 
 MStringAdapter& MStringAdapter::operator=( TCHAR ch )
 {
-    AssignText( &ch, 1 );
+    AssignText( { &ch, 1 } );
     return *this;
 }
 
@@ -98,6 +84,12 @@ void MStringAdapter::SetAt( int nIndex, TCHAR ch )
         return;
     }
     Attempt( aReport, [&] { setAt( static_cast<size_t>( nIndex ), ch ); } );
+}
+
+void MStringAdapter::ReportNoMemory() const
+{
+    CallReport aReport( *this, "From MStringAdapter::MStringAdapter( std::string_view aText )" );
+    aReport.Fail( SEVERE_ERROR );
 }
 
 TCHAR MStringAdapter::ReportNegativeIndex() const
@@ -118,12 +110,14 @@ int MStringAdapter::ReverseFind( TCHAR ch ) const noexcept
 
 int MStringAdapter::Compare( LPCTSTR lpsz ) const noexcept
 {
-    return compare( OrEmpty( lpsz ), std::strlen( OrEmpty( lpsz ) ) );
+    const std::string_view aText = View( lpsz );
+    return compare( aText.data(), aText.size() );
 }
 
 int MStringAdapter::CompareNoCase( LPCTSTR lpsz ) const noexcept
 {
-    return compareNoCase( OrEmpty( lpsz ), std::strlen( OrEmpty( lpsz ) ) );
+    const std::string_view aText = View( lpsz );
+    return compareNoCase( aText.data(), aText.size() );
 }
 
 MStringAdapter MStringAdapter::Left( ULONG ulCount ) const
@@ -143,13 +137,13 @@ MStringAdapter MStringAdapter::Copy( USHORT uStart, USHORT uCount ) const
 
 MStringAdapter& MStringAdapter::Erase( size_t ulStart, size_t ulCount )
 {
-    ReplaceText( ulStart, ulCount, NULL, 0 );
+    ReplaceText( ulStart, ulCount, {} );
     return *this;
 }
 
 MStringAdapter& MStringAdapter::Insert( size_t ulPosition, LPCTSTR lpsz )
 {
-    ReplaceText( ulPosition, 0, lpsz, std::strlen( OrEmpty( lpsz ) ) );
+    ReplaceText( ulPosition, 0, View( lpsz ) );
     return *this;
 }
 
@@ -193,33 +187,23 @@ void MStringAdapter::MakeUpper()
     Attempt( aReport, [&] { toUpper(); } );
 }
 
-void MStringAdapter::AssignText( LPCTSTR pText, size_t ulLength )
+void MStringAdapter::AssignText( std::string_view aText )
 {
-    ReplaceText( 0, length(), pText, ulLength );
+    ReplaceText( 0, length(), aText );
 }
 
-void MStringAdapter::AssignText( LPCTSTR pText )
+void MStringAdapter::AppendText( std::string_view aText )
 {
-    AssignText( pText, std::strlen( OrEmpty( pText ) ) );
+    CallReport aReport( *this, "From void MStringAdapter::AppendText( std::string_view aText )" );
+    Attempt( aReport, [&] { append( aText.data(), aText.size() ); } );
 }
 
-void MStringAdapter::AppendText( LPCTSTR pText, size_t ulLength )
-{
-    CallReport aReport( *this, "From void MStringAdapter::AppendText( LPCTSTR pText, size_t ulLength )" );
-    Attempt( aReport, [&] { append( pText, ulLength ); } );
-}
-
-void MStringAdapter::AppendText( LPCTSTR pText )
-{
-    AppendText( pText, std::strlen( OrEmpty( pText ) ) );
-}
-
-BOOL MStringAdapter::ReplaceText( size_t ulStart, size_t ulCount, LPCTSTR pText, size_t ulLength )
+BOOL MStringAdapter::ReplaceText( size_t ulStart, size_t ulCount, std::string_view aText )
 {
     CallReport aReport(
         *this,
-        "From BOOL MStringAdapter::ReplaceText( size_t ulStart, size_t ulCount, LPCTSTR pText, size_t ulLength )" );
-    return Attempt( aReport, [&] { replace( ulStart, ulCount, pText, ulLength ); } );
+        "From BOOL MStringAdapter::ReplaceText( size_t ulStart, size_t ulCount, std::string_view aText )" );
+    return Attempt( aReport, [&] { replace( ulStart, ulCount, aText.data(), aText.size() ); } );
 }
 
 MStringAdapter MStringAdapter::Part( size_t ulStart, size_t ulCount ) const

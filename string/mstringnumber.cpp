@@ -7,35 +7,25 @@
 #include <algorithm>
 #include <iterator>
 
-MString::MString( long long llValue )
-{
-    *this += llValue;
-}
+inline MString::MString( const NumberText& aNumber ) : MStringAdapter( aNumber.Text() ) {}
 
-MString::MString( unsigned long long ullValue )
-{
-    *this += ullValue;
-}
+MString::MString( long long llValue ) : MString( NumberText( llValue ) ) {}
 
-MString::MString( double dValue )
-{
-    *this += dValue;
-}
+MString::MString( unsigned long long ullValue ) : MString( NumberText( ullValue ) ) {}
 
-MString::MString( const void* pValue )
-{
-    *this += pValue;
-}
+MString::MString( double dValue ) : MString( NumberText( dValue ) ) {}
+
+MString::MString( const void* pValue ) : MString( NumberText( pValue ) ) {}
 
 MString& MString::AssignNumber( const NumberText& aNumber )
 {
-    AssignText( aNumber.Text().data(), aNumber.Text().size() );
+    AssignText( aNumber.Text() );
     return *this;
 }
 
 MString& MString::AppendNumber( const NumberText& aNumber )
 {
-    AppendText( aNumber.Text().data(), aNumber.Text().size() );
+    AppendText( aNumber.Text() );
     return *this;
 }
 
@@ -90,7 +80,7 @@ Number MString::ToNumber( int nType ) const
 {
     if ( m_fSafeMode && !IsValidRange( nType ) )
         return static_cast<Number>( NUMBER_KINDS[nType].m_ulLimit );
-    return static_cast<Number>( ParseNumber<Parsed>( { data(), length() } ) );
+    return static_cast<Number>( ParseNumber<Parsed>( View() ) );
 }
 
 MString::operator int() const
@@ -133,7 +123,7 @@ MString::operator double() const
     static constexpr double NOT_A_NUMBER = 1e25;
     if ( m_fSafeMode && !IsValidFloatRange( 0 ) )
         return NOT_A_NUMBER;
-    return ParseDouble( { data(), length() } );
+    return ParseDouble( View() );
 }
 
 BOOL MString::IsNumeric( BOOL fWithSign ) const noexcept
@@ -163,7 +153,7 @@ BOOL MString::IsValidRange( int nType ) const
     if ( nType < 0 || nType >= static_cast<int>( std::size( NUMBER_KINDS ) ) )
         return aReport.Fail( " Internal Error: value type not supported -> switch ( nType ) -> default" );
     const NumberKind& aKind = NUMBER_KINDS[nType];
-    std::string_view aDigits( data(), length() );
+    std::string_view aDigits = View();
     const bool fNegative = TakeSign( aDigits );
     if ( !IsWithin( aDigits, fNegative ? aKind.m_ulNegativeLimit : aKind.m_ulLimit ) )
         return aReport.Fail( " Warning: cannot convert string value to int/short/long... -> string to long" );

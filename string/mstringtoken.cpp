@@ -7,21 +7,6 @@
 #include <climits>
 #include <string_view>
 
-namespace
-{
-
-std::string_view View( const MStringAdapter& aString ) noexcept
-{
-    return { aString.data(), aString.length() };
-}
-
-std::string_view View( LPCTSTR pText ) noexcept
-{
-    return pText != NULL ? std::string_view( pText ) : std::string_view();
-}
-
-} // namespace
-
 int MString::FindStr( LPCTSTR lpsz, int nStart ) const noexcept
 {
     if ( lpsz == NULL )
@@ -57,7 +42,7 @@ MStringAdapter MString::GetToken( USHORT uToken, TCHAR c ) const
         aReport.Fail( " Error: c == 0" );
         return MStringAdapter();
     }
-    const std::string_view aText = View( *this );
+    const std::string_view aText = View();
     size_t ulStart = 0;
     if ( uToken != 0 )
     {
@@ -74,7 +59,7 @@ USHORT MString::GetTokenCount( TCHAR c ) const
     CallReport aReport( *this, "From USHORT MString::GetTokenCount( TCHAR c )" );
     if ( c == 0 )
         return aReport.Fail( " Error: c == 0", USHORT( 0 ) );
-    return static_cast<USHORT>( 1 + CountCharacter( View( *this ), c ) );
+    return static_cast<USHORT>( 1 + CountCharacter( View(), c ) );
 }
 
 // Finds where token ulToken begins and where it ends. Result: false when there is no such token, and for a null or
@@ -82,7 +67,7 @@ USHORT MString::GetTokenCount( TCHAR c ) const
 bool MString::GetTokenPosStr( size_t ulToken, LPCTSTR lpszDelimiter, size_t& ulStart,
                               size_t& ulEnd ) const noexcept
 {
-    const std::string_view aText = View( *this );
+    const std::string_view aText = View();
     const std::string_view aDelimiter = View( lpszDelimiter );
     if ( aText.empty() || aDelimiter.empty() )
         return false;
@@ -110,7 +95,7 @@ MStringAdapter MString::GetTokenStr( USHORT uToken, LPCTSTR lpszDelimiter ) cons
 
 USHORT MString::GetTokenCountStr( LPCTSTR lpszDelimiter ) const noexcept
 {
-    return static_cast<USHORT>( 1 + CountSeparator( View( *this ), View( lpszDelimiter ) ) );
+    return static_cast<USHORT>( 1 + CountSeparator( View(), View( lpszDelimiter ) ) );
 }
 
 int MString::DeleteTokenStr( USHORT uToken, LPCTSTR lpszDelimiter )
@@ -124,7 +109,7 @@ int MString::DeleteTokenStr( USHORT uToken, LPCTSTR lpszDelimiter )
         return 0;
     // The last token goes with the delimiter before it, any other one with the one behind.
     const size_t ulDelimiter = std::strlen( lpszDelimiter );
-    return ReplaceText( fLast ? ulStart - ulDelimiter : ulStart, ulEnd - ulStart + ulDelimiter, NULL, 0 );
+    return ReplaceText( fLast ? ulStart - ulDelimiter : ulStart, ulEnd - ulStart + ulDelimiter, {} );
 }
 
 int MString::ReplaceTokenStr( USHORT uToken, LPCTSTR lpszDelimiter, LPCTSTR lpszNewToken )
@@ -133,5 +118,5 @@ int MString::ReplaceTokenStr( USHORT uToken, LPCTSTR lpszDelimiter, LPCTSTR lpsz
     size_t ulEnd = 0;
     if ( !GetTokenPosStr( uToken, lpszDelimiter, ulStart, ulEnd ) )
         return 0;
-    return ReplaceText( ulStart, ulEnd - ulStart, lpszNewToken, View( lpszNewToken ).size() );
+    return ReplaceText( ulStart, ulEnd - ulStart, View( lpszNewToken ) );
 }

@@ -64,7 +64,7 @@ BSTR MStringAdapter::AllocSysString() const
     return aReport.Guard( BSTR( NULL ), FAILED,
                           [&]
                           {
-                              const WideString aWide = ToWide( { data(), length() } );
+                              const WideString aWide = ToWide( View() );
                               const BSTR bstr =
                                   SysAllocStringLen( aWide.data(), static_cast<UINT>( aWide.size() ) );
                               return bstr != NULL ? bstr : aReport.Fail( FAILED, BSTR( NULL ) );
@@ -80,7 +80,7 @@ BSTR MStringAdapter::SetSysString( BSTR* pbstr ) const
     aReport.Guard( BOOL( FALSE ), FAILED,
                    [&]
                    {
-                       const WideString aWide = ToWide( { data(), length() } );
+                       const WideString aWide = ToWide( View() );
                        const UINT unLength = static_cast<UINT>( aWide.size() );
                        return SysReAllocStringLen( pbstr, aWide.data(), unLength ) ? TRUE
                                                                                    : aReport.Fail( FAILED );
@@ -95,7 +95,7 @@ LPWSTR MStringAdapter::Char2Unicode( LPCTSTR lpsz )
         LPWSTR( NULL ), SEVERE_ERROR,
         [&]
         {
-            const WideString aWide = ToWide( lpsz != NULL ? lpsz : std::string_view( data(), length() ) );
+            const WideString aWide = ToWide( lpsz != NULL ? View( lpsz ) : View() );
             const size_t ulSize = ( aWide.size() + 1 ) * sizeof( WCHAR );
             const ULONG ulTempSize = static_cast<ULONG>( ulSize );
             if ( m_ulWideBufferSize < ulSize &&

@@ -67,10 +67,16 @@ private:
     char* m_pEnd;
 };
 
+// What isspace takes for blank in the C locale.
+inline bool IsBlank( char cSign ) noexcept
+{
+    return cSign == ' ' || ( cSign >= '\t' && cSign <= '\r' );
+}
+
 inline std::string_view SkipBlanks( std::string_view aText ) noexcept
 {
-    const size_t ulStart = aText.find_first_not_of( " \t\n\v\f\r" );
-    aText.remove_prefix( ulStart == aText.npos ? aText.size() : ulStart );
+    while ( !aText.empty() && IsBlank( aText.front() ) )
+        aText.remove_prefix( 1 );
     return aText;
 }
 

@@ -18,6 +18,7 @@
 
 #include <compare>
 #include <concepts>
+#include <string_view>
 #include <utility>
 
 class NumberText;
@@ -60,12 +61,12 @@ public:
     }
     MStringAdapter& operator=( LPCTSTR lpsz )
     {
-        AssignText( lpsz );
+        AssignText( View( lpsz ) );
         return *this;
     }
     MStringAdapter& operator=( const unsigned char* lpsz )
     {
-        AssignText( reinterpret_cast<LPCTSTR>( lpsz ) );
+        AssignText( View( lpsz ) );
         return *this;
     }
     MStringAdapter& operator=( TCHAR ch );
@@ -73,22 +74,22 @@ public:
     // Add a text at the end; it may be this string's own.
     MStringAdapter& operator+=( const MStringAdapter& aOther )
     {
-        AppendText( aOther.data(), aOther.length() );
+        AppendText( aOther.View() );
         return *this;
     }
     MStringAdapter& operator+=( LPCTSTR lpsz )
     {
-        AppendText( lpsz );
+        AppendText( View( lpsz ) );
         return *this;
     }
     MStringAdapter& operator+=( const unsigned char* lpsz )
     {
-        AppendText( reinterpret_cast<LPCTSTR>( lpsz ) );
+        AppendText( View( lpsz ) );
         return *this;
     }
     MStringAdapter& operator+=( TCHAR ch )
     {
-        AppendText( &ch, 1 );
+        AppendText( { &ch, 1 } );
         return *this;
     }
 
@@ -194,12 +195,25 @@ public:
     }
 
 protected:
+    // A copy of a text of known length.
+    explicit MStringAdapter( std::string_view aText ) : RWCString( aText.data(), aText.size(), std::nothrow )
+    {
+        if ( length() != aText.size() )
+            ReportNoMemory();
+    }
+    static std::string_view View( LPCTSTR pText ) noexcept
+    {
+        return pText != NULL ? std::string_view( pText ) : std::string_view();
+    }
+    static std::string_view View( const unsigned char* pText ) noexcept
+    {
+        return View( reinterpret_cast<LPCTSTR>( pText ) );
+    }
+    std::string_view View() const noexcept { return { data(), length() }; }
     // Short of memory, these report under their own name and leave the text as it was; ReplaceText gives FALSE then.
-    void AssignText( LPCTSTR pText, size_t ulLength );
-    void AssignText( LPCTSTR pText );
-    void AppendText( LPCTSTR pText, size_t ulLength );
-    void AppendText( LPCTSTR pText );
-    BOOL ReplaceText( size_t ulStart, size_t ulCount, LPCTSTR pText, size_t ulLength );
+    void AssignText( std::string_view aText );
+    void AppendText( std::string_view aText );
+    BOOL ReplaceText( size_t ulStart, size_t ulCount, std::string_view aText );
     // ulCount characters from ulStart on, what is there of them.
     MStringAdapter Part( size_t ulStart, size_t ulCount ) const;
 
@@ -207,6 +221,7 @@ private:
     BOOL ExpandBuffer( LPTSTR* ppBuffer, ULONG* pulBuffSize, ULONG ulNewBuffSize = 0xFFFFFFFF );
     void DeleteBuffers() noexcept;
     TCHAR ReportNegativeIndex() const;
+    void ReportNoMemory() const;
 
     LPTSTR m_pDataBuffer = NULL;
     ULONG m_ulDataBufferSize = 0;
@@ -348,6 +363,7 @@ public:
     BOOL FromBSTR( LPCWSTR pWideText, int nLength = -1 );
 
 private:
+    explicit MString( const NumberText& aNumber );
     MString& AssignNumber( const NumberText& aNumber );
     MString& AppendNumber( const NumberText& aNumber );
     template <class Number, class Parsed>

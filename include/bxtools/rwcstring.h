@@ -17,6 +17,7 @@
 #include <cstddef>
 #include <cstring>
 #include <exception>
+#include <new>
 
 // A position outside a text.
 class RW_EXPORT RWBoundsErr : public std::exception
@@ -47,15 +48,26 @@ public:
     // The empty text.
     RWCString() noexcept : m_pText( m_aInside ), m_ulLength( 0 ) { m_aInside[0] = 0; }
     // A copy of a text up to its zero; NULL gives the empty text.
-    RWCString( const char* pText ) : RWCString( pText, pText == NULL ? 0 : std::strlen( pText ) ) {}
-    // A copy of ulLength characters, whatever they are. NULL is allowed with length 0 only.
-    RWCString( const char* pText, size_t ulLength ) : m_pText( m_aInside ), m_ulLength( ulLength )
+    RWCString( const char* pText )
+        : RWCString( pText != NULL ? pText : "", pText != NULL ? std::strlen( pText ) : 0 )
     {
-        if ( ulLength > INSIDE_LENGTH )
-            m_pText = NewBlock( ulLength );
-        if ( ulLength != 0 )
-            std::memcpy( m_pText, pText, ulLength );
-        m_pText[ulLength] = 0;
+    }
+    // A copy of ulLength characters, whatever they are. NULL is allowed with length 0 only.
+    RWCString( const char* pText, size_t ulLength ) : RWCString( pText, ulLength, std::nothrow )
+    {
+        if ( m_ulLength != ulLength )
+            ThrowNoMemory();
+    }
+    // The same without an exception: short of memory, the text is empty.
+    RWCString( const char* pText, size_t ulLength, const std::nothrow_t& ) noexcept
+        : m_pText( m_aInside ),
+          m_ulLength( ulLength )
+    {
+        if ( ulLength > INSIDE_LENGTH && !TakeNewBlock( ulLength ) )
+            m_ulLength = 0;
+        if ( m_ulLength != 0 )
+            std::memcpy( m_pText, pText, m_ulLength );
+        m_pText[m_ulLength] = 0;
     }
     // ulCount times the same character.
     RWCString( char cSign, size_t ulCount );
@@ -114,6 +126,18 @@ public:
     // Puts ulLength characters, which may be part of this very text, in the place of the ulCount characters from
     // ulStart on; either number may be 0.
     void replace( size_t ulStart, size_t ulCount, const char* pText, size_t ulLength );
+    // A text that aWrite writes in its place: called with room for ulRoom characters, it returns the end of what it has
+    // written there.
+    template <class Writer>
+    static RWCString written( size_t ulRoom, Writer aWrite )
+    {
+        RWCString aText;
+        if ( ulRoom > INSIDE_LENGTH && !aText.TakeNewBlock( ulRoom ) )
+            ThrowNoMemory();
+        aText.m_ulLength = static_cast<size_t>( aWrite( aText.m_pText ) - aText.m_pText );
+        aText.m_pText[aText.m_ulLength] = 0;
+        return aText;
+    }
     // Makes the ASCII letters upper case; all other characters stay.
     void toUpper();
 
@@ -189,10 +213,12 @@ private:
         if ( !IsInside() )
             ReleaseBlock( m_pText );
     }
-    static char* NewBlock( size_t ulCapacity );
+    bool TakeNewBlock( size_t ulCapacity ) noexcept;
+    static char* NewBlock( size_t ulCapacity ) noexcept;
     static void ReleaseBlock( char* pText ) noexcept;
     void Detach();
     void ReplaceElsewhere( size_t ulStart, size_t ulCount, const char* pText, size_t ulLength );
+    [[noreturn]] static void ThrowNoMemory();
     [[noreturn]] void ThrowBounds( size_t ulIndex ) const;
 
     char* m_pText; // m_aInside, or the characters behind a Block

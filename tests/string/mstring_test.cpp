@@ -1,0 +1,271 @@
+// Making, comparing, editing and taking apart.
+#include "support/recorder.h"
+
+#include <bxtools/mstring.h>
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+#include <limits>
+#include <string>
+
+namespace
+{
+
+// Construction, assignment, appending and the operator make the same text of a value.
+template <class Value>
+void ExpectAll( const std::string& strExpected, Value aValue )
+{
+    const MString aExpected( strExpected.data(), static_cast<int>( strExpected.size() ) );
+    EXPECT_EQ( aExpected, MString( aValue ) );
+    MString aString( "old" );
+    aString = aValue;
+    EXPECT_EQ( aExpected, aString );
+    aString += aValue;
+    EXPECT_EQ( aExpected + aExpected, aString );
+    EXPECT_EQ( aString, aExpected + aValue );
+    EXPECT_EQ( aString, MStringAdapter( aExpected ) + aValue );
+}
+
+template <class Number>
+void ExpectLimits( const char* pFormat )
+{
+    using Limits = std::numeric_limits<Number>;
+    for ( const Number aValue : { Limits::lowest(), Limits::max(), Number( 0 ), Number( -1 ) } )
+    {
+        char aExpected[400];
+        std::snprintf( aExpected, sizeof( aExpected ), pFormat, aValue );
+        ExpectAll( aExpected, aValue );
+    }
+}
+
+} // namespace
+
+TEST( Make, NumbersReadAsPrintfWritesThem )
+{
+    ExpectLimits<unsigned long>( "%lu" );
+    ExpectLimits<long>( "%ld" );
+    ExpectLimits<unsigned int>( "%u" );
+    ExpectLimits<int>( "%d" );
+    ExpectLimits<short>( "%hd" );
+    ExpectLimits<float>( "%f" );
+    ExpectLimits<double>( "%f" );
+    ExpectLimits<long long>( "%lld" );
+    ExpectLimits<unsigned long long>( "%llu" );
+    ExpectAll( "65535", std::numeric_limits<USHORT>::max() );
+    ExpectAll( "3.500000", 3.5 );
+    ExpectAll( "0x00001234", reinterpret_cast<void*>( 0x1234 ) );
+    ExpectAll( "0000000000", static_cast<void*>( NULL ) );
+    if constexpr ( sizeof( void* ) > 4 )
+        ExpectAll( "0x7fff12345678", reinterpret_cast<void*>( static_cast<uintptr_t>( 0x7FFF12345678ull ) ) );
+}
+
+TEST( Make, TextsAreCopiedWhateverTheyHold )
+{
+    char aText[] = "text";
+    const unsigned char aBytes[] = "bytes";
+    const std::string strLong( 70000, 'm' );
+    ExpectAll( "text", static_cast<LPTSTR>( aText ) );
+    ExpectAll( "bytes", static_cast<const unsigned char*>( aBytes ) );
+    ExpectAll( std::string( 1, '\0' ), '\0' );
+    ExpectAll( strLong, MString( strLong.c_str() ) );
+    ExpectAll( std::string( "a\0b", 3 ), MStringAdapter( "a\0b", 3 ) );
+    ExpectAll( "", static_cast<LPCTSTR>( NULL ) );
+    ExpectAll( "", static_cast<const unsigned char*>( NULL ) );
+    const MStringAdapter* pNone = NULL;
+    EXPECT_EQ( "", MString( pNone ) );
+    EXPECT_EQ( "", MString( aText, 0 ) );
+    EXPECT_EQ( "", MString( static_cast<LPCTSTR>( NULL ), 5 ) );
+    EXPECT_EQ( "-----", MString( '-', 5 ) );
+    for ( const int nRepeat : { 0, INT_MIN } )
+    {
+        DebugRecorder aRecorder;
+        EXPECT_EQ( "", MString( 'c', nRepeat ) );
+        EXPECT_TRUE( aRecorder.OnlyReport( "From MStringAdapter::MStringAdapter( TCHAR ch, int nRepeat )",
+                                           " Error: nRepeat <= 0" ) );
+    }
+}
+
+TEST( Make, ACopyHasTheTextAndTheSafeModeButNotTheHooks )
+{
+    HookRecorder aHooks;
+    MString aSafe( "12a" );
+    aSafe.SetSafeMode( TRUE );
+    aSafe.SetFuncPtr( &HookRecorder::Debug, NULL );
+    MString aAssigned;
+    aAssigned = aSafe;
+    for ( const MString& rCopy : { MString( aSafe ), aAssigned, MString( std::move( aAssigned ) ) } )
+        EXPECT_EQ( INT_MAX, static_cast<int>( rCopy ) );
+    EXPECT_TRUE( aHooks.Silent() );
+    EXPECT_EQ( 12, static_cast<int>( MString( static_cast<const MStringAdapter&>( aSafe ) ) ) );
+    aSafe += aSafe;
+    aSafe = static_cast<const MString&>( aSafe );
+    EXPECT_EQ( "12a12a", aSafe );
+    aSafe = static_cast<LPCTSTR>( aSafe ) + 4;
+    EXPECT_EQ( "2a", aSafe );
+    EXPECT_EQ( INT_MAX, static_cast<int>( aSafe ) );
+}
+
+TEST( Compare, TextsAreComparedNeverAddresses )
+{
+    char aText[] = "text";
+    const MString aString( "text" );
+    const MStringAdapter aAdapter( aText );
+    EXPECT_TRUE( aString == aText && aText == aString && aString == aAdapter && aAdapter == aString );
+    EXPECT_FALSE( aString != aText || aText != aString || aString != aAdapter );
+    EXPECT_TRUE( aString < "texu" && "tex" < aString && aString < MString( "u" ) && !( aString < aText ) );
+    EXPECT_TRUE( MString( "a" ) < MString( "\xe4" ) );
+    EXPECT_TRUE( MString( "a\0b", 3 ) != "a" && MString( "a\0b", 3 ) != MString( "a\0c", 3 ) );
+    EXPECT_EQ( MString(), static_cast<LPCTSTR>( NULL ) );
+    EXPECT_GT( 0, aString.Compare( "u" ) );
+    EXPECT_LT( 0, aString.Compare( "TEXT" ) );
+    EXPECT_EQ( 0, aString.CompareNoCase( "TEXT" ) );
+    EXPECT_GT( 0, aString.CompareNoCase( "TEXTS" ) );
+    EXPECT_LT( 0, aString.CompareNoCase( NULL ) );
+}
+
+TEST( Edit, PartsAreWhatIsThere )
+{
+    const MString aString( "abc" );
+    EXPECT_EQ( "ab", aString.Left( 2 ) );
+    EXPECT_EQ( "bc", aString.Right( 2 ) );
+    EXPECT_EQ( "abc", aString.Left( 10 ) );
+    EXPECT_EQ( "abc", aString.Right( 10 ) );
+    EXPECT_EQ( "bc", aString.Copy( 1, 65535 ) );
+    EXPECT_EQ( "", aString.Copy( 3, 1 ) );
+    const std::string strLong = std::string( 65535, 'l' ) + std::string( 34465, 'r' );
+    const MString aLong( strLong.c_str() );
+    EXPECT_EQ( aLong, aLong.Right( 100001 ) );
+    EXPECT_EQ( strLong.substr( 0, 70000 ).c_str(), aLong.Left( 70000 ) );
+    EXPECT_EQ( strLong.substr( 65535 ).c_str(), aLong.Copy( 65535, 65535 ) );
+}
+
+TEST( Edit, EditsAreClamped )
+{
+    MString aString( "abcdef" );
+    EXPECT_EQ( "bc", aString.Cut( 1, 2 ) );
+    EXPECT_EQ( "", aString.Cut( 9, 1 ) );
+    EXPECT_EQ( "ad", aString.Erase( 2, 100 ).Erase( 7, 1 ) );
+    EXPECT_EQ( "xad!", aString.Insert( 0, "x" ).Insert( 99, "!" ) );
+    EXPECT_EQ( "xaxad!d!", aString.Insert( 2, aString ).Insert( 2, NULL ) );
+    aString.MakeUpper();
+    EXPECT_EQ( "XAXAD!D!", aString );
+    aString.Empty();
+    EXPECT_TRUE( aString.IsEmpty() );
+    EXPECT_EQ( "ab", MString( "--a-b--" ).EraseAllChars( '-' ) );
+    EXPECT_EQ( "a-b--", MString( "--a-b--" ).EraseLeadingChars( '-' ) );
+    EXPECT_EQ( "--a-b", MString( "--a-b--" ).EraseTrailingChars( '-' ) );
+    EXPECT_EQ( "", MString( "---" ).EraseAllChars( '-' ) );
+    EXPECT_EQ( "", MString( "---" ).EraseLeadingChars( '-' ) );
+    EXPECT_EQ( "", MString( "---" ).EraseTrailingChars( '-' ) );
+}
+
+TEST( Edit, CharactersOutsideAreReportedOrThrown )
+{
+    HookRecorder aHooks;
+    MString aString( "abc" );
+    aString.SetFuncPtr( &HookRecorder::Debug, NULL );
+    aString.SetAt( 1, 'B' );
+    EXPECT_EQ( 'B', aString[1u] );
+    EXPECT_THROW( (void)aString.GetAt( 3 ), RWBoundsErr );
+    EXPECT_THROW( (void)aString[size_t( -1 )], RWBoundsErr );
+    EXPECT_TRUE( aHooks.Silent() );
+    EXPECT_EQ( '\0', aString[-1l] );
+    EXPECT_TRUE( aHooks.OnlyReport( "From inline TCHAR MStringAdapter::operator[]( int nIndex ) const",
+                                    "nIndex < 0 -> bounds error" ) );
+    for ( const int nIndex : { -1, 3 } )
+    {
+        aString.SetAt( nIndex, 'x' );
+        EXPECT_TRUE( aHooks.OnlyReport( "From inline void MStringAdapter::SetAt(int nIndex, TCHAR ch)",
+                                        " Error: nIndex < 0 || nIndex >= nLen -> bounds error" ) );
+    }
+    EXPECT_EQ( "aBc", aString );
+}
+
+TEST( Find, PositionsOrNone )
+{
+    const MString aString( "abcab" );
+    EXPECT_EQ( 0, aString.Find( 'a' ) );
+    EXPECT_EQ( 3, aString.ReverseFind( 'a' ) );
+    EXPECT_EQ( -1, aString.Find( 'x' ) );
+    EXPECT_EQ( -1, aString.ReverseFind( 'x' ) );
+    EXPECT_EQ( 0, aString.FindStr( "ab", -5 ) );
+    EXPECT_EQ( 3, aString.FindStr( "ab", 1 ) );
+    EXPECT_EQ( -1, aString.FindStr( "AB" ) );
+    EXPECT_EQ( -1, aString.FindStr( "ab", INT_MAX ) );
+    EXPECT_EQ( 5, aString.FindStr( "", 5 ) );
+    EXPECT_EQ( -1, aString.FindStr( NULL ) );
+}
+
+TEST( Token, EachDelimiterEndsOne )
+{
+    const MString aString( "a;;b" );
+    EXPECT_EQ( 3, aString.GetTokenCount( ';' ) );
+    const char* aTokens[] = { "a", "", "b", "" };
+    for ( USHORT i = 0; i < 4; ++i )
+    {
+        EXPECT_EQ( aTokens[i], aString.GetToken( i, ';' ) );
+        EXPECT_EQ( aTokens[i], MString( "a+?++?+b" ).GetTokenStr( i, "+?+" ) );
+    }
+    EXPECT_EQ( "", aString.GetToken( 65535, ';' ) );
+    EXPECT_EQ( 1, MString().GetTokenCount( ';' ) );
+    EXPECT_EQ( 2, MString( "a+?+b" ).GetTokenCountStr( "+?+" ) );
+    EXPECT_EQ( 2, MString( "a+?+" ).GetTokenCountStr( "+?+" ) );
+    EXPECT_EQ( "?+b", MString( "+?+?+b" ).GetTokenStr( 1, "+?+" ) );
+    EXPECT_EQ( "abc", MString( "abc" ).GetTokenStr( 0, "+?+" ) );
+    for ( LPCTSTR pDelimiter : { static_cast<LPCTSTR>( NULL ), "" } )
+    {
+        EXPECT_EQ( 1, aString.GetTokenCountStr( pDelimiter ) );
+        EXPECT_EQ( "", aString.GetTokenStr( 0, pDelimiter ) );
+    }
+    DebugRecorder aRecorder;
+    EXPECT_EQ( "", aString.GetToken( 0, 0 ) );
+    EXPECT_TRUE( aRecorder.OnlyReport( "From MStringAdapter MString::GetToken( USHORT uToken, TCHAR c )",
+                                       " Error: c == 0" ) );
+    EXPECT_EQ( 0, aString.GetTokenCount( 0 ) );
+    EXPECT_TRUE( aRecorder.OnlyReport( "From USHORT MString::GetTokenCount( TCHAR c )", " Error: c == 0" ) );
+}
+
+TEST( Token, OneIsDeletedWithADelimiterOrReplacedWithout )
+{
+    struct Case
+    {
+        const char* m_pText;
+        USHORT m_uToken;
+        const char* m_pDeleted; // NULL: cannot be deleted
+        const char* m_pReplaced;
+    };
+    for ( const Case& rCase :
+          { Case{ "a##b##c", 0, "b##c", "new##b##c" }, Case{ "a##b##c", 1, "a##c", "a##new##c" },
+            Case{ "a##b##c", 2, "a##b", "a##b##new" }, Case{ "a##b##c", 3, NULL, NULL },
+            Case{ "##", 0, "", "new##" }, Case{ "##", 1, "", "##new" }, Case{ "a", 0, NULL, "new" },
+            Case{ "", 0, NULL, NULL } } )
+    {
+        SCOPED_TRACE( rCase.m_pText );
+        MString aDeleted( rCase.m_pText );
+        EXPECT_EQ( rCase.m_pDeleted != NULL, aDeleted.DeleteTokenStr( rCase.m_uToken, "##" ) );
+        EXPECT_EQ( rCase.m_pDeleted != NULL ? rCase.m_pDeleted : rCase.m_pText, aDeleted );
+        MString aReplaced( rCase.m_pText );
+        EXPECT_EQ( rCase.m_pReplaced != NULL, aReplaced.ReplaceTokenStr( rCase.m_uToken, "##", "new" ) );
+        EXPECT_EQ( rCase.m_pReplaced != NULL ? rCase.m_pReplaced : rCase.m_pText, aReplaced );
+        EXPECT_EQ( 0, aReplaced.DeleteTokenStr( 0, "" ) + aReplaced.ReplaceTokenStr( 0, NULL, "new" ) );
+    }
+}
+
+// Counts are 16 bits wide, the texts behind them are not.
+TEST( Token, LongTextsAreNeitherCutNorLoopedOver )
+{
+    MString aString( ';', 65535 );
+    EXPECT_EQ( 0, aString.GetTokenCount( ';' ) );
+    EXPECT_EQ( 0, aString.GetTokenCountStr( ";" ) );
+    aString += "last";
+    EXPECT_EQ( "last", aString.GetToken( 65535, ';' ) );
+    const MString aFirst( 'l', 1000000 );
+    MString aLong = aFirst + "#!#short#!#";
+    EXPECT_EQ( 3, aLong.GetTokenCountStr( "#!#" ) );
+    EXPECT_EQ( aFirst, aLong.GetTokenStr( 0, "#!#" ) );
+    EXPECT_EQ( 1, aLong.DeleteTokenStr( 0, "#!#" ) );
+    EXPECT_EQ( "short#!#", aLong );
+}
