@@ -22,23 +22,6 @@ namespace
 
 constexpr int CHILD_DONE = 5;
 
-// Two pairs without a lock of their own, which a fork could leave taken.
-LPVOID DLL_EXPORT CreatePlain()
-{
-    return new char( 'p' );
-}
-
-LPVOID DLL_EXPORT CreateOtherPlain()
-{
-    return new char( 'o' );
-}
-
-BOOL DLL_EXPORT DeletePlain( LPVOID pObject )
-{
-    delete static_cast<char*>( pObject );
-    return TRUE;
-}
-
 class Callers
 {
 public:

@@ -22,18 +22,18 @@ constexpr int ROLE_DONE = 7;
 void StartEndlessCallers( int nThreads )
 {
     AllowLeftovers();
-    std::atomic<int> nInside{ 0 };
+    static std::atomic<int> nInside{ 0 };
     for ( int nThread = 0; nThread < nThreads; ++nThread )
     {
         std::thread(
-            [&]()
+            []()
             {
-                GetThreadSpecialObject( &CreateA, &DeleteA );
+                GetThreadSpecialObject( &CreatePlain, &DeletePlain );
                 ++nInside;
                 for ( ;; )
                 {
-                    GetThreadSpecialObject( &CreateA, &DeleteA );
-                    GetThreadSpecialObject( &CreateB, &DeleteB );
+                    GetThreadSpecialObject( &CreatePlain, &DeletePlain );
+                    GetThreadSpecialObject( &CreateOtherPlain, &DeletePlain );
                     aGlobalDllObject.OnThreadDETACH();
                 }
             } )
@@ -63,7 +63,7 @@ BX_ROLE( thread_ends_the_process )
     std::thread(
         []()
         {
-            GetThreadSpecialObject( &CreateA, &DeleteA );
+            GetThreadSpecialObject( &CreatePlain, &DeletePlain );
             std::exit( ROLE_DONE );
         } )
         .join();

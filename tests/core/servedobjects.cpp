@@ -68,6 +68,22 @@ BOOL DLL_EXPORT DeleteB( LPVOID pObject )
     return Destroy( pObject );
 }
 
+LPVOID DLL_EXPORT CreatePlain()
+{
+    return new char( 'p' );
+}
+
+LPVOID DLL_EXPORT CreateOtherPlain()
+{
+    return new char( 'o' );
+}
+
+BOOL DLL_EXPORT DeletePlain( LPVOID pObject )
+{
+    delete static_cast<char*>( pObject );
+    return TRUE;
+}
+
 LPVOID DLL_EXPORT CreateLate()
 {
     return ++g_nLateCalls <= 2 ? NULL : Make( "late" );

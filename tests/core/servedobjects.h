@@ -17,6 +17,11 @@ BOOL DLL_EXPORT DeleteA( LPVOID pObject );
 LPVOID DLL_EXPORT CreateB();
 BOOL DLL_EXPORT DeleteB( LPVOID pObject );
 
+// Two pairs without a record, which needs a lock and goes before a process's last thread.
+LPVOID DLL_EXPORT CreatePlain();
+LPVOID DLL_EXPORT CreateOtherPlain();
+BOOL DLL_EXPORT DeletePlain( LPVOID pObject );
+
 // Gives nothing the first two times, then an object.
 LPVOID DLL_EXPORT CreateLate();
 // Gives nothing, ever; counts.
