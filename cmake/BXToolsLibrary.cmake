@@ -16,6 +16,10 @@ function( bxtools_add_library name )
     target_compile_definitions( ${name}_objects PRIVATE ${arg_BUILD_MACRO} BXTOOLS_VERSION="${PROJECT_VERSION}" )
     target_include_directories( ${name}_objects PRIVATE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/include" )
     target_link_libraries( ${name}_objects PRIVATE bxtools_warnings ${arg_LINK} ${arg_LINK_PUBLIC} )
+    if( NOT WIN32 )
+        # As the link below binds the library's calls to itself, the compiler may inline them; clang does so unasked.
+        target_compile_options( ${name}_objects PRIVATE -fno-semantic-interposition )
+    endif()
     if( CMAKE_CXX_COMPILER_ID MATCHES "Clang" )
         # Nothing may run before main but the library's one global object, which says so itself.
         target_compile_options( ${name}_objects PRIVATE -Wglobal-constructors )
