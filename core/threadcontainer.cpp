@@ -51,19 +51,36 @@ LPVOID CThreadGlobalObjectInterface::GetObject( CreateThreadElemFuc pCreateFunc,
         [&]() { return AppendObject( pCreateFunc, pDeleteFunc ); } );
 }
 
+LPVOID CThreadGlobalObjectInterface::PeekObject( CreateThreadElemFuc pCreateFunc,
+                                                 DeleteThreadElemFuc pDeleteFunc )
+{
+    if ( m_paList == NULL )
+        return NULL;
+    long lIndex = -1;
+    const CThreadGlobalObjectElemInterface* pObj = FindElement( pCreateFunc, pDeleteFunc, &lIndex );
+    return pObj != NULL ? pObj->PeekObj() : NULL;
+}
+
 LPVOID CThreadGlobalObjectInterface::FindObject( CreateThreadElemFuc pCreateFunc,
                                                  DeleteThreadElemFuc pDeleteFunc, long* plIndex )
 {
-    *plIndex = -1;
+    CThreadGlobalObjectElemInterface* pObj = FindElement( pCreateFunc, pDeleteFunc, plIndex );
+    return pObj != NULL ? pObj->GetObj() : NULL;
+}
+
+// The first element for the pair, and its index, -1 without one. There must be a list.
+CThreadGlobalObjectElemInterface* CThreadGlobalObjectInterface::FindElement( CreateThreadElemFuc pCreateFunc,
+                                                                             DeleteThreadElemFuc pDeleteFunc,
+                                                                             long* plIndex )
+{
     const long lCount = static_cast<long>( m_paList->ItemCount() );
-    for ( long lIndex = 0; lIndex < lCount; ++lIndex )
+    for ( *plIndex = 0; *plIndex < lCount; ++*plIndex )
     {
-        CThreadGlobalObjectElemInterface* pObj = m_paList->GetItem( lIndex );
-        if ( pObj == NULL || !pObj->CompareEqual( pCreateFunc, pDeleteFunc ) )
-            continue;
-        *plIndex = lIndex;
-        return pObj->GetObj();
+        CThreadGlobalObjectElemInterface* pObj = m_paList->GetItem( *plIndex );
+        if ( pObj != NULL && pObj->CompareEqual( pCreateFunc, pDeleteFunc ) )
+            return pObj;
     }
+    *plIndex = -1;
     return NULL;
 }
 

@@ -26,6 +26,8 @@ public:
     // The object for the pair, made on the first request; NULL when it cannot be had. A pair whose creator gave
     // nothing stays in the list, and its creator is called again at the next request.
     LPVOID GetObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
+    // The object for the pair if it is there; NULL without one. Makes nothing.
+    LPVOID PeekObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
     // A served object that was kept here; NULL without one.
     LPVOID GetServed( ServedNumber eNumber ) const { return m_aServed[static_cast<size_t>( eNumber )]; }
     // Keeps one that GetObject gave, which stays where it is as long as the list lives.
@@ -48,6 +50,8 @@ public:
 
 private:
     LPVOID FindObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc, long* plIndex );
+    CThreadGlobalObjectElemInterface* FindElement( CreateThreadElemFuc pCreateFunc,
+                                                   DeleteThreadElemFuc pDeleteFunc, long* plIndex );
     BOOL CheckList();
     LPVOID AppendObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
 

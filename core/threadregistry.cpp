@@ -141,6 +141,17 @@ LPVOID DLLMainGlobalThreadData::GetThreadSpecialObject( CreateThreadElemFuc pCre
                                                         DeleteThreadElemFuc pDeleteFunc )
 {
     const LastErrorGuard aLastError;
+    if ( CThreadGlobalObjectInterface* pThreadGlobalObject = ReadSlot(); pThreadGlobalObject != NULL )
+    {
+        if ( LPVOID lValue = pThreadGlobalObject->PeekObject( pCreateFunc, pDeleteFunc ); lValue != NULL )
+            return lValue;
+    }
+    return MakeThreadSpecialObject( pCreateFunc, pDeleteFunc );
+}
+
+LPVOID DLLMainGlobalThreadData::MakeThreadSpecialObject( CreateThreadElemFuc pCreateFunc,
+                                                         DeleteThreadElemFuc pDeleteFunc )
+{
     CallReport aReport(
         std::as_const( *this ),
         "From LPVOID DLLMainGlobalThreadData::GetThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc )" );

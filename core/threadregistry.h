@@ -72,6 +72,8 @@ public:
 
     // The object, made now if there is none yet; NULL when the creator gives none, or throws.
     LPVOID GetObj();
+    // The object if there is one.
+    LPVOID PeekObj() const { return m_plObj; }
     BOOL CompareEqual( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc ) const;
 
 private:
@@ -81,8 +83,8 @@ private:
 };
 
 // The registry itself.
-// Threads: any. The attach lock is held while something is made, looked for or destroyed; only a served object that is
-// there, and a container, are found without it.
+// Threads: any. The attach lock is held while something is made or destroyed; what a thread has already is found
+// without it, so that nobody waits for another thread's creator.
 class DLLMainGlobalThreadData : public BaseObject2
 {
 public:
@@ -140,6 +142,7 @@ private:
     BOOL DeleteThreadGlobalObject( BOOL fOnThreadDetach ) BX_REQUIRES( m_aAttachSection );
     CThreadGlobalObjectInterface* internalGetThreadGlobalObject( BOOL fOnThreadDetach )
         BX_REQUIRES( m_aAttachSection );
+    LPVOID MakeThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
 
     _HANDLEList* m_pLibraryHandleList BX_GUARDED_BY( m_aAttachSection ) = NULL;
     CriticalSection m_aAttachSection;

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <string>
 #include <thread>
 #include <utility>
@@ -88,7 +89,7 @@ TEST_F( RegistryTest, ServesOneObjectPerPairAndThread )
     EXPECT_TRUE( m_aDebug.Silent() );
 }
 
-TEST_F( RegistryTest, MorePairsThanTheThreadRemembersStayOneObjectEach )
+TEST_F( RegistryTest, ManyPairsStayOneObjectEach )
 {
     Attach();
     const std::pair<CreateThreadElemFuc, DeleteThreadElemFuc> aPairs[] = {
@@ -192,6 +193,36 @@ TEST_F( RegistryTest, WhatCreatorsAndDeletersThrowIsReported )
           { ELEMENT_END_HEADER, " Error: m_pDeleteFunc == NULL -> wrong initializaton" } } ) );
     EXPECT_EQ( ( Served{ "+a", "+b", "+b", "null", "null", "-a", "-b" } ), TakeServed() );
     DeleteB( pUndeleted );
+}
+
+std::atomic<int> g_nStep{ 0 };
+
+// Waits until another thread has found what it has.
+LPVOID DLL_EXPORT CreateSlowly()
+{
+    g_nStep = 1;
+    while ( g_nStep < 2 )
+        std::this_thread::yield();
+    return CreateB();
+}
+
+TEST_F( RegistryTest, NobodyWaitsForAnotherThreadsCreator )
+{
+    Attach();
+    const LPVOID pA = m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA );
+    std::thread aBusy(
+        [&]()
+        {
+            m_aRegistry.GetThreadSpecialObject( &CreateSlowly, &DeleteB );
+            m_aRegistry.OnThreadDETACH();
+        } );
+    while ( g_nStep < 1 )
+        std::this_thread::yield();
+    EXPECT_EQ( pA, m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA ) );
+    EXPECT_NE( nullptr, m_aRegistry.GetThreadGlobalObject() );
+    g_nStep = 2;
+    aBusy.join();
+    EXPECT_TRUE( m_aRegistry.OnProcessDETACH() );
 }
 
 TEST_F( RegistryTest, DetachLeavesOtherThreadsAloneAndFailsThemCleanly )
