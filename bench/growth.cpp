@@ -22,9 +22,11 @@ static void RegisterAt( size_t ulRecords, const Names& aNames )
     const auto lItems = static_cast<benchmark::IterationCount>( ulRecords );
     ErrObjectBase aLast;
     aLast.FromStream( TextOf( aRecords.back() ).c_str() );
+    // The texts appended are the same 70 in either length, so that only the stream's own length tells.
     std::vector<MString> aTexts;
-    for ( const SampleRecord& aRecord : aRecords )
-        aTexts.push_back( TextOf( aRecord ).c_str() );
+    for ( size_t i = 0; i < STACK_RECORDS; ++i )
+        aTexts.push_back( TextOf( MakeSampleRecords( i + 2 )[i] ).c_str() );
+    const MString aLastText( TextOf( aRecords.back() ).c_str() );
 
     Measure(
         aNames.m_pCount, std::to_string( ulRecords ) + "\n",
@@ -54,11 +56,15 @@ static void RegisterAt( size_t ulRecords, const Names& aNames )
         lItems );
     Measure(
         aNames.m_pAppend, strStream + "\n",
-        [aTexts]( auto& rUse )
+        [aTexts, aLastText, ulRecords]( auto& rUse )
         {
             MString aBuilt( ERRSTREAM_HEADER );
-            for ( const MString& aText : aTexts )
-                Append2Stream( aBuilt, aText );
+            for ( size_t i = 0, ulText = 0; i + 1 < ulRecords; ++i )
+            {
+                Append2Stream( aBuilt, aTexts[ulText] );
+                ulText = ulText + 1 == STACK_RECORDS ? 0 : ulText + 1;
+            }
+            Append2Stream( aBuilt, aLastText );
             rUse( aBuilt.data() );
         },
         lItems );
