@@ -4,11 +4,25 @@
 
 #include <string_view>
 
+namespace
+{
+
+struct ExecutablePath
+{
+    ExecutablePath() : m_dwLength( GetModuleFileNameA( NULL, m_szPath, sizeof( m_szPath ) ) ) {}
+
+    TCHAR m_szPath[4096];
+    DWORD m_dwLength;
+};
+
+} // namespace
+
 MString GetTaskName()
 {
-    TCHAR szPath[4096];
-    const DWORD dwLength = GetModuleFileNameA( NULL, szPath, sizeof( szPath ) );
-    const std::string_view aPath( szPath, dwLength );
+    // Asked for once, by process attach: the system may take its loader's lock to answer, which an ending thread holds
+    // while it waits for the registry's.
+    static const ExecutablePath aExecutable;
+    const std::string_view aPath( aExecutable.m_szPath, aExecutable.m_dwLength );
     const std::string_view aName = aPath.substr( aPath.find_last_of( "/\\" ) + 1 );
     return MString( aName.data(), static_cast<int>( aName.size() ) );
 }
