@@ -54,17 +54,32 @@ BOOL DLLMainGlobalThreadData::KeepLibrary( CallReport& rReport, HMODULE hTempMod
     return TRUE;
 }
 
+long DLLMainGlobalThreadData::CountLibraries()
+{
+    const LockGuard aLock( m_aAttachSection );
+    return m_pLibraryHandleList != NULL ? static_cast<long>( m_pLibraryHandleList->ItemCount() ) : 0;
+}
+
+HMODULE DLLMainGlobalThreadData::GetLibrary( long lIndex )
+{
+    const LockGuard aLock( m_aAttachSection );
+    const HMODULE* phTempModuleObj =
+        m_pLibraryHandleList != NULL ? m_pLibraryHandleList->GetItem( lIndex ) : NULL;
+    return phTempModuleObj != NULL ? *phTempModuleObj : NULL;
+}
+
+// The attach lock is not held while a library goes: the system's loader has a lock of its own, with which it calls
+// the ends of threads and the constructors of libraries, and those take the attach lock.
 void DLLMainGlobalThreadData::FreeLibraries()
 {
     CallReport aReport( std::as_const( *this ), "From void DLLMainGlobalThreadData::FreeLibraries()" );
-    const long lCount =
-        m_pLibraryHandleList != NULL ? static_cast<long>( m_pLibraryHandleList->ItemCount() ) : 0;
+    const long lCount = CountLibraries();
     for ( long lIndex = 0; lIndex < lCount; ++lIndex )
     {
-        const HMODULE* phTempModuleObj = m_pLibraryHandleList->GetItem( lIndex );
-        if ( phTempModuleObj == NULL )
+        const HMODULE hTempModule = GetLibrary( lIndex );
+        if ( hTempModule == NULL )
             aReport.Fail( " Error: phTempModuleObj == NULL" );
-        else if ( !FreeLibrary( *phTempModuleObj ) )
+        else if ( !FreeLibrary( hTempModule ) )
             aReport.Fail( " Error: !FreeLibrary( *phTempModuleObj )" );
         aReport.ReportNow();
     }

@@ -89,15 +89,19 @@ BOOL DLLMainGlobalThreadData::OnProcessDETACH()
     static constexpr char HEADER[] = "From BOOL DLLMainGlobalThreadData::OnProcessDETACH()";
     CallReport aSlotReport( std::as_const( *this ), HEADER );
     CallReport aObjectReport( std::as_const( *this ), HEADER );
-    const LockGuard aLock( m_aAttachSection );
-    if ( !DeleteThreadGlobalObject( FALSE ) )
-        aObjectReport.Fail( " Error: !DeleteThreadGlobalObject()" );
-    // The index is nobody's business any more before another part of the process may get it.
-    const DWORD dwTlsGlobalOffset = m_dwTlsGlobalOffset.exchange( TLS_OUT_OF_INDEXES );
-    if ( !TlsFree( dwTlsGlobalOffset ) )
+    if ( ReadSlot() == NULL )
+        AwaitThreadEnd();
     {
-        m_dwTlsGlobalOffset = dwTlsGlobalOffset;
-        aSlotReport.Fail( " Error: !TlsFree( m_dwTlsGlobalOffset )" );
+        const LockGuard aLock( m_aAttachSection );
+        if ( !DeleteThreadGlobalObject( FALSE ) )
+            aObjectReport.Fail( " Error: !DeleteThreadGlobalObject()" );
+        // The index is nobody's business any more before another part of the process may get it.
+        const DWORD dwTlsGlobalOffset = m_dwTlsGlobalOffset.exchange( TLS_OUT_OF_INDEXES );
+        if ( !TlsFree( dwTlsGlobalOffset ) )
+        {
+            m_dwTlsGlobalOffset = dwTlsGlobalOffset;
+            aSlotReport.Fail( " Error: !TlsFree( m_dwTlsGlobalOffset )" );
+        }
     }
     FreeLibraries();
     InterlockedDecrement( &m_lProcessCount );

@@ -134,7 +134,9 @@ private:
     BOOL CheckHandleList() BX_REQUIRES( m_aAttachSection );
     BOOL LoadLibraries( va_list argptr ) BX_REQUIRES( m_aAttachSection );
     BOOL KeepLibrary( CallReport& rReport, HMODULE hTempModule ) BX_REQUIRES( m_aAttachSection );
-    void FreeLibraries() BX_REQUIRES( m_aAttachSection );
+    long CountLibraries();
+    HMODULE GetLibrary( long lIndex );
+    void FreeLibraries();
     void AwaitThreadEnd();
     CThreadGlobalObjectInterface* ReadSlot() const;
     void DeleteUnlessStored( LPVOID pThreadGlobalObject ) const;
