@@ -109,6 +109,18 @@ TEST( Hooks, ToDoMessageIsCutToItsLengthModulo65536 )
     EXPECT_TRUE( aHooks.Silent() );
 }
 
+TEST( Hooks, NoDbgFuncMessageReachesTheUserWithoutADisplay )
+{
+    DebugRecorder aRecorder;
+    testing::internal::CaptureStderr();
+    Probe( NULL, NULL ).NoDbgFuncMessage( "Init" );
+    const std::string strShown = testing::internal::GetCapturedStderr();
+    EXPECT_NE( std::string::npos, strShown.find( "Error" ) );
+    EXPECT_NE( std::string::npos,
+               strShown.find( "Init -> !!!!!!!!!!! THIS OBJECT HAS NO DEBUG FUNCTION !!!!!!!!!!!" ) );
+    EXPECT_TRUE( aRecorder.Silent() );
+}
+
 TEST( Reports, AFailedCallReportsOnceAndASuccessfulOneNever )
 {
     HookRecorder aHooks;
