@@ -126,80 +126,55 @@ TEST( Reports, AFailedCallReportsOnceAndASuccessfulOneNever )
     HookRecorder aHooks;
     Probe aProbe( &HookRecorder::Debug, NULL );
     EXPECT_FALSE( aProbe.Call(
-        []( CallReport& aReport )
+        []( CallReport& rReport )
         {
-            aReport.Fail( " Error: first" );
-            return aReport.Fail( " Error: second" );
+            rReport.Warn( " Warning: w" );
+            rReport.Tail( "a warning gives way" ).Fail( " Error: first" );
+            return rReport.Fail( " Error: second" );
         } ) );
     EXPECT_TRUE( aHooks.OnlyReport( HEADER, " Error: first" ) );
     EXPECT_STREQ( HEADER, aProbe.Header() );
     EXPECT_STREQ( " Error: first", aProbe.Out() );
-
     EXPECT_TRUE( aProbe.ConstCall( []( CallReport& ) { return TRUE; } ) );
     EXPECT_STREQ( " Error: first", aProbe.Out() ) << "a const call that succeeds writes nothing";
     EXPECT_TRUE( aProbe.Call( []( CallReport& ) { return TRUE; } ) );
     EXPECT_STREQ( "Nothing", aProbe.Out() );
     EXPECT_TRUE( aHooks.Silent() );
-
-    EXPECT_TRUE( aProbe.Call( []( CallReport& aReport ) { return aReport.Warn( " Warning: w" ); } ) );
+    EXPECT_TRUE( aProbe.Call( []( CallReport& rReport ) { return rReport.Warn( " Warning: w" ); } ) );
     EXPECT_TRUE( aHooks.OnlyReport( HEADER, " Warning: w" ) );
-    aProbe.Call(
-        []( CallReport& aReport )
-        {
-            aReport.Warn( " Warning: w" );
-            aReport.Tail( 1 );
-            return aReport.Fail( " Error: e" );
-        } );
-    EXPECT_TRUE( aHooks.OnlyReport( HEADER, " Error: e" ) );
-    aProbe.Call(
-        []( CallReport& aReport )
-        {
-            aReport.Fail( " Error: e" );
-            aReport.ReportNow();
-            aReport.Fail( " Error: dropped" );
-            aReport.Drop();
-            return aReport.Fail( " Error: f" );
-        } );
-    EXPECT_TRUE( aHooks.OnlyReports( { { HEADER, " Error: e" }, { HEADER, " Error: f" } } ) );
-}
 
-TEST( Reports, ShownValuesAreInTheMessageAndNotInTheObject )
-{
-    HookRecorder aHooks;
-    Probe aProbe( &HookRecorder::Debug, NULL );
     aProbe.Call(
-        []( CallReport& aReport )
+        []( CallReport& rReport )
         {
-            aReport.Fail( " Error: e" );
-            aReport.Tail( ", a = " )
-                .Tail( -5 )
-                .Tail( ", b = " )
-                .Tail( 4294967295u )
-                .Tail( static_cast<LPCTSTR>( NULL ) );
-            return FALSE;
+            rReport.Fail( " Error: e" );
+            rReport.Tail( ", a = " ).Tail( -5 ).Tail( ", b = " ).Tail( 4294967295u ).ReportNow();
+            rReport.Fail( " Error: dropped" );
+            rReport.Drop();
+            return rReport.Fail( " Error: f" );
         } );
-    EXPECT_TRUE( aHooks.OnlyReport( HEADER, " Error: e, a = -5, b = 4294967295" ) );
-    EXPECT_STREQ( " Error: e", aProbe.Out() );
+    EXPECT_TRUE(
+        aHooks.OnlyReports( { { HEADER, " Error: e, a = -5, b = 4294967295" }, { HEADER, " Error: f" } } ) );
+    EXPECT_STREQ( " Error: f", aProbe.Out() );
 }
 
 TEST( Reports, AnExceptionIsAFailureLikeAnyOther )
 {
     HookRecorder aHooks;
     Probe aProbe( &HookRecorder::Debug, NULL );
-    EXPECT_FALSE( aProbe.Call(
-        []( CallReport& aReport )
-        {
-            return aReport.Guard(
-                [&]() -> BOOL
-                {
-                    aReport.Fail( " Error: on the way" );
-                    throw std::bad_alloc();
-                } );
-        } ) );
-    EXPECT_TRUE( aHooks.OnlyReport( HEADER, "Severe error occurred executing this function" ) );
-    EXPECT_EQ( -1, aProbe.Call( []( CallReport& aReport )
-                                { return aReport.Guard( -1, " Error: own", []() -> int { throw 5; } ); } ) );
+    const auto Throw = []( CallReport& rReport )
+    {
+        return rReport.Guard( -1, " Error: own",
+                              [&]() -> int
+                              {
+                                  rReport.Fail( " Error: on the way" );
+                                  throw std::bad_alloc();
+                              } );
+    };
+    EXPECT_EQ( -1, aProbe.Call( Throw ) );
     EXPECT_TRUE( aHooks.OnlyReport( HEADER, " Error: own" ) );
+    EXPECT_FALSE(
+        aProbe.Call( []( CallReport& rReport ) { return rReport.Guard( []() -> BOOL { throw 5; } ); } ) );
+    EXPECT_TRUE( aHooks.OnlyReport( HEADER, "Severe error occurred executing this function" ) );
 }
 
 TEST( Reports, TheLastErrorSurvivesTheHook )

@@ -254,14 +254,3 @@ TEST_F( Lists, NoOrderOfOperationsLosesOrDoublesAnElement )
     for ( const Report& rReport : m_aHooks.TakeReports() )
         ASSERT_TRUE( rReport.second.starts_with( " Error: Item not found" ) ) << rReport.second;
 }
-
-TEST_F( Lists, TheTypedListsOwnTheirKindOfCell )
-{
-    MyLanguageCodeList aCodes( &HookRecorder::Debug );
-    EXPECT_TRUE( aCodes.Append( new long( 49 ) ) );
-    _HANDLEList aModules( &HookRecorder::Debug );
-    EXPECT_TRUE( aModules.Append( new HMODULE( NULL ) ) );
-    EXPECT_EQ( 49, *aCodes.GetItem( 0 ) );
-    EXPECT_EQ( NULL, *aModules.GetItem( 0 ) );
-    EXPECT_TRUE( m_aHooks.Silent() );
-}

@@ -7,8 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace
 {
@@ -91,26 +89,4 @@ TEST( DebugMessages, KeepTheLastError )
     DebugMessage( "M", "h", "m" );
     DebugMessage( "M", "h", std::string( 5000, 'x' ).c_str() );
     EXPECT_EQ( 1234u, GetLastError() );
-}
-
-TEST( DebugMessages, OfSeveralThreadsDoNotMix )
-{
-    constexpr int THREADS = 4;
-    constexpr int MESSAGES = 200;
-    DebugRecorder aRecorder;
-    const std::string strText( 500, 'x' );
-    std::vector<std::thread> aThreads;
-    for ( int nThread = 0; nThread < THREADS; ++nThread )
-        aThreads.emplace_back(
-            [&]
-            {
-                for ( int nMessage = 0; nMessage < MESSAGES; ++nMessage )
-                    DebugMessage( "M", "h", strText.c_str() );
-            } );
-    for ( std::thread& aThread : aThreads )
-        aThread.join();
-    std::string strExpected;
-    for ( int nMessage = 0; nMessage < THREADS * MESSAGES; ++nMessage )
-        strExpected += "M -> h\r\n" + strText + "\r\n";
-    EXPECT_TRUE( strExpected == aRecorder.Take() );
 }
