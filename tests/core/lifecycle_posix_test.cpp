@@ -3,7 +3,6 @@
 #include "core/dllglobals.h"
 #include "core/servedobjects.h"
 #include "support/failnew.h"
-#include "support/leftovers.h"
 #include "support/recorder.h"
 #include "support/secondprocess.h"
 
@@ -15,42 +14,11 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
 namespace
 {
 
 constexpr int CHILD_DONE = 5;
-
-class Callers
-{
-public:
-    explicit Callers( int nThreads )
-    {
-        for ( int nThread = 0; nThread < nThreads; ++nThread )
-        {
-            m_aThreads.emplace_back(
-                [this]()
-                {
-                    while ( !m_fStop )
-                    {
-                        GetThreadSpecialObject( &CreatePlain, &DeletePlain );
-                        aGlobalDllObject.OnThreadDETACH();
-                    }
-                } );
-        }
-    }
-    ~Callers()
-    {
-        m_fStop = true;
-        for ( std::thread& rThread : m_aThreads )
-            rThread.join();
-    }
-
-private:
-    std::atomic<bool> m_fStop{ false };
-    std::vector<std::thread> m_aThreads;
-};
 
 // The child of a fork has the forking thread's objects, makes new ones, and ends in the ordinary way.
 int UseLibraryInChild( LPVOID pPlain )
@@ -68,9 +36,8 @@ int UseLibraryInChild( LPVOID pPlain )
 
 BX_ROLE( fork_among_threads )
 {
-    AllowLeftovers();
     const LPVOID pPlain = GetThreadSpecialObject( &CreatePlain, &DeletePlain );
-    const Callers aCallers( 3 );
+    StartEndlessCallers( 3 );
     for ( int nRound = 0; nRound < 50; ++nRound )
     {
         const pid_t nChild = fork();

@@ -18,61 +18,28 @@ namespace
 
 constexpr int ROLE_DONE = 7;
 
-// Threads that make and destroy their objects until the process ends under them.
-void StartEndlessCallers( int nThreads )
+} // namespace
+
+BX_ROLE( end_while_threads_call )
 {
-    AllowLeftovers();
-    static std::atomic<int> nInside{ 0 };
-    for ( int nThread = 0; nThread < nThreads; ++nThread )
+    StartEndlessCallers( 4 );
+    if ( Arguments.at( 0 ) == "other" )
     {
         std::thread(
             []()
             {
                 GetThreadSpecialObject( &CreatePlain, &DeletePlain );
-                ++nInside;
-                for ( ;; )
-                {
-                    GetThreadSpecialObject( &CreatePlain, &DeletePlain );
-                    GetThreadSpecialObject( &CreateOtherPlain, &DeletePlain );
-                    aGlobalDllObject.OnThreadDETACH();
-                }
+                std::exit( ROLE_DONE );
             } )
-            .detach();
+            .join();
     }
-    while ( nInside < nThreads )
-        std::this_thread::yield();
-}
-
-} // namespace
-
-BX_ROLE( exit_while_threads_call )
-{
-    StartEndlessCallers( 4 );
     std::exit( ROLE_DONE );
 }
 
-TEST( Lifecycle, ProcessEndsWhileThreadsCallIn )
+TEST( Lifecycle, AnyThreadMayEndTheProcessWhileOthersCallIn )
 {
     for ( int nRound = 0; nRound < 10; ++nRound )
-        EXPECT_EQ( ROLE_DONE, RunInRole( "exit_while_threads_call" ) );
-}
-
-BX_ROLE( thread_ends_the_process )
-{
-    StartEndlessCallers( 2 );
-    std::thread(
-        []()
-        {
-            GetThreadSpecialObject( &CreatePlain, &DeletePlain );
-            std::exit( ROLE_DONE );
-        } )
-        .join();
-    return 0;
-}
-
-TEST( Lifecycle, AnyThreadMayEndTheProcess )
-{
-    EXPECT_EQ( ROLE_DONE, RunInRole( "thread_ends_the_process" ) );
+        EXPECT_EQ( ROLE_DONE, RunInRole( "end_while_threads_call", { nRound % 2 ? "other" : "main" } ) );
 }
 
 BX_ROLE( last_function_call )

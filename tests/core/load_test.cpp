@@ -36,20 +36,14 @@ bool MakeLastCall( LoadedBXTools hLibrary )
     return pLastCall != NULL && pLastCall();
 }
 
-// Lets two threads take turns.
-class Turns
-{
-public:
-    void Reach( int nStep ) { m_nStep = nStep; }
-    void Await( int nStep )
-    {
-        while ( m_nStep < nStep )
-            std::this_thread::yield();
-    }
+// Which of its steps a role has reached.
+std::atomic<int> g_nStep{ 0 };
 
-private:
-    std::atomic<int> m_nStep{ 0 };
-};
+void Await( int nStep )
+{
+    while ( g_nStep < nStep )
+        std::this_thread::yield();
+}
 
 int Result()
 {
@@ -94,29 +88,21 @@ TEST( Load, LastCallThenUnload )
     EXPECT_TRUE( aDebug.Silent() );
 }
 
-TEST( Load, ThreadThatNeverCalledInMayUnload )
+TEST( Load, AnotherThreadThanTheLoadingOneMayUnload )
 {
-    // The loading thread's own objects: nobody else may touch them.
+    // The loading thread's own objects, where it goes on: nobody else may touch them.
     AllowLeftovers();
     DebugRecorder aDebug;
-    const LoadedBXTools hLibrary = LoadBXTools();
-    EXPECT_TRUE( UseLibrary( hLibrary ) );
+    LoadedBXTools hLibrary = NULL;
+    const auto Load = [&]()
+    {
+        hLibrary = LoadBXTools();
+        EXPECT_TRUE( UseLibrary( hLibrary ) );
+    };
+    Load();
     std::thread( [&]() { EXPECT_TRUE( UnloadBXTools( hLibrary ) ); } ).join();
     EXPECT_FALSE( IsBXToolsMapped() );
-    EXPECT_TRUE( aDebug.Silent() );
-}
-
-TEST( Load, LoadingThreadMayEndBeforeItsLibrary )
-{
-    DebugRecorder aDebug;
-    LoadedBXTools hLibrary = NULL;
-    std::thread(
-        [&]()
-        {
-            hLibrary = LoadBXTools();
-            EXPECT_TRUE( UseLibrary( hLibrary ) );
-        } )
-        .join();
+    std::thread( Load ).join();
     EXPECT_TRUE( UnloadBXTools( hLibrary ) );
     EXPECT_FALSE( IsBXToolsMapped() );
     EXPECT_TRUE( aDebug.Silent() );
@@ -127,26 +113,20 @@ BX_ROLE( user_ends_after_unload )
     AllowLeftovers();
     DebugRecorder aDebug;
     const LoadedBXTools hLibrary = LoadBXTools();
-    Turns aTurns;
     std::thread aUser(
         [&]()
         {
             EXPECT_TRUE( UseLibrary( hLibrary ) );
-            aTurns.Reach( 1 );
-            aTurns.Await( 2 );
+            g_nStep = 1;
+            Await( 2 );
         } );
-    aTurns.Await( 1 );
+    Await( 1 );
     EXPECT_TRUE( UnloadBXTools( hLibrary ) );
     EXPECT_EQ( IsPinnedByThreads(), IsBXToolsMapped() );
-    aTurns.Reach( 2 );
+    g_nStep = 2;
     aUser.join();
     EXPECT_TRUE( aDebug.Silent() );
     return Result();
-}
-
-TEST( Load, ThreadThatUsedItMayEndAfterTheUnload )
-{
-    EXPECT_EQ( ROLE_DONE, RunInRole( "user_ends_after_unload" ) );
 }
 
 BX_ROLE( user_ends_before_unload )
@@ -162,11 +142,6 @@ BX_ROLE( user_ends_before_unload )
     EXPECT_TRUE( UnloadBXTools( hAgain ) );
     EXPECT_TRUE( aDebug.Silent() );
     return Result();
-}
-
-TEST( Load, ThreadThatUsedItMayEndBeforeTheUnload )
-{
-    EXPECT_EQ( ROLE_DONE, RunInRole( "user_ends_before_unload" ) );
 }
 
 BX_ROLE( many_load_and_unload )
@@ -191,34 +166,31 @@ BX_ROLE( many_load_and_unload )
     return Result();
 }
 
-TEST( Load, ManyThreadsMayLoadAndUnload )
-{
-    EXPECT_EQ( ROLE_DONE, RunInRole( "many_load_and_unload" ) );
-}
-
 // The process ends just as its threads use the library for the first time.
 BX_ROLE( exit_while_threads_use_it )
 {
     AllowLeftovers();
     const LoadedBXTools hLibrary = LoadBXTools();
-    static Turns aTurns;
     for ( int nThread = 0; nThread < 8; ++nThread )
     {
         std::thread(
             [=]()
             {
-                aTurns.Await( 1 );
+                Await( 1 );
                 for ( ;; )
                     UseLibrary( hLibrary );
             } )
             .detach();
     }
-    aTurns.Reach( 1 );
+    g_nStep = 1;
     std::exit( ROLE_DONE );
 }
 
-TEST( Load, ProcessEndsWhileThreadsUseIt )
+TEST( Load, ThreadsMayUseItUnloadItAndEndInAnyOrder )
 {
+    for ( const char* pRole :
+          { "user_ends_after_unload", "user_ends_before_unload", "many_load_and_unload" } )
+        EXPECT_EQ( ROLE_DONE, RunInRole( pRole ) ) << pRole;
     for ( int nRound = 0; nRound < 10; ++nRound )
         EXPECT_EQ( ROLE_DONE, RunInRole( "exit_while_threads_use_it" ) );
 }

@@ -1,8 +1,12 @@
 #include "core/servedobjects.h"
 
+#include "core/dllglobals.h"
+#include "support/leftovers.h"
+
 #include <atomic>
 #include <mutex>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace
@@ -112,4 +116,28 @@ BOOL DLL_EXPORT DeleteThrowing( LPVOID pObject )
 {
     Destroy( pObject );
     throw std::runtime_error( "no end" );
+}
+
+void StartEndlessCallers( int nThreads )
+{
+    AllowLeftovers();
+    static std::atomic<int> nInside{ 0 };
+    for ( int nThread = 0; nThread < nThreads; ++nThread )
+    {
+        std::thread(
+            []()
+            {
+                GetThreadSpecialObject( &CreatePlain, &DeletePlain );
+                ++nInside;
+                for ( ;; )
+                {
+                    GetThreadSpecialObject( &CreatePlain, &DeletePlain );
+                    GetThreadSpecialObject( &CreateOtherPlain, &DeletePlain );
+                    aGlobalDllObject.OnThreadDETACH();
+                }
+            } )
+            .detach();
+    }
+    while ( nInside < nThreads )
+        std::this_thread::yield();
 }

@@ -31,3 +31,6 @@ BOOL DLL_EXPORT DeleteMaybe( LPVOID pObject );
 
 LPVOID DLL_EXPORT CreateThrowing();
 BOOL DLL_EXPORT DeleteThrowing( LPVOID pObject );
+
+// Starts threads that make and destroy plain objects of the library's registry until the process ends under them.
+void StartEndlessCallers( int nThreads );
