@@ -6,7 +6,6 @@
 
 #include <charconv>
 #include <cstring>
-#include <memory>
 #include <system_error>
 
 namespace
@@ -87,9 +86,8 @@ BOOL ErrObjectBase::ToStream( MString& aStream )
     return aReport.Guard(
         [&]() -> BOOL
         {
-            const std::unique_ptr<char[]> pText( new char[StreamRoom()] );
-            const char* pEnd = WriteStream( pText.get() );
-            AssignView( aStream, { pText.get(), pEnd } );
+            aStream.RWCString::operator=(
+                RWCString::written( StreamRoom(), [this]( char* pOut ) { return WriteStream( pOut ); } ) );
             return TRUE;
         } );
 }
@@ -181,9 +179,9 @@ void ErrObjectBase::InternalClearValues()
 {
     if ( m_paStrList != NULL )
         m_paStrList->ClearList( TRUE );
-    m_aOriginErrText.Empty();
-    m_aOptionalText.Empty();
-    m_aErrCls.Empty();
+    Clear( m_aOriginErrText );
+    Clear( m_aOptionalText );
+    Clear( m_aErrCls );
     m_lCurErr = 0;
     m_dwSysLastErr = 0;
     m_fInitialized = FALSE;
@@ -191,8 +189,7 @@ void ErrObjectBase::InternalClearValues()
 
 void ErrObjectBase::ClearDumpStr()
 {
-    if ( !m_aDumpStr.IsEmpty() )
-        m_aDumpStr.Empty();
+    Clear( m_aDumpStr );
 }
 
 BOOL ErrObjectBase::CheckList()
@@ -238,12 +235,12 @@ BOOL ErrObjectBase::MySetLastErr( LPCTSTR szCurErrCls, ERR lCurErr, DWORD dwSysL
 // What the system's own error classes leave to the system.
 void ErrObjectBase::TakeSystemValues( DWORD dwThreadError )
 {
-    if ( m_aErrCls == ERRCLS_SYS_ERRNO )
+    if ( ViewOf( m_aErrCls ) == ERRCLS_SYS_ERRNO )
     {
         if ( m_aOriginErrText.IsEmpty() )
             AssignView( m_aOriginErrText, std::generic_category().message( m_lCurErr ) );
     }
-    else if ( m_aErrCls == ERRCLS_SYS_LASTERROR )
+    else if ( ViewOf( m_aErrCls ) == ERRCLS_SYS_LASTERROR )
     {
         if ( m_dwSysLastErr == 0 )
             m_dwSysLastErr = dwThreadError;

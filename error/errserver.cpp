@@ -80,15 +80,19 @@ BOOL ERRServer::BuildStream( CallReport& aReport, MString& aStream )
 {
     size_t ulRoom = ERRSTREAM_START.size();
     const ULONG ulWritable = PrepareRecords( aReport, ulRoom );
-    const std::unique_ptr<char[]> pText( new char[ulRoom] );
-    char* pOut = AppendView( pText.get(), ERRSTREAM_START );
-    for ( ULONG i = 0; i < ulWritable; ++i )
-    {
-        pOut = GetItem( 0, i == 0 ? 5 : 2 )->WriteStream( pOut );
-        if ( i + 1 < ItemCount() )
-            pOut = AppendView( pOut, ERRSTREAM_RECORD_SEPARATOR );
-    }
-    aStream.RWCString::assign( pText.get(), static_cast<size_t>( pOut - pText.get() ) );
+    aStream.RWCString::operator=(
+        RWCString::written( ulRoom,
+                            [&]( char* pOut )
+                            {
+                                pOut = AppendView( pOut, ERRSTREAM_START );
+                                for ( ULONG i = 0; i < ulWritable; ++i )
+                                {
+                                    pOut = GetItem( 0, i == 0 ? 5 : 2 )->WriteStream( pOut );
+                                    if ( i + 1 < ItemCount() )
+                                        pOut = AppendView( pOut, ERRSTREAM_RECORD_SEPARATOR );
+                                }
+                                return pOut;
+                            } ) );
     return !aReport.Failed();
 }
 

@@ -3,7 +3,6 @@
 #include "error/errserver.h"
 #include "error/errstream.h"
 
-#include <memory>
 #include <new>
 
 namespace
@@ -19,7 +18,7 @@ BOOL FindRecord( CallReport& aReport, std::string_view aStream, ULONG ulIndex, s
     ErrStreamReader aReader( aStream );
     if ( !aReader.IsStream() )
         return aReport.Fail( " Error: wrong stream format" );
-    if ( !aReader.Skip( ulIndex ) || !aReader.Next( aRecord ) )
+    if ( aReader.Skip( ulIndex ) != ulIndex || !aReader.Next( aRecord ) )
         return aReport.Fail( " Error: ulIndex >= (ULONG) ( usCount - 1 ) -> wrong value for ulIndex" );
     return TRUE;
 }
@@ -50,7 +49,7 @@ BOOL ERRServer::IsErrorStream( const MString& aErrStream )
 
 BOOL ERRServer::GetAvailableErrorCountFromStream( ULONG& ulCount, const MString& aErrStream )
 {
-    ulCount = static_cast<ULONG>( ErrStreamReader( ViewOf( aErrStream ) ).CountRest() );
+    ulCount = static_cast<ULONG>( ErrStreamReader( ViewOf( aErrStream ) ).Skip( std::string_view::npos ) );
     return TRUE;
 }
 
@@ -163,19 +162,22 @@ BOOL ERRServer::ReverseStream( MString& aErrStream )
 
             // The result is as long as the stream: it is filled from its end.
             const size_t ulLength = aErrStream.length();
-            const std::unique_ptr<char[]> pText( new char[ulLength] );
-            char* pPlace = pText.get() + ulLength;
-            for ( ;; )
-            {
-                pPlace -= aRecord.size();
-                AppendView( pPlace, aRecord );
-                if ( !aReader.Next( aRecord ) )
-                    break;
-                pPlace -= RECORD_SEPARATOR.size();
-                AppendView( pPlace, RECORD_SEPARATOR );
-            }
-            AppendView( pText.get(), ERRSTREAM_START );
-            aErrStream.RWCString::assign( pText.get(), ulLength );
+            aErrStream.RWCString::operator=( RWCString::written( ulLength,
+                                                                 [&]( char* pText )
+                                                                 {
+                                                                     char* pPlace = pText + ulLength;
+                                                                     AppendView( pText, ERRSTREAM_START );
+                                                                     for ( ;; )
+                                                                     {
+                                                                         pPlace -= aRecord.size();
+                                                                         AppendView( pPlace, aRecord );
+                                                                         if ( !aReader.Next( aRecord ) )
+                                                                             return pText + ulLength;
+                                                                         pPlace -= RECORD_SEPARATOR.size();
+                                                                         AppendView( pPlace,
+                                                                                     RECORD_SEPARATOR );
+                                                                     }
+                                                                 } ) );
             return TRUE;
         } );
 }

@@ -1,7 +1,5 @@
 #include "error/errstream.h"
 
-#include "string/textsearch.h"
-
 #include <algorithm>
 #include <limits>
 
@@ -32,14 +30,6 @@ struct LeadingNumber
 };
 
 } // namespace
-
-bool CutAt( std::string_view& aRest, std::string_view aSeparator, std::string_view& aPart ) noexcept
-{
-    const size_t ulAt = FindSeparator( aRest, aSeparator );
-    aPart = aRest.substr( 0, ulAt );
-    aRest.remove_prefix( std::min( aPart.size() + aSeparator.size(), aRest.size() ) );
-    return ulAt != std::string_view::npos;
-}
 
 bool SplitRecord( std::string_view aRecord, ErrFields& aFields ) noexcept
 {
@@ -72,32 +62,4 @@ DWORD ReadUnsigned( std::string_view aText ) noexcept
         return std::numeric_limits<DWORD>::max();
     const auto dwValue = static_cast<DWORD>( aNumber.ullMagnitude );
     return aNumber.fMinus ? 0 - dwValue : dwValue;
-}
-
-ErrStreamReader::ErrStreamReader( std::string_view aStream ) noexcept
-    : m_fStream( aStream.starts_with( ERRSTREAM_START ) ),
-      m_fMore( m_fStream )
-{
-    if ( m_fStream )
-        m_aRest = aStream.substr( ERRSTREAM_START.size() );
-}
-
-bool ErrStreamReader::Next( std::string_view& aRecord ) noexcept
-{
-    if ( !m_fMore )
-        return false;
-    m_fMore = CutAt( m_aRest, ERRSTREAM_RECORD_SEPARATOR, aRecord );
-    return true;
-}
-
-bool ErrStreamReader::Skip( size_t ulCount ) noexcept
-{
-    for ( std::string_view aPassed; ulCount > 0 && Next( aPassed ); )
-        --ulCount;
-    return m_fMore;
-}
-
-size_t ErrStreamReader::CountRest() const noexcept
-{
-    return m_fMore ? 1 + CountSeparator( m_aRest, ERRSTREAM_RECORD_SEPARATOR ) : 0;
 }

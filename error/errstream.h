@@ -13,6 +13,13 @@ inline std::string_view ViewOf( const RWCString& aText ) noexcept
     return { aText.data(), aText.length() };
 }
 
+// Makes a text empty; most that are to be cleared already are.
+inline void Clear( RWCString& rText ) noexcept
+{
+    if ( rText.length() != 0 )
+        rText = RWCString();
+}
+
 // Writes a text without a final zero to memory with room for it. Result: behind its last character.
 inline char* AppendView( char* pOut, std::string_view aText ) noexcept
 {
@@ -40,7 +47,13 @@ using ErrFields = std::array<std::string_view, ERRFIELD_COUNT>;
 //   aRest   in: the text; out: what follows the separator.
 //   aPart   out: the part.
 // Result: whether the separator was there.
-bool CutAt( std::string_view& aRest, std::string_view aSeparator, std::string_view& aPart ) noexcept;
+inline bool CutAt( std::string_view& aRest, std::string_view aSeparator, std::string_view& aPart ) noexcept
+{
+    const size_t ulAt = aRest.find( aSeparator );
+    aPart = aRest.substr( 0, ulAt );
+    aRest.remove_prefix( std::min( aPart.size() + aSeparator.size(), aRest.size() ) );
+    return ulAt != std::string_view::npos;
+}
 
 // Splits a record's text. Result: whether it has exactly as many fields as a record.
 bool SplitRecord( std::string_view aRecord, ErrFields& aFields ) noexcept;
@@ -56,16 +69,32 @@ DWORD ReadUnsigned( std::string_view aText ) noexcept;
 class ErrStreamReader
 {
 public:
-    explicit ErrStreamReader( std::string_view aStream ) noexcept;
+    explicit ErrStreamReader( std::string_view aStream ) noexcept
+        : m_fStream( aStream.starts_with( ERRSTREAM_START ) ),
+          m_fMore( m_fStream )
+    {
+        if ( m_fStream )
+            m_aRest = aStream.substr( ERRSTREAM_START.size() );
+    }
 
     // Whether the text is an error stream.
     bool IsStream() const noexcept { return m_fStream; }
     // The next record; false, and aRecord unchanged, behind the last one.
-    bool Next( std::string_view& aRecord ) noexcept;
-    // Passes ulCount records over. Result: whether a record follows.
-    bool Skip( size_t ulCount ) noexcept;
-    // How many records follow.
-    size_t CountRest() const noexcept;
+    bool Next( std::string_view& aRecord ) noexcept
+    {
+        if ( !m_fMore )
+            return false;
+        m_fMore = CutAt( m_aRest, ERRSTREAM_RECORD_SEPARATOR, aRecord );
+        return true;
+    }
+    // Passes over ulCount records, or as many as there are. Result: how many it passed.
+    size_t Skip( size_t ulCount ) noexcept
+    {
+        size_t ulPassed = 0;
+        for ( std::string_view aPassed; ulPassed < ulCount && Next( aPassed ); )
+            ++ulPassed;
+        return ulPassed;
+    }
     // Whether no further record follows.
     bool IsAtEnd() const noexcept { return !m_fMore; }
 

@@ -41,7 +41,7 @@ const MMStringList& MMStringList::operator=( const MMStringList& rObj )
 // Brings the number of items to that of rSource, then each item's text.
 void MMStringList::CopyItems( MMStringList& rSource )
 {
-    m_aJoined = RWCString();
+    Clear( m_aJoined );
     const ULONG ulCount = rSource.ItemCount();
     while ( TypedList::ItemCount() > ulCount )
         TypedList::Remove( static_cast<long>( TypedList::ItemCount() ) - 1, TRUE );
@@ -90,7 +90,7 @@ MString* MMStringList::Replace( long lIndex, MString* pItem, BOOL fDelete )
 
 void MMStringList::ClearList( BOOL fDelete )
 {
-    m_aJoined = RWCString();
+    Clear( m_aJoined );
     if ( HasItems() )
         TypedList::ClearList( fDelete );
 }
@@ -151,7 +151,7 @@ bool MMStringList::MakeItems()
                                           return TRUE;
                                       } );
     if ( fMade )
-        m_aJoined = RWCString();
+        Clear( m_aJoined );
     else
         TypedList::ClearList( TRUE );
     return fMade;
