@@ -108,11 +108,6 @@ void RWCString::toUpper()
     }
 }
 
-size_t RWCString::find( char cSign, size_t ulStart ) const noexcept
-{
-    return std::string_view( m_pText, m_ulLength ).find( cSign, ulStart );
-}
-
 size_t RWCString::findLast( char cSign ) const noexcept
 {
     return std::string_view( m_pText, m_ulLength ).rfind( cSign );

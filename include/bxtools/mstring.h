@@ -99,8 +99,8 @@ public:
     size_t GetLength() const noexcept { return length(); }
     BOOL IsEmpty() const noexcept { return length() == 0; }
 
-    // The character at nIndex. A negative index is reported and gives 0; one past the last character throws
-    // RWBoundsErr, the only exception that leaves a string.
+    // The character at nIndex. A negative index is reported and gives 0; one of GetLength() or more throws RWBoundsErr,
+    // the only exception that leaves a string.
     TCHAR GetAt( int nIndex ) const { return ( *this )[nIndex]; }
     TCHAR operator[]( int nIndex ) const
     {
@@ -378,15 +378,25 @@ private:
     BOOL m_fSafeMode = FALSE;
 };
 
-// A new string of aLeft's text with aRight added, for whatever can be added to an MString.
-template <std::derived_from<MStringAdapter> Left, class Right>
-requires requires( MString& aString, const Right& aRight )
+// What can be added to an MString.
+template <class Right>
+concept AddableToMString = requires( MString& aString, const Right& aRight )
 {
     aString += aRight;
-}
+};
+
+// A new string of aLeft's text, and safe mode if it has one, with aRight added.
+template <std::derived_from<MStringAdapter> Left, AddableToMString Right>
 MString operator+( const Left& aLeft, const Right& aRight )
 {
     MString aResult( aLeft );
     aResult += aRight;
     return aResult;
+}
+// The same in a chain, whose intermediate results are nobody's.
+template <AddableToMString Right>
+MString operator+( MString&& aLeft, const Right& aRight )
+{
+    aLeft += aRight;
+    return std::move( aLeft );
 }

@@ -142,7 +142,13 @@ public:
     void toUpper();
 
     // The position of a character's first occurrence at or after ulStart, or of its last occurrence; npos when absent.
-    size_t find( char cSign, size_t ulStart = 0 ) const noexcept;
+    size_t find( char cSign, size_t ulStart = 0 ) const noexcept
+    {
+        if ( ulStart >= m_ulLength )
+            return npos;
+        const void* const pFound = std::memchr( m_pText + ulStart, cSign, m_ulLength - ulStart );
+        return pFound == NULL ? npos : static_cast<size_t>( static_cast<const char*>( pFound ) - m_pText );
+    }
     size_t findLast( char cSign ) const noexcept;
     // The position of a text's first occurrence at or after ulStart; npos when absent. The empty text occurs at every
     // position up to the end.
