@@ -37,13 +37,16 @@ inline TlsValue* FindTlsValue( TlsBlock& rBlock, DWORD dwIndex ) noexcept
     return pMore != nullptr ? &pMore->aValues[dwIndex - FIRST_TLS_SLOTS] : nullptr;
 }
 
-// TlsGetValue for the library's own use: it leaves the last error alone.
+// TlsGetValue for the library's own use: it leaves the last error alone. Every use of a per-thread object comes this
+// way, and nearly always finds it among the first slots.
 inline LPVOID PeekTlsValue( DWORD dwIndex ) noexcept
 {
     TlsBlock* const pBlock = t_aThreadState.pTlsBlock;
-    if ( pBlock == nullptr || dwIndex >= ALL_TLS_SLOTS )
+    if ( pBlock == nullptr )
         return nullptr;
-    const TlsValue* const pValue = FindTlsValue( *pBlock, dwIndex );
+    if ( dwIndex < FIRST_TLS_SLOTS ) [[likely]]
+        return pBlock->aValues[dwIndex].load( std::memory_order_relaxed );
+    const TlsValue* const pValue = dwIndex < ALL_TLS_SLOTS ? FindTlsValue( *pBlock, dwIndex ) : nullptr;
     return pValue != nullptr ? pValue->load( std::memory_order_relaxed ) : nullptr;
 }
 
