@@ -1,11 +1,10 @@
 #include "core/callreport.h"
-#include "core/guards.h"
 #include "error/errstream.h"
 
 #include <bxtools/platform.h>
 
 #include <charconv>
-#include <cstring>
+#include <new>
 #include <system_error>
 
 namespace

@@ -81,18 +81,7 @@ BOOL ERRServer::BuildStream( CallReport& aReport, MString& aStream )
     size_t ulRoom = ERRSTREAM_START.size();
     const ULONG ulWritable = PrepareRecords( aReport, ulRoom );
     aStream.RWCString::operator=(
-        RWCString::written( ulRoom,
-                            [&]( char* pOut )
-                            {
-                                pOut = AppendView( pOut, ERRSTREAM_START );
-                                for ( ULONG i = 0; i < ulWritable; ++i )
-                                {
-                                    pOut = GetItem( 0, i == 0 ? 5 : 2 )->WriteStream( pOut );
-                                    if ( i + 1 < ItemCount() )
-                                        pOut = AppendView( pOut, ERRSTREAM_RECORD_SEPARATOR );
-                                }
-                                return pOut;
-                            } ) );
+        RWCString::written( ulRoom, [&]( char* pOut ) { return WriteRecords( pOut, ulWritable ); } ) );
     return !aReport.Failed();
 }
 
@@ -110,6 +99,19 @@ ULONG ERRServer::PrepareRecords( CallReport& aReport, size_t& ulRoom )
         ulRoom += pErrObjectBase->StreamRoom() + std::string_view( ERRSTREAM_RECORD_SEPARATOR ).size();
     }
     return ItemCount();
+}
+
+// Writes a stream of the first ulCount records. Result: behind its last character.
+char* ERRServer::WriteRecords( char* pOut, ULONG ulCount )
+{
+    pOut = AppendView( pOut, ERRSTREAM_START );
+    for ( ULONG i = 0; i < ulCount; ++i )
+    {
+        pOut = GetItem( 0, i == 0 ? 5 : 2 )->WriteStream( pOut );
+        if ( i + 1 < ItemCount() )
+            pOut = AppendView( pOut, ERRSTREAM_RECORD_SEPARATOR );
+    }
+    return pOut;
 }
 
 BOOL ERRServer::ClearErrorStack()

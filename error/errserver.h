@@ -47,6 +47,7 @@ private:
     ErrObjectBase* AppendRecord();
     BOOL BuildStream( CallReport& aReport, MString& aStream );
     ULONG PrepareRecords( CallReport& aReport, size_t& ulRoom );
+    char* WriteRecords( char* pOut, ULONG ulCount );
     void ReleaseDisplayLibrary();
 
     ERRDISPFUNC m_pErrDisplayFunc = NULL;

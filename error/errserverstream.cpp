@@ -40,6 +40,24 @@ void AppendRecordText( RWCString& rStream, const RWCString& rText )
     }
 }
 
+// Writes a stream with its records turned round. It is as long as the stream was, and filled from its end.
+//   aRecord, aReader  the first record, and the rest.
+// Result: behind the last character.
+char* WriteReversed( char* pText, size_t ulLength, std::string_view aRecord, ErrStreamReader aReader )
+{
+    AppendView( pText, ERRSTREAM_START );
+    char* pPlace = pText + ulLength - aRecord.size();
+    AppendView( pPlace, aRecord );
+    while ( aReader.Next( aRecord ) )
+    {
+        pPlace -= RECORD_SEPARATOR.size();
+        AppendView( pPlace, RECORD_SEPARATOR );
+        pPlace -= aRecord.size();
+        AppendView( pPlace, aRecord );
+    }
+    return pText + ulLength;
+}
+
 } // namespace
 
 BOOL ERRServer::IsErrorStream( const MString& aErrStream )
@@ -49,7 +67,7 @@ BOOL ERRServer::IsErrorStream( const MString& aErrStream )
 
 BOOL ERRServer::GetAvailableErrorCountFromStream( ULONG& ulCount, const MString& aErrStream )
 {
-    ulCount = static_cast<ULONG>( ErrStreamReader( ViewOf( aErrStream ) ).Skip( std::string_view::npos ) );
+    ulCount = static_cast<ULONG>( ErrStreamReader( ViewOf( aErrStream ) ).CountRest() );
     return TRUE;
 }
 
@@ -156,28 +174,13 @@ BOOL ERRServer::ReverseStream( MString& aErrStream )
         [&]() -> BOOL
         {
             ErrStreamReader aReader( ViewOf( aErrStream ) );
-            std::string_view aRecord;
-            if ( !aReader.Next( aRecord ) || aReader.IsAtEnd() )
+            std::string_view aFirst;
+            if ( !aReader.Next( aFirst ) || aReader.IsAtEnd() )
                 return TRUE;
-
-            // The result is as long as the stream: it is filled from its end.
             const size_t ulLength = aErrStream.length();
-            aErrStream.RWCString::operator=( RWCString::written( ulLength,
-                                                                 [&]( char* pText )
-                                                                 {
-                                                                     char* pPlace = pText + ulLength;
-                                                                     AppendView( pText, ERRSTREAM_START );
-                                                                     for ( ;; )
-                                                                     {
-                                                                         pPlace -= aRecord.size();
-                                                                         AppendView( pPlace, aRecord );
-                                                                         if ( !aReader.Next( aRecord ) )
-                                                                             return pText + ulLength;
-                                                                         pPlace -= RECORD_SEPARATOR.size();
-                                                                         AppendView( pPlace,
-                                                                                     RECORD_SEPARATOR );
-                                                                     }
-                                                                 } ) );
+            aErrStream.RWCString::operator=(
+                RWCString::written( ulLength, [&]( char* pText )
+                                    { return WriteReversed( pText, ulLength, aFirst, aReader ); } ) );
             return TRUE;
         } );
 }

@@ -95,6 +95,16 @@ public:
             ++ulPassed;
         return ulPassed;
     }
+    // How many records follow.
+    size_t CountRest() const noexcept
+    {
+        constexpr std::string_view SEPARATOR = ERRSTREAM_RECORD_SEPARATOR;
+        size_t ulCount = m_fMore ? 1 : 0;
+        for ( size_t ulAt = 0; ( ulAt = m_aRest.find( SEPARATOR, ulAt ) ) != m_aRest.npos;
+              ulAt += SEPARATOR.size() )
+            ++ulCount;
+        return ulCount;
+    }
     // Whether no further record follows.
     bool IsAtEnd() const noexcept { return !m_fMore; }
 

@@ -4,7 +4,6 @@
 
 #include <bxtools/platform.h>
 
-#include <cstring>
 #include <memory>
 #include <new>
 

@@ -87,7 +87,19 @@ TEST_F( ErrMemory, TakingTheStackEmptiesIt )
 TEST_F( ErrMemory, RecordsStayUsable )
 {
     const MString aText = ToMString( LONG_RECORD );
-    FailEachAllocation( [&] { return OpenRecord().FromStream( aText ); } );
+    // Where only the parameters fail, the record counts as filled all the same.
+    BOOL fFilled = FALSE;
+    const auto ReadNew = [&]
+    {
+        OpenRecord aNew;
+        const BOOL fRead = aNew.FromStream( aText );
+        fFilled = aNew.IsInitialized();
+        EXPECT_TRUE( fRead || aNew.List() == NULL );
+        return fRead;
+    };
+    bool fLastFailureFilled = false;
+    FailEachAllocation( ReadNew, [&] { fLastFailureFilled = fFilled != FALSE; } );
+    EXPECT_TRUE( fLastFailureFilled );
     OpenRecord aRecord;
     FailEachAllocation( [&] { return aRecord.FromStream( aText ); } );
     MString aWritten( "as it was" );
