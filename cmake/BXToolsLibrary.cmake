@@ -25,6 +25,11 @@ function( bxtools_add_library name )
         target_compile_options( ${name}_objects PRIVATE -Wglobal-constructors )
     endif()
 
+    if( WIN32 AND BXTOOLS_PRECOMPILE )
+        # <windows.h> takes longer than most of what includes it.
+        target_precompile_headers( ${name}_objects PRIVATE <bxtools/wintypes.h> )
+    endif()
+
     add_library( ${name} SHARED )
     bxtools_finish_shared( ${name} ${name} LINK ${arg_LINK} LINK_PUBLIC ${arg_LINK_PUBLIC} )
     if( arg_SOVERSION )

@@ -29,6 +29,11 @@ if( WIN32 )
     set( CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin" )
 endif()
 
+# Precompiled headers and a compiler cache do not go together; either saves about the same.
+if( NOT CMAKE_CXX_COMPILER_LAUNCHER )
+    set( BXTOOLS_PRECOMPILE ON )
+endif()
+
 set( THREADS_PREFER_PTHREAD_FLAG ON )
 find_package( Threads REQUIRED )
 
