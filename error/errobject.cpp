@@ -6,6 +6,7 @@
 #include <charconv>
 #include <new>
 #include <system_error>
+#include <utility>
 
 namespace
 {
@@ -123,7 +124,9 @@ char* ErrObjectBase::WriteStream( char* pOut ) const
 
 BOOL ErrObjectBase::FromStream( const MString& aStream )
 {
-    return ReadRecord( ViewOf( aStream ) );
+    // A text of the record itself goes with its old values.
+    const RWCString aKept( aStream );
+    return ReadRecord( ViewOf( aKept ) );
 }
 
 // FromStream for a record that may be part of a longer text.
@@ -214,14 +217,20 @@ BOOL ErrObjectBase::MySetLastErr( LPCTSTR szCurErrCls, ERR lCurErr, DWORD dwSysL
         [&]() -> BOOL
         {
             ClearDumpStr();
+            // Texts of the record itself go with its old values.
+            MString aNewOriginErrText( aOriginErrText );
+            MString aNewOptionalText( aOptionalText );
+            const MString aNewTextParams( aOptionalTextParams );
+            MString aNewErrCls;
+            AssignView( aNewErrCls, szCurErrCls != NULL ? szCurErrCls : "" );
             ClearValues();
-            m_aOriginErrText = aOriginErrText;
-            m_aOptionalText = aOptionalText;
-            AssignView( m_aErrCls, szCurErrCls != NULL ? szCurErrCls : "" );
+            m_aOriginErrText = std::move( aNewOriginErrText );
+            m_aOptionalText = std::move( aNewOptionalText );
+            m_aErrCls = std::move( aNewErrCls );
             m_lCurErr = lCurErr;
             m_dwSysLastErr = dwSysLastErr;
             TakeSystemValues( dwThreadError );
-            if ( !BuildupStrList( aOptionalTextParams ) )
+            if ( !BuildupStrList( aNewTextParams ) )
                 return aReport.Fail(
                     " Error: !BuildupStrList( aOptionalTextParams, STRLIST_ITEM_SEPARATOR )" );
             m_fInitialized = TRUE;

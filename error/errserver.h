@@ -7,8 +7,6 @@
 
 class CallReport;
 
-class CallReport;
-
 // One stack. It owns its records. Results and errors as in error.h; reports go to the library's debug messages.
 class ERRServer : public MyErrList
 {

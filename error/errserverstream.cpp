@@ -79,8 +79,10 @@ BOOL ERRServer::Error2ObjectFromStream( ErrObjectBase& aErrObjectBase, ULONG ulI
     return aReport.Guard(
         [&]() -> BOOL
         {
+            // A text of the record itself goes with its old values.
+            const RWCString aKept( aErrStream );
             std::string_view aRecord;
-            if ( !FindRecord( aReport, ViewOf( aErrStream ), ulIndex, aRecord ) )
+            if ( !FindRecord( aReport, ViewOf( aKept ), ulIndex, aRecord ) )
                 return FALSE;
             if ( !aErrObjectBase.ReadRecord( aRecord ) )
                 return aReport.Fail( " Error: !aErrObjectBase.FromStream( aLocalStream )" );

@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <new>
+#include <utility>
 
 namespace
 {
@@ -96,8 +97,9 @@ void MMStringList::ClearList( BOOL fDelete )
 
 void MMStringList::SetJoinedText( const RWCString& aText ) noexcept
 {
+    RWCString aJoined( aText ); // may be an item's
     ClearList( TRUE );
-    m_aJoined = aText;
+    m_aJoined = std::move( aJoined );
 }
 
 size_t MMStringList::JoinedLength()

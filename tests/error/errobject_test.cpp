@@ -161,6 +161,29 @@ TEST( ErrObject, AssigningCopiesTheParameters )
     EXPECT_TRUE( aSharing.List() != NULL ) << "only the target's share goes";
 }
 
+// A derived record may keep a whole record in its own texts, and fill itself from them.
+TEST( ErrObject, IsFilledFromItsOwnTexts )
+{
+    const std::string strOther = "1.0.0+?+OTHER.CLASS+?+7+?+0+?+" + std::string( 100, 'o' ) + "+?++?+x!;!y";
+    OpenRecord aRecord;
+    const auto Hold = [&]
+    {
+        ASSERT_TRUE( aRecord.MySetLastErr( "C", 1, 0, "", "", "first!;!second" ) );
+        *aRecord.List()->GetItem( 1 ) = ToMString( strOther );
+    };
+    Hold();
+    ASSERT_TRUE( aRecord.FromStream( *aRecord.List()->GetItem( 1 ) ) );
+    EXPECT_EQ( strOther, aRecord.Text() );
+    Hold();
+    *aRecord.List()->GetItem( 0 ) = ToMString( StreamOf( { strOther } ) );
+    ASSERT_TRUE( Error2ObjectFromStream( aRecord, 0, *aRecord.List()->GetItem( 0 ) ) );
+    EXPECT_EQ( strOther, aRecord.Text() );
+    Hold();
+    const MString& rOwn = *aRecord.List()->GetItem( 0 );
+    ASSERT_TRUE( aRecord.MySetLastErr( rOwn, 2, 0, rOwn, rOwn, rOwn ) );
+    EXPECT_EQ( "1.0.0+?+first+?+2+?+0+?+first+?+first+?+first", aRecord.Text() );
+}
+
 TEST( ErrObject, LastErrorClassTakesTheThreadsLastError )
 {
     OpenRecord aRecord;
