@@ -132,7 +132,8 @@ DLL_EXPORT_MOD BOOL DLL_EXPORT ExpandLastError( MString& aOut, LPCTSTR szText, l
 // line %d" gives the parameters "%s, line " and "%d", joined by STRLIST_ITEM_SEPARATOR. Each percent sign
 // counts as a conversion, so a "%%" has no place here.
 // FALSE, with aNewArgString empty: pFormat is NULL or has no percent sign, or the text grows beyond what the
-// thread's scratch buffer takes (20,478 characters).
+// thread's scratch buffer takes: 20,478 characters on a thread that has built no long text yet, more once the
+// buffer has grown.
 DLL_EXPORT_MOD BOOL SetErrorTextParams( MString& aNewArgString, LPCTSTR pFormat, ... )
     BX_PRINTF_FORMAT( 2, 3 );
 
