@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <list>
 
 namespace
 {
@@ -61,9 +62,9 @@ void ExpectNotLoaded( const char* pReason, long lError )
 // Runs a role where the loaders of the two systems find what lies in a folder.
 int RunBeside( const char* pFolder, const char* pRole )
 {
-    static std::string strPath;
-    strPath = std::string( "LD_LIBRARY_PATH=" ) + pFolder;
-    putenv( strPath.data() );
+    // The environment keeps the texts themselves.
+    static std::list<std::string> aPaths;
+    putenv( aPaths.emplace_back( std::string( "LD_LIBRARY_PATH=" ) + pFolder ).data() );
     std::filesystem::current_path( pFolder );
     return RunInRole( pRole );
 }
