@@ -91,10 +91,10 @@ BOOL DLLMainGlobalThreadData::OnProcessDETACH()
     CallReport aObjectReport( std::as_const( *this ), HEADER );
     if ( ReadSlot() == NULL )
         AwaitThreadEnd();
+    if ( !DeleteThreadGlobalObject( FALSE ) )
+        aObjectReport.Fail( " Error: !DeleteThreadGlobalObject()" );
     {
         const LockGuard aLock( m_aAttachSection );
-        if ( !DeleteThreadGlobalObject( FALSE ) )
-            aObjectReport.Fail( " Error: !DeleteThreadGlobalObject()" );
         // The index is nobody's business any more before another part of the process may get it.
         const DWORD dwTlsGlobalOffset = m_dwTlsGlobalOffset.exchange( TLS_OUT_OF_INDEXES );
         if ( !TlsFree( dwTlsGlobalOffset ) )
@@ -119,7 +119,6 @@ BOOL DLLMainGlobalThreadData::OnThreadDETACH()
     if ( ReadSlot() == NULL )
         return TRUE;
     CallReport aReport( std::as_const( *this ), "From BOOL DLLMainGlobalThreadData::OnThreadDETACH()" );
-    const LockGuard aLock( m_aAttachSection );
     if ( !DeleteThreadGlobalObject( TRUE ) )
         return aReport.Fail( " Error: !DeleteThreadGlobalObject( TRUE )" );
     return TRUE;
@@ -269,21 +268,32 @@ CThreadGlobalObjectInterface* DLLMainGlobalThreadData::internalGetThreadGlobalOb
     return pThreadGlobalObject;
 }
 
+// Takes the calling thread's container out of the slot, which goes first, so that a deleter that calls in makes a fresh
+// start and finds nothing half destroyed.
+CThreadGlobalObjectInterface* DLLMainGlobalThreadData::TakeThreadGlobalObject( BOOL fOnThreadDetach )
+{
+    const LockGuard aLock( m_aAttachSection );
+    CThreadGlobalObjectInterface* pThreadGlobalObject = internalGetThreadGlobalObject( fOnThreadDetach );
+    if ( pThreadGlobalObject != NULL )
+        TlsSetValue( m_dwTlsGlobalOffset, NULL );
+    return pThreadGlobalObject;
+}
+
+// The attach lock is not held while objects are destroyed, which are the thread's own: some release a library, and so
+// wait for the loader's lock, with which other threads end.
 BOOL DLLMainGlobalThreadData::DeleteThreadGlobalObject( BOOL fOnThreadDetach )
 {
     CallReport aReport(
         std::as_const( *this ),
         "From BOOL DLLMainGlobalThreadData::DeleteThreadGlobalObject( BOOL fOnThreadDetach )" );
-    CThreadGlobalObjectInterface* pThreadGlobalObject = internalGetThreadGlobalObject( fOnThreadDetach );
+    CThreadGlobalObjectInterface* pThreadGlobalObject = TakeThreadGlobalObject( fOnThreadDetach );
     if ( pThreadGlobalObject == NULL && !fOnThreadDetach )
         return aReport.Fail(
             " Error: ( pThreadGlobalObject = internalGetThreadGlobalObject( fOnThreadDetach ) ) == NULL" );
-    for ( int nRound = 0; pThreadGlobalObject != NULL && nRound < MAX_DELETE_ROUNDS; ++nRound )
+    for ( int nRound = 1; pThreadGlobalObject != NULL; ++nRound )
     {
-        // The slot goes first, so that a deleter that calls in makes a fresh start and finds nothing half destroyed.
-        TlsSetValue( m_dwTlsGlobalOffset, NULL );
         pThreadGlobalObject->OnDeleteSelf();
-        pThreadGlobalObject = ReadSlot();
+        pThreadGlobalObject = nRound < MAX_DELETE_ROUNDS ? TakeThreadGlobalObject( TRUE ) : NULL;
     }
     return TRUE;
 }

@@ -83,8 +83,8 @@ private:
 };
 
 // The registry itself.
-// Threads: any. The attach lock is held while something is made or destroyed; what a thread has already is found
-// without it, so that nobody waits for another thread's creator.
+// Threads: any. The attach lock is held while something is made, and while a container or the slot is given up; what a
+// thread has already is found without it, so that nobody waits for another thread's creator, and no deleter runs with it.
 class DLLMainGlobalThreadData : public BaseObject2
 {
 public:
@@ -141,7 +141,8 @@ private:
     CThreadGlobalObjectInterface* ReadSlot() const;
     void DeleteUnlessStored( LPVOID pThreadGlobalObject ) const;
     LPVOID CreateThreadGlobalObject( int nMode ) BX_REQUIRES( m_aAttachSection );
-    BOOL DeleteThreadGlobalObject( BOOL fOnThreadDetach ) BX_REQUIRES( m_aAttachSection );
+    BOOL DeleteThreadGlobalObject( BOOL fOnThreadDetach );
+    CThreadGlobalObjectInterface* TakeThreadGlobalObject( BOOL fOnThreadDetach );
     CThreadGlobalObjectInterface* internalGetThreadGlobalObject( BOOL fOnThreadDetach )
         BX_REQUIRES( m_aAttachSection );
     LPVOID MakeThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );

@@ -198,30 +198,44 @@ TEST_F( RegistryTest, WhatCreatorsAndDeletersThrowIsReported )
 
 std::atomic<int> g_nStep{ 0 };
 
-// Waits until another thread has found what it has.
+void ReachAndAwait( int nReached, int nAwaited )
+{
+    g_nStep = nReached;
+    while ( g_nStep < nAwaited )
+        std::this_thread::yield();
+}
+
+// Wait until another thread has been in the registry.
 LPVOID DLL_EXPORT CreateSlowly()
 {
-    g_nStep = 1;
-    while ( g_nStep < 2 )
-        std::this_thread::yield();
+    ReachAndAwait( 1, 2 );
     return CreateB();
 }
 
-TEST_F( RegistryTest, NobodyWaitsForAnotherThreadsCreator )
+BOOL DLL_EXPORT DeleteSlowly( LPVOID pObject )
+{
+    ReachAndAwait( 3, 4 );
+    return DeleteB( pObject );
+}
+
+TEST_F( RegistryTest, NobodyWaitsForAnotherThreadsCreatorOrDeleter )
 {
     Attach();
     const LPVOID pA = m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA );
     std::thread aBusy(
         [&]()
         {
-            m_aRegistry.GetThreadSpecialObject( &CreateSlowly, &DeleteB );
+            m_aRegistry.GetThreadSpecialObject( &CreateSlowly, &DeleteSlowly );
             m_aRegistry.OnThreadDETACH();
         } );
     while ( g_nStep < 1 )
         std::this_thread::yield();
     EXPECT_EQ( pA, m_aRegistry.GetThreadSpecialObject( &CreateA, &DeleteA ) );
     EXPECT_NE( nullptr, m_aRegistry.GetThreadGlobalObject() );
-    g_nStep = 2;
+    ReachAndAwait( 2, 3 );
+    EXPECT_NE( nullptr, m_aRegistry.GetThreadSpecialObject( &CreateB, &DeleteB ) );
+    EXPECT_TRUE( m_aRegistry.OnThreadDETACH() );
+    g_nStep = 4;
     aBusy.join();
     EXPECT_TRUE( m_aRegistry.OnProcessDETACH() );
 }
