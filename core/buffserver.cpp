@@ -70,7 +70,8 @@ BufferObj& BufferObj::operator=( LPCTSTR pData )
         return *this;
     }
     const size_t uFitting = std::min<size_t>( uLength, m_uTextBufferSize - 1 );
-    std::memcpy( m_pDbgTextBuffer, pData, uFitting );
+    // The text may be part of this very buffer.
+    std::memmove( m_pDbgTextBuffer, pData, uFitting );
     m_pDbgTextBuffer[uFitting] = '\0';
     return *this;
 }

@@ -56,9 +56,9 @@ class BUFFServer : public MyBuffList
 public:
     BUFFServer();
 
-    // The buffer object of a function id, made on the first request; NULL with one report when there is no memory.
+    // The buffer object of a function id, made on the first request; NULL with a report when there is no memory.
     internalBufferObj* GetObject( USHORT uFuncID );
-    // Its buffer, its size, and one step more of it. NULL, 0 or FALSE with one report when there is no such object.
+    // Its buffer, its size, and one step more of it. NULL, 0 or FALSE with a report when there is no such object.
     LPTSTR GetTextBuffer( USHORT uFuncID );
     ULONG GetTextBufferSize( USHORT uFuncID );
     BOOL EpandBuffer( USHORT uFuncID, BOOL fWithCopy );

@@ -58,6 +58,8 @@ MByteArray::MByteArray( const MByteArray& aByteArray )
 
 MByteArray& MByteArray::operator=( const MByteArray& aByteArray )
 {
+    if ( this == &aByteArray )
+        return *this;
     // Its buffer is held before our own is let go, which may be the same.
     MByteArray aHeld( aByteArray );
     Swap( aHeld );
@@ -167,6 +169,15 @@ int MByteArray::Add( BYTE bElement )
 int MByteArray::Append( const MByteArray& src )
 {
     const int nOldSize = m_nSize;
+    if ( this != &src && m_pData != NULL && m_pData == src.m_pData )
+    {
+        // Growing within the common buffer would write over its bytes.
+        MByteArray aBytes;
+        aBytes.Copy( src );
+        if ( aBytes.m_nSize == src.m_nSize )
+            Append( aBytes );
+        return nOldSize;
+    }
     const int nCount = src.m_nSize;
     const int nNewSize = Sum( nOldSize, nCount );
     SetSize( nNewSize, -1 );

@@ -74,6 +74,7 @@ std::string_view TakeLeadingNewLine( std::string_view* pHeader ) noexcept
 {
     if ( pMessage == NULL )
         return;
+    const LastErrorGuard aLastError;
     const std::string_view aModule = View( pModule );
     const std::string_view aMessage = View( pMessage );
     std::string_view aHeader = View( pHeader );
@@ -103,7 +104,6 @@ std::string_view TakeLeadingNewLine( std::string_view* pHeader ) noexcept
     aText.Append( aMessage );
     aText.EndLine();
     aText.Terminate();
-    const LastErrorGuard aLastError;
     OutputDebugStringA( pBuffer );
 }
 

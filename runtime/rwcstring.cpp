@@ -51,6 +51,8 @@ void RWCString::replace( size_t ulStart, size_t ulCount, const char* pText, size
 {
     ulStart = std::min( ulStart, m_ulLength );
     ulCount = std::min( ulCount, m_ulLength - ulStart );
+    if ( ulCount == 0 && ulLength == 0 )
+        return;
     const size_t ulKept = m_ulLength - ulCount;
     if ( !IsUnshared() || ( ulLength > ulCount && ulLength - ulCount > Room() ) )
         return ReplaceElsewhere( ulStart, ulCount, pText, ulLength );

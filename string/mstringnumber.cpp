@@ -7,6 +7,20 @@
 #include <algorithm>
 #include <iterator>
 
+namespace
+{
+
+// The number that the text begins with, or the type's limit where safe mode refuses the text.
+template <class Number, class Parsed>
+Number ToNumber( std::string_view aText, int nType, BOOL fRefused )
+{
+    if ( fRefused )
+        return static_cast<Number>( NUMBER_KINDS[nType].m_ulLimit );
+    return static_cast<Number>( ParseNumber<Parsed>( aText ) );
+}
+
+} // namespace
+
 inline MString::MString( const NumberText& aNumber ) : MStringAdapter( aNumber.Text() ) {}
 
 MString::MString( long long llValue ) : MString( NumberText( llValue ) ) {}
@@ -74,43 +88,42 @@ void MString::SetSafeMode( int nSafeMode ) noexcept
     m_fSafeMode = nSafeMode != 0;
 }
 
-// The number that the text begins with, or in safe mode the type's limit where the text is not a number of the type.
-template <class Number, class Parsed>
-Number MString::ToNumber( int nType ) const
+// In safe mode: the text is not a number of the type.
+BOOL MString::IsRefused( int nType ) const
 {
-    if ( m_fSafeMode && !IsValidRange( nType ) )
-        return static_cast<Number>( NUMBER_KINDS[nType].m_ulLimit );
-    return static_cast<Number>( ParseNumber<Parsed>( View() ) );
+    return m_fSafeMode && !IsValidRange( nType );
 }
 
 MString::operator int() const
 {
-    return ToNumber<int, long long>( NUMBER_INT );
+    return ToNumber<int, long long>( View(), NUMBER_INT, IsRefused( NUMBER_INT ) );
 }
 
 MString::operator unsigned int() const
 {
-    return ToNumber<unsigned int, unsigned int>( NUMBER_UNSIGNED_INT );
+    return ToNumber<unsigned int, unsigned int>( View(), NUMBER_UNSIGNED_INT,
+                                                 IsRefused( NUMBER_UNSIGNED_INT ) );
 }
 
 MString::operator long() const
 {
-    return ToNumber<long, long long>( NUMBER_LONG );
+    return ToNumber<long, long long>( View(), NUMBER_LONG, IsRefused( NUMBER_LONG ) );
 }
 
 MString::operator unsigned long() const
 {
-    return ToNumber<unsigned long, unsigned long>( NUMBER_UNSIGNED_LONG );
+    return ToNumber<unsigned long, unsigned long>( View(), NUMBER_UNSIGNED_LONG,
+                                                   IsRefused( NUMBER_UNSIGNED_LONG ) );
 }
 
 MString::operator short() const
 {
-    return ToNumber<short, long long>( NUMBER_SHORT );
+    return ToNumber<short, long long>( View(), NUMBER_SHORT, IsRefused( NUMBER_SHORT ) );
 }
 
 USHORT MString::toUS() const
 {
-    return ToNumber<USHORT, long long>( NUMBER_UNSIGNED_SHORT );
+    return ToNumber<USHORT, long long>( View(), NUMBER_UNSIGNED_SHORT, IsRefused( NUMBER_UNSIGNED_SHORT ) );
 }
 
 MString::operator float() const

@@ -99,7 +99,8 @@ LPWSTR MStringAdapter::Char2Unicode( LPCTSTR lpsz )
             const size_t ulSize = ( aWide.size() + 1 ) * sizeof( WCHAR );
             const ULONG ulTempSize = static_cast<ULONG>( ulSize );
             if ( m_ulWideBufferSize < ulSize &&
-                 !ExpandBuffer( &m_pWideBuffer, &m_ulWideBufferSize, ulTempSize ) )
+                 ( ulSize >= 0xFFFFFFFF ||
+                   !ExpandBuffer( &m_pWideBuffer, &m_ulWideBufferSize, ulTempSize ) ) )
                 return aReport.Fail(
                     " Error: !ExpandBuffer( &m_pWideBuffer, &m_ulWideBufferSize, ulTempSize )",
                     LPWSTR( NULL ) );

@@ -22,15 +22,17 @@ DLL_EXPORT_MOD BOOL DLL_EXPORT MyTCHARDeleter( LPTSTR pObj );
 //   uExpandSize   how many characters to add.
 //   uMaxBufSize   the largest size allowed; beyond it nothing changes.
 //   ppBuffer      in: the buffer; out: the new one, the caller's.
-// Result: TRUE, or FALSE with one report; null pointers give FALSE. Threads: any, one per buffer.
+// Result: TRUE, or FALSE with one report (short of memory, that of MyTCHARFactory comes first); null pointers give FALSE.
+// Threads: any, one per buffer.
 DLL_EXPORT_MOD BOOL DLL_EXPORT EpandTCHARBuffer( BOOL fWithCopy, ULONG* puBufferSize, ULONG uExpandSize,
                                                  ULONG uMaxBufSize, LPTSTR* ppBuffer );
 
 // Formats like printf into the calling thread's scratch buffer, which grows until the text fits.
 //   pFormat, argptr  as for vprintf; the format must not be empty.
 // Result: the text, in the thread's buffer: valid until this thread's next call, and not for other threads. NULL with
-// one report when the text would be longer than 20,478 characters (a buffer that has grown before reaches further)
-// or a pointer is null. In the steady state nothing is allocated.
+// one report when the text would be longer than 20,478 characters (a buffer that has grown before reaches further), when
+// a pointer is null or the format is empty; where the buffer cannot grow, what it is made of reports as well. In the
+// steady state nothing is allocated.
 DLL_EXPORT_MOD LPCTSTR DLL_EXPORT internalBuildStr( LPCTSTR pFormat, va_list argptr )
     BX_PRINTF_FORMAT( 1, 0 );
 

@@ -6,7 +6,8 @@
 // the deep copy.
 //
 // Negative sizes, indexes and counts leave an array unchanged, and so do sizes beyond 2,147,483,647. Where there is no
-// memory, the array stays as it was, with one report to the library's debug hook.
+// memory, the array stays as it was (one made or assigned as a copy is empty), with one report to the library's debug
+// hook.
 // Threads: an array belongs to one thread at a time; arrays that share a buffer count as one. Nothing throws.
 #pragma once
 

@@ -6,9 +6,10 @@
 //   edits, comparison of two strings) and end the text where only a pointer is given. A null pointer is the empty text.
 // - No member throws, but for a position past the end given to GetAt or operator[], which throws RWBoundsErr.
 //   Whatever else fails sends one report to the string's debug hook (the library's own, unless SetFuncPtr set
-//   another) and gives an empty text, -1, 0 or the value named below; short of memory, the string stays as it was.
+//   another), or two where a buffer of the string could not be made: that of the buffer and that of the call. It gives
+//   an empty text, -1, 0 or the value named below; short of memory, the string stays as it was.
 // - Positions count from 0. Positions and counts past the end are clamped: a part is what is there of it.
-//   Arguments of 16 bits reach the first 65,535 characters or tokens only; the work behind them has no such limit.
+//   Arguments of 16 bits go up to 65,535 only; the work behind them has no such limit.
 // - Upper case and case-blind comparison concern the ASCII letters.
 // Threads: a string belongs to one thread at a time; copies are independent.
 #pragma once
@@ -110,7 +111,7 @@ public:
     template <std::integral Index>
     TCHAR operator[]( Index aIndex ) const
     {
-        return std::cmp_less( aIndex, 0 ) ? ReportNegativeIndex() : at( static_cast<size_t>( aIndex ) );
+        return std::cmp_less( +aIndex, 0 ) ? ReportNegativeIndex() : at( static_cast<size_t>( aIndex ) );
     }
     // Changes the character at nIndex; an index outside 0 to length - 1 is reported and changes nothing.
     void SetAt( int nIndex, TCHAR ch );
@@ -146,7 +147,7 @@ public:
     // Gives out a buffer with a copy of the text, to be written in and taken back by ReleaseBuffer. Until then the
     // string itself keeps its text.
     //   nMinBufLength  the number of characters to make room for, beside the terminator; at least the text has room.
-    // Result: the buffer, the string's, valid until the next GetBuffer or the string's end; NULL with one report when
+    // Result: the buffer, the string's, valid until the next GetBuffer or the string's end; NULL, reported, when
     // there is no memory.
     LPTSTR GetBuffer( int nMinBufLength );
     // Makes the buffer's text the string's text. Without a buffer, with a length past it or below -1, or when there is
@@ -168,7 +169,7 @@ public:
     // Result: the new *pbstr; with no memory one report, and *pbstr as it was.
     BSTR SetSysString( BSTR* pbstr ) const;
     // The wide form of a text (NULL: of this string's own), zero-terminated.
-    // Result: the string's own buffer, valid until its next Char2Unicode or its end; NULL with one report when there is
+    // Result: the string's own buffer, valid until its next Char2Unicode or its end; NULL, reported, when there is
     // no memory.
     LPWSTR Char2Unicode( LPCTSTR lpsz );
     // Takes the wide text of the last Char2Unicode, with what its caller changed in it, back as this string's text.
@@ -334,8 +335,8 @@ public:
     // something follows it.
     BOOL IsNumeric( BOOL fWithSign ) const noexcept;
 
-    // The position of a text's first occurrence at or after nStart (below 0: 0); -1 when absent. The empty text is
-    // found wherever one looks.
+    // The position of a text's first occurrence at or after nStart (below 0: 0); -1 when absent, and for NULL.
+    // The empty text is found wherever one looks.
     int FindStr( LPCTSTR lpsz, int nStart = 0 ) const noexcept;
     // Takes uCount characters from uStart on out of the string. Result: what has been taken out.
     MStringAdapter Cut( USHORT uStart, USHORT uCount );
@@ -355,7 +356,8 @@ public:
     // Result: 1; 0 when nothing was done: there is no such token, or no delimiter at all.
     int DeleteTokenStr( USHORT uToken, LPCTSTR lpszDelimiter );
     // Puts a text in the place of token uToken.
-    // Result: 1; 0 when nothing was done: there is no such token (a text without delimiters is its token 0).
+    // Result: 1; 0 when nothing was done: there is no such token (a text without delimiters is its token 0), no
+    // delimiter, or the string is empty.
     int ReplaceTokenStr( USHORT uToken, LPCTSTR lpszDelimiter, LPCTSTR lpszNewToken );
 
     // Makes the text that of nLength 16-bit units of a wide text (below 0: up to its zero); NULL gives the empty text.
@@ -366,8 +368,7 @@ private:
     explicit MString( const NumberText& aNumber );
     MString& AssignNumber( const NumberText& aNumber );
     MString& AppendNumber( const NumberText& aNumber );
-    template <class Number, class Parsed>
-    Number ToNumber( int nType ) const;
+    BOOL IsRefused( int nType ) const;
     BOOL IsValidRange( int nType ) const;
     BOOL IsValidFloatRange( int nType ) const;
     bool GetTokenPosStr( size_t ulToken, LPCTSTR lpszDelimiter, size_t& ulStart,

@@ -116,10 +116,11 @@ public:
     // Adds ulLength characters, which may be part of this very text.
     void append( const char* pText, size_t ulLength )
     {
+        if ( ulLength == 0 )
+            return;
         if ( ulLength > Room() )
             return replace( m_ulLength, 0, pText, ulLength );
-        if ( ulLength != 0 )
-            std::memcpy( m_pText + m_ulLength, pText, ulLength );
+        std::memcpy( m_pText + m_ulLength, pText, ulLength );
         m_ulLength += ulLength;
         m_pText[m_ulLength] = 0;
     }

@@ -1,0 +1,13 @@
+// Everything that the library offers to C++. The plain C interface, which C++ may use too, comes with it.
+#pragma once
+
+#include <bxtools/baseobject.h>
+#include <bxtools/buffers.h>
+#include <bxtools/bytearray.h>
+#include <bxtools/cerror.h>
+#include <bxtools/debug.h>
+#include <bxtools/errobject.h>
+#include <bxtools/error.h>
+#include <bxtools/lifecycle.h>
+#include <bxtools/lists.h>
+#include <bxtools/mstring.h>
