@@ -5,8 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 void CheckAnswer( const char* pName, const std::string& strWritten, const std::string& strExpected )
@@ -18,9 +16,11 @@ void CheckAnswer( const char* pName, const std::string& strWritten, const std::s
     std::exit( 1 );
 }
 
-// The library looks for its folders when it is loaded, before main. So the measurements run in a second process, to
-// which folders of its own are given; they are gone afterwards.
-static int RunInOwnFolders( char** ppArguments )
+static constexpr char OWN_FOLDER[] = "BXBENCH_FOLDER";
+
+// The library looks for its folders when it is loaded, before main. So the program starts once more, in its place, with
+// folders of its own for whatever processes share.
+static int StartInOwnFolder( char** ppArguments )
 {
     std::string strFolder = ( std::filesystem::temp_directory_path() / "bxbench-XXXXXX" ).string();
     if ( mkdtemp( strFolder.data() ) == NULL )
@@ -28,27 +28,20 @@ static int RunInOwnFolders( char** ppArguments )
         std::perror( strFolder.c_str() );
         return 1;
     }
+    setenv( OWN_FOLDER, strFolder.c_str(), 1 );
     setenv( "BXTOOLS_OBJECT_DIR", strFolder.c_str(), 1 );
     setenv( "BXTOOLS_STATE_DIR", ( strFolder + "/state" ).c_str(), 1 );
     setenv( "BXTOOLS_DEBUG_SINK", "none", 1 );
-
-    pid_t nProcess = 0;
-    int nStatus = 1;
-    if ( posix_spawn( &nProcess, "/proc/self/exe", NULL, NULL, ppArguments, environ ) != 0 ||
-         waitpid( nProcess, &nStatus, 0 ) != nProcess )
-        std::perror( "bxbench" );
-    std::filesystem::remove_all( strFolder );
-    return WIFEXITED( nStatus ) ? WEXITSTATUS( nStatus ) : 1;
+    execv( std::filesystem::read_symlink( "/proc/self/exe" ).c_str(), ppArguments );
+    std::perror( "bxbench" );
+    return 1;
 }
 
 int main( int nArguments, char** ppArguments )
 {
-    static constexpr char SECOND_PROCESS[] = "BXBENCH_SECOND_PROCESS";
-    if ( std::getenv( SECOND_PROCESS ) == NULL )
-    {
-        setenv( SECOND_PROCESS, "1", 1 );
-        return RunInOwnFolders( ppArguments );
-    }
+    const char* pFolder = std::getenv( OWN_FOLDER );
+    if ( pFolder == NULL )
+        return StartInOwnFolder( ppArguments );
 
     benchmark::Initialize( &nArguments, ppArguments );
     if ( benchmark::ReportUnrecognizedArguments( nArguments, ppArguments ) )
@@ -61,5 +54,6 @@ int main( int nArguments, char** ppArguments )
     RegisterThreadMeasurements();
     RegisterStartMeasurements();
     benchmark::RunSpecifiedBenchmarks();
+    std::filesystem::remove_all( pFolder );
     return 0;
 }
