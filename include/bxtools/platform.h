@@ -11,6 +11,9 @@
 
 #if defined( BX_PLATFORM_LAYER )
 
+#include <bxtools/platform_objects.h>
+#include <bxtools/platform_registry.h>
+
 #include <stdarg.h>
 
 // ---- last error -------------------------------------------------------------------------------------------

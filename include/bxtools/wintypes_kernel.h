@@ -1,0 +1,48 @@
+// What calls on kernel objects and waits take and give. Part of wintypes.h, which every file includes instead; Windows has its own.
+#pragma once
+
+#if !defined( _WIN32 )
+
+// Results of waits. With several handles the index of the one is added to the first two.
+#define WAIT_OBJECT_0 0u
+#define WAIT_ABANDONED_0 0x00000080u
+#define WAIT_ABANDONED WAIT_ABANDONED_0
+#define WAIT_FAILED 0xFFFFFFFFu
+#define MAXIMUM_WAIT_OBJECTS 64
+
+// Rights. The object's own ones stand in the low half.
+#define DELETE 0x00010000u
+#define READ_CONTROL 0x00020000u
+#define WRITE_DAC 0x00040000u
+#define WRITE_OWNER 0x00080000u
+#define SYNCHRONIZE 0x00100000u
+#define STANDARD_RIGHTS_REQUIRED 0x000F0000u
+#define STANDARD_RIGHTS_ALL 0x001F0000u
+#define EVENT_MODIFY_STATE 0x0002u
+#define EVENT_ALL_ACCESS 0x001F0003u
+#define MUTEX_MODIFY_STATE 0x0001u
+#define MUTEX_ALL_ACCESS 0x001F0001u
+#define THREAD_TERMINATE 0x0001u
+#define THREAD_SUSPEND_RESUME 0x0002u
+#define THREAD_QUERY_INFORMATION 0x0040u
+#define THREAD_ALL_ACCESS 0x001F03FFu
+#define PROCESS_TERMINATE 0x0001u
+#define PROCESS_VM_READ 0x0010u
+#define PROCESS_QUERY_INFORMATION 0x0400u
+#define PROCESS_ALL_ACCESS 0x001F0FFFu
+
+// Protection of a mapping, and access of a view.
+#define PAGE_READONLY 0x02u
+#define PAGE_READWRITE 0x04u
+#define SECTION_QUERY 0x0001u
+#define SECTION_MAP_WRITE 0x0002u
+#define SECTION_MAP_READ 0x0004u
+#define SECTION_ALL_ACCESS 0x000F001Fu
+#define FILE_MAP_WRITE SECTION_MAP_WRITE
+#define FILE_MAP_READ SECTION_MAP_READ
+#define FILE_MAP_ALL_ACCESS SECTION_ALL_ACCESS
+
+#define CREATE_SUSPENDED 0x00000004u
+#define STILL_ACTIVE 259u
+
+#endif

@@ -1,0 +1,80 @@
+// What can be waited for, as the waits see it.
+#pragma once
+
+#include "platform/kernelobject.h"
+
+#include <array>
+#include <ctime>
+#include <poll.h>
+
+class Bell;
+
+constexpr DWORD KINDS_OF_WAITS = KIND_EVENT | KIND_MUTEX | KIND_THREAD | KIND_PROCESS;
+
+// Until when a wait goes on, on the clock that only goes on.
+class WaitLimit
+{
+public:
+    // dwMilliseconds  from now; INFINITE for no limit.
+    explicit WaitLimit( DWORD dwMilliseconds ) noexcept;
+
+    bool IsInfinite() const noexcept { return m_fInfinite; }
+    bool IsOver() const noexcept;
+    // The point in time; only without IsInfinite().
+    const timespec& GetPoint() const noexcept { return m_aPoint; }
+    // What is left, not less than zero; only without IsInfinite().
+    timespec GetLeft() const noexcept;
+
+private:
+    bool m_fInfinite;
+    timespec m_aPoint;
+};
+
+// What became of an attempt to take an object.
+enum class Taking : unsigned char
+{
+    NotReady, // or, of a wait, that its limit is over
+    Taken,
+    Abandoned, // taken, a mutex whose owner ended without giving it back
+    Failed     // the last error says why
+};
+
+// The descriptors that a wait on several objects polls beside its bell.
+class PollSet
+{
+public:
+    void Clear() noexcept { m_nCount = 0; }
+    // The descriptor stays the object's. A full set drops it.
+    void Add( int nDescriptor ) noexcept { AddEntry( nDescriptor, false ); }
+    // The descriptor is closed by the set after the poll.
+    void AddOwned( int nDescriptor ) noexcept { AddEntry( nDescriptor, true ); }
+
+    // (bell and objects; implemented with the waits)
+    void AddEntry( int nDescriptor, bool fOwned ) noexcept;
+    size_t m_nCount = 0;
+    std::array<pollfd, 256> m_aEntries;
+    std::array<bool, 256> m_afOwned;
+};
+
+class WaitableObject : public KernelObject
+{
+public:
+    // Takes the object for the calling thread if it is ready, as a wait on it does when it ends.
+    virtual Taking TryTake() noexcept = 0;
+    // Undoes a TryTake that took it, for a wait on all of several whose others were not ready: the next taker gets
+    // the same answer.
+    virtual void PutBack( Taking eTaking ) noexcept = 0;
+    // Sleeps on exactly this object until it is taken or the limit is over.
+    virtual Taking WaitAndTake( const WaitLimit& rLimit ) noexcept = 0;
+
+    // From its return until RemoveBell every change that may make the object ready rings the bell. False: the last
+    // error says why not.
+    virtual bool AddBell( Bell& rBell ) noexcept = 0;
+    virtual void RemoveBell( Bell& rBell ) noexcept = 0;
+    // Adds what else tells of such a change: a process's descriptor, that of a mutex owner's process. Called before each
+    // sleep, and before the look that precedes it.
+    virtual void AddDescriptors( PollSet& ) noexcept {}
+
+protected:
+    using KernelObject::KernelObject;
+};
