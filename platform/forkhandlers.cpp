@@ -1,5 +1,6 @@
 #include "platform/forkhandlers.h"
 
+#include "platform/bell.h"
 #include "platform/handletable.h"
 #include "platform/loadergate.h"
 #include "platform/module.h"
@@ -25,6 +26,7 @@ constexpr ForkHandlers g_aFamilies[] = {
     { LockModules, UnlockModules, UnlockModules },
     { LockHandleTable, UnlockHandleTable, ResetHandleTableInChild },
     { LockTls, UnlockTls, ResetTlsInChild },
+    { LockBells, UnlockBells, ResetBellsInChild },
 };
 
 constinit std::atomic<ForkFunc> g_pLibraryPrepare{ nullptr };

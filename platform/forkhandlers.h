@@ -8,6 +8,7 @@
 //   3. modules
 //   4. handle table
 //   5. thread-local slots
+//   6. bells
 //
 // and gives them back in the opposite order, in the parent and in the child. A thread that holds one of them
 // may take one further down, never one further up. Locks that are not in this list (critical sections of

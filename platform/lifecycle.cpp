@@ -1,5 +1,6 @@
 #include "platform/lifecycle.h"
 
+#include "platform/bell.h"
 #include "platform/debugout.h"
 #include "platform/threadend.h"
 #include "platform/tls.h"
@@ -7,6 +8,7 @@
 void ClosePlatform() noexcept
 {
     CloseThreadEnd();
+    CloseBells();
     ReleaseTlsOfThread();
     CloseDebugSinks();
 }

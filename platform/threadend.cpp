@@ -1,5 +1,6 @@
 #include "platform/threadend.h"
 
+#include "platform/bell.h"
 #include "platform/forkhandlers.h"
 #include "platform/locked.h"
 #include "platform/module.h"
@@ -33,6 +34,7 @@ void OnThreadEnd( void* )
     t_aThreadState.fEndRequested = FALSE;
     if ( const ThreadEndFunc pThreadEnd = g_pThreadEnd.load( std::memory_order_acquire ) )
         pThreadEnd();
+    CloseBellOfThread();
     if ( !t_aThreadState.fEndRequested )
         ReleaseTlsOfThread();
 }

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdint>
 
+class Bell;
 struct TlsBlock;
 
 struct ThreadState
@@ -18,6 +19,7 @@ struct ThreadState
     TlsBlock* pTlsBlock; // null until the thread stores a value
     DWORD dwLoaderDepth; // calls of the system's loader that it is inside of
     BOOL fEndRequested;  // the end of this thread will be noticed
+    Bell* pBell;         // null until it waits for several objects
 };
 
 // initial-exec: no call to find it. The room for it is small enough for what the loader keeps ready for

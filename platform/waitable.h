@@ -2,10 +2,9 @@
 #pragma once
 
 #include "platform/kernelobject.h"
+#include "platform/pollset.h"
 
-#include <array>
 #include <ctime>
-#include <poll.h>
 
 class Bell;
 
@@ -37,23 +36,6 @@ enum class Taking : unsigned char
     Taken,
     Abandoned, // taken, a mutex whose owner ended without giving it back
     Failed     // the last error says why
-};
-
-// The descriptors that a wait on several objects polls beside its bell.
-class PollSet
-{
-public:
-    void Clear() noexcept { m_nCount = 0; }
-    // The descriptor stays the object's. A full set drops it.
-    void Add( int nDescriptor ) noexcept { AddEntry( nDescriptor, false ); }
-    // The descriptor is closed by the set after the poll.
-    void AddOwned( int nDescriptor ) noexcept { AddEntry( nDescriptor, true ); }
-
-    // (bell and objects; implemented with the waits)
-    void AddEntry( int nDescriptor, bool fOwned ) noexcept;
-    size_t m_nCount = 0;
-    std::array<pollfd, 256> m_aEntries;
-    std::array<bool, 256> m_afOwned;
 };
 
 class WaitableObject : public KernelObject
