@@ -11,3 +11,4 @@
 #include <bxtools/lifecycle.h>
 #include <bxtools/lists.h>
 #include <bxtools/mstring.h>
+#include <bxtools/registry.h>
