@@ -1,5 +1,6 @@
 #include "core/buffserver.h"
 #include "support/recorder.h"
+#include "support/threads.h"
 
 #include <bxtools/buffers.h>
 
@@ -8,7 +9,6 @@
 #include <cstdarg>
 #include <cstring>
 #include <string>
-#include <thread>
 
 namespace
 {
@@ -36,13 +36,6 @@ LPCTSTR Build( LPCTSTR pFormat, ... )
 LPCTSTR BuildLength( int nLength )
 {
     return Build( "%*d", nLength, 7 );
-}
-
-// Runs on a thread of its own, whose scratch buffers are fresh.
-template <class Body>
-void OnFreshThread( Body aBody )
-{
-    std::thread( aBody ).join();
 }
 
 } // namespace
@@ -82,31 +75,30 @@ TEST( TextBuffers, GrowWithAndWithoutTheirContents )
 
 TEST( SafeCopy, CutsTerminatesAndSaysSo )
 {
-    DebugRecorder aRecorder;
-    char szDest[8] = "#######";
-    EXPECT_TRUE( SafeCopy( szDest, "abcdefg", 8 ) );
-    EXPECT_STREQ( "abcdefg", szDest );
-    EXPECT_TRUE( SafeCopy( szDest, "", 1 ) );
-    EXPECT_STREQ( "", szDest );
-    EXPECT_TRUE( aRecorder.Silent() );
-
     constexpr char CUT[] = " Warning: lLenSource > ( lDestSize - 1 ) -> destination buffer is too small";
-    EXPECT_FALSE( SafeCopy( szDest, "abcdefgh", 8 ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( SAFE_COPY, CUT ) );
-    EXPECT_STREQ( "abcdefg", szDest );
-    EXPECT_FALSE( SafeCopy( szDest, "x", 1 ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( SAFE_COPY, CUT ) );
-    EXPECT_STREQ( "", szDest );
-
-    szDest[0] = '#';
-    EXPECT_FALSE( SafeCopy( szDest, "x", 0 ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( SAFE_COPY, " Error: lDestSize <= 0" ) );
-    EXPECT_FALSE( SafeCopy( szDest, NULL, 5 ) );
-    EXPECT_FALSE( SafeCopy( NULL, "x", 5 ) );
     constexpr char NOTHING_GIVEN[] = " Error: pDest == NULL || pSource == NULL";
-    EXPECT_TRUE( aRecorder.OnlyReports( { { SAFE_COPY, NOTHING_GIVEN }, { SAFE_COPY, NOTHING_GIVEN } } ) );
-    EXPECT_EQ( '#', szDest[0] );
-
+    struct Case
+    {
+        LPCTSTR pSource;
+        LONG lSize;
+        LPCTSTR pCopied;
+        LPCTSTR pReport; // NULL: none
+    };
+    DebugRecorder aRecorder;
+    char szDest[8];
+    for ( const Case& rCase :
+          { Case{ "abcdefg", 8, "abcdefg", NULL }, Case{ "", 1, "", NULL },
+            Case{ "abcdefgh", 8, "abcdefg", CUT }, Case{ "x", 1, "", CUT },
+            Case{ "x", 0, "#", " Error: lDestSize <= 0" }, Case{ NULL, 5, "#", NOTHING_GIVEN } } )
+    {
+        std::strcpy( szDest, "#" );
+        EXPECT_EQ( rCase.pReport == NULL, SafeCopy( szDest, rCase.pSource, rCase.lSize ) != FALSE );
+        EXPECT_STREQ( rCase.pCopied, szDest );
+        EXPECT_TRUE( rCase.pReport == NULL ? aRecorder.Silent()
+                                           : aRecorder.OnlyReport( SAFE_COPY, rCase.pReport ) );
+    }
+    EXPECT_FALSE( SafeCopy( NULL, "x", 5 ) );
+    EXPECT_TRUE( aRecorder.OnlyReport( SAFE_COPY, NOTHING_GIVEN ) );
     EXPECT_TRUE( SafeCopy( szDest, std::string( 65536 + 3, 'y' ).c_str(), 8 ) )
         << "the length counts modulo 65,536";
     EXPECT_STREQ( "yyy", szDest );
@@ -120,7 +112,7 @@ TEST( BuildStr, FormatsIntoTheThreadsBuffer )
     EXPECT_STREQ( "text|4294967295|-7  |0002.500|-5000000000|9", pText );
     EXPECT_EQ( pText, Build( "%d", 1 ) ) << "the same buffer for the next text";
     EXPECT_STREQ( "1", pText );
-    OnFreshThread( [&] { EXPECT_NE( pText, Build( "%d", 2 ) ); } );
+    OnOtherThread( [&] { EXPECT_NE( pText, Build( "%d", 2 ) ); } );
     EXPECT_STREQ( "1", pText );
     EXPECT_TRUE( aRecorder.Silent() );
 
@@ -131,52 +123,46 @@ TEST( BuildStr, FormatsIntoTheThreadsBuffer )
     EXPECT_TRUE( aRecorder.OnlyReport( BUILD, " Error: STRLEN( pFormat ) == 0" ) );
 }
 
+// Each on a thread of its own, whose scratch buffers are fresh.
 TEST( BuildStr, GrowsInStepsAndKeepsWhatItReached )
 {
-    OnFreshThread(
-        []
+    const auto Grow = []
+    {
+        DebugRecorder aRecorder;
+        BUFFServer& rServer = *GetBUFFServer();
+        const std::pair<int, ULONG> aSteps[] = { { 1022, 1024 },
+                                                 { 1023, 2048 } /* one less counts as not fitting */,
+                                                 { 3000, 3072 } };
+        for ( const auto& [nLength, ulSize] : aSteps )
         {
-            DebugRecorder aRecorder;
-            BUFFServer& rServer = *GetBUFFServer();
-            EXPECT_EQ( 1022u, std::strlen( BuildLength( 1022 ) ) );
-            EXPECT_EQ( 1024u, rServer.GetTextBufferSize( OBJTYPE_BUF_FUNC_VSNPRINTF ) );
-            EXPECT_EQ( 1023u, std::strlen( BuildLength( 1023 ) ) );
-            EXPECT_EQ( 2048u, rServer.GetTextBufferSize( OBJTYPE_BUF_FUNC_VSNPRINTF ) )
-                << "one less counts as not fitting";
-            EXPECT_EQ( 3000u, std::strlen( BuildLength( 3000 ) ) );
-            EXPECT_EQ( 3072u, rServer.GetTextBufferSize( OBJTYPE_BUF_FUNC_VSNPRINTF ) );
-            const LPCTSTR pText = BuildLength( 3000 );
-            EXPECT_EQ( pText, rServer.GetTextBuffer( OBJTYPE_BUF_FUNC_VSNPRINTF ) );
-            EXPECT_EQ( 1024u, rServer.GetTextBufferSize( 2 ) ) << "each function id has a buffer of its own";
-            EXPECT_TRUE( aRecorder.Silent() );
-        } );
+            EXPECT_EQ( size_t( nLength ), std::strlen( BuildLength( nLength ) ) );
+            EXPECT_EQ( ulSize, rServer.GetTextBufferSize( OBJTYPE_BUF_FUNC_VSNPRINTF ) );
+        }
+        EXPECT_EQ( BuildLength( 3000 ), rServer.GetTextBuffer( OBJTYPE_BUF_FUNC_VSNPRINTF ) );
+        EXPECT_EQ( 1024u, rServer.GetTextBufferSize( 2 ) ) << "each function id has a buffer of its own";
+        EXPECT_TRUE( aRecorder.Silent() );
+    };
+    OnOtherThread( Grow );
 }
 
 TEST( BuildStr, GivesUpAfterTwentyAttempts )
 {
-    OnFreshThread(
-        []
-        {
-            DebugRecorder aRecorder;
-            EXPECT_EQ( 20478u, std::strlen( BuildLength( 20478 ) ) );
-            EXPECT_TRUE( aRecorder.Silent() );
-        } );
-    OnFreshThread(
-        []
-        {
-            DebugRecorder aRecorder;
-            EXPECT_EQ( NULL, BuildLength( 20479 ) );
-            EXPECT_TRUE( aRecorder.OnlyReport( BUILD, " Error: ++i >= MAX_ATTEMPT" ) );
-            EXPECT_EQ( 20479u, std::strlen( BuildLength( 20479 ) ) )
-                << "a buffer that has grown reaches further";
-            EXPECT_TRUE( aRecorder.Silent() );
-            EXPECT_EQ( NULL, BuildLength( 40000 ) );
-            EXPECT_TRUE( aRecorder.OnlyReports(
-                { { EXPAND, TOO_LARGE },
-                  { OBJECT_EXPAND, " Error: !EpandTCHARBuffer(...) failed" },
-                  { BUILD,
-                    " Error: !( fStat = pBUFFServer->EpandBuffer( OBJTYPE_BUF_FUNC_VSNPRINTF, FALSE ) )" } } ) );
-        } );
+    OnOtherThread( [] { EXPECT_EQ( 20478u, std::strlen( BuildLength( 20478 ) ) ); } );
+    const auto GiveUp = []
+    {
+        DebugRecorder aRecorder;
+        EXPECT_EQ( NULL, BuildLength( 20479 ) );
+        EXPECT_TRUE( aRecorder.OnlyReport( BUILD, " Error: ++i >= MAX_ATTEMPT" ) );
+        EXPECT_EQ( 20479u, std::strlen( BuildLength( 20479 ) ) ) << "a buffer that has grown reaches further";
+        EXPECT_TRUE( aRecorder.Silent() );
+        EXPECT_EQ( NULL, BuildLength( 40000 ) );
+        EXPECT_TRUE( aRecorder.OnlyReports(
+            { { EXPAND, TOO_LARGE },
+              { OBJECT_EXPAND, " Error: !EpandTCHARBuffer(...) failed" },
+              { BUILD,
+                " Error: !( fStat = pBUFFServer->EpandBuffer( OBJTYPE_BUF_FUNC_VSNPRINTF, FALSE ) )" } } ) );
+    };
+    OnOtherThread( GiveUp );
 }
 
 TEST( BufferObject, GrowsByOneStepAndCutsTheTextToIt )

@@ -5,6 +5,7 @@
 #include "support/failnew.h"
 #include "support/recorder.h"
 #include "support/secondprocess.h"
+#include "support/threads.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +13,6 @@
 #include <cstdlib>
 #include <pthread.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace
@@ -76,59 +76,47 @@ struct CallsInWhenItEnds
     ~CallsInWhenItEnds() { EXPECT_NE( nullptr, GetThreadSpecialObject( &CreateA, &DeleteA ) ); }
 };
 
-} // namespace
-
 TEST( ThreadObjects, HandlersThatCallInAtThreadEndFindAFreshStart )
 {
     DebugRecorder aDebug;
     // Made after the library's own key, so that its destructor runs behind it.
     ASSERT_EQ( 0, pthread_key_create( &g_aLateKey, &CallInLate ) );
     const long lBefore = ServedCount();
-    std::thread(
-        []()
+    OnOtherThread(
+        []
         {
             thread_local CallsInWhenItEnds aLast;
             EXPECT_NE( nullptr, &aLast );
             pthread_setspecific( g_aLateKey, &g_aLateKey );
             GetThreadSpecialObject( &CreateA, &DeleteA );
-        } )
-        .join();
+        } );
     pthread_key_delete( g_aLateKey );
     EXPECT_EQ( 2, g_nLateCalls );
     EXPECT_EQ( lBefore, ServedCount() );
     EXPECT_TRUE( aDebug.Silent() );
 }
 
-namespace
-{
-
 LPVOID DLL_EXPORT CreateByLeaving()
 {
     pthread_exit( NULL );
 }
 
-} // namespace
-
 TEST( ThreadObjects, ThreadUnwoundInACreatorHoldsNoLock )
 {
     DebugRecorder aDebug;
     const long lBefore = ServedCount();
-    std::thread(
-        []()
-        {
-            GetThreadSpecialObject( &CreateA, &DeleteA );
-            GetThreadSpecialObject( &CreateByLeaving, &DeleteMaybe );
-            ADD_FAILURE() << "the thread was to end";
-        } )
-        .join();
+    const auto Leave = []
+    {
+        GetThreadSpecialObject( &CreateA, &DeleteA );
+        GetThreadSpecialObject( &CreateByLeaving, &DeleteMaybe );
+        ADD_FAILURE() << "the thread was to end";
+    };
+    OnOtherThread( Leave );
     EXPECT_EQ( lBefore, ServedCount() );
-    std::thread( []() { EXPECT_NE( nullptr, GetThreadSpecialObject( &CreateB, &DeleteB ) ); } ).join();
+    OnOtherThread( [] { EXPECT_NE( nullptr, GetThreadSpecialObject( &CreateB, &DeleteB ) ); } );
     EXPECT_EQ( lBefore, ServedCount() );
     EXPECT_TRUE( aDebug.Silent() );
 }
-
-namespace
-{
 
 int g_nObject = 0;
 
@@ -142,41 +130,36 @@ BOOL DLL_EXPORT DeleteWithoutMemory( LPVOID pObject )
     return pObject != NULL;
 }
 
-} // namespace
-
 TEST( ThreadObjects, EveryFailingAllocationFailsTheRequestAlone )
 {
     DLLMainGlobalThreadData aRegistry;
     HookRecorder aHooks;
     ASSERT_TRUE( aRegistry.OnProcessATTACH( &HookRecorder::Debug, NULL ) );
-    std::thread(
-        [&]()
-        {
-            // What the thread itself needs once, it has from here on.
-            aRegistry.GetThreadSpecialObject( &CreateWithoutMemory, &DeleteWithoutMemory );
-            aRegistry.OnThreadDETACH();
-            const long lBefore = NewOutstanding();
-            int nFailed = 0;
-            ForEachFailingNew(
-                [&]( NewFault& rFault )
-                {
-                    rFault.Arm();
-                    const LPVOID pObject =
-                        aRegistry.GetThreadSpecialObject( &CreateWithoutMemory, &DeleteWithoutMemory );
-                    rFault.Disarm();
-                    const bool fReported = !aHooks.TakeReports().empty();
-                    // A container may lack its process's name.
-                    EXPECT_EQ( pObject == NULL, fReported );
-                    EXPECT_TRUE( pObject != NULL || rFault.Hit() );
-                    nFailed += pObject == NULL;
-                    EXPECT_EQ( &g_nObject, aRegistry.GetThreadSpecialObject( &CreateWithoutMemory,
-                                                                             &DeleteWithoutMemory ) );
-                    EXPECT_TRUE( aRegistry.OnThreadDETACH() );
-                    EXPECT_EQ( lBefore, NewOutstanding() );
-                } );
-            EXPECT_LE( 4, nFailed );
-        } )
-        .join();
+    const auto Get = [&]
+    { return aRegistry.GetThreadSpecialObject( &CreateWithoutMemory, &DeleteWithoutMemory ); };
+    int nFailed = 0;
+    long lBefore = 0;
+    const auto GetOnce = [&]( NewFault& rFault )
+    {
+        const LPVOID pObject = rFault.During( Get );
+        // A container may lack its process's name.
+        EXPECT_EQ( pObject == NULL, !aHooks.TakeReports().empty() );
+        EXPECT_TRUE( pObject != NULL || rFault.Hit() );
+        nFailed += pObject == NULL;
+        EXPECT_EQ( &g_nObject, Get() );
+        EXPECT_TRUE( aRegistry.OnThreadDETACH() );
+        EXPECT_EQ( lBefore, NewOutstanding() );
+    };
+    const auto Run = [&]
+    {
+        // What the thread itself needs once, it has from here on.
+        Get();
+        aRegistry.OnThreadDETACH();
+        lBefore = NewOutstanding();
+        ForEachFailingNew( GetOnce );
+    };
+    OnOtherThread( Run );
+    EXPECT_LE( 4, nFailed );
     EXPECT_TRUE( aRegistry.OnProcessDETACH() );
 }
 
@@ -188,13 +171,16 @@ TEST( ThreadObjects, AttachWithoutMemoryFailsAndLosesNothing )
         {
             HookRecorder aHooks;
             DLLMainGlobalThreadData aRegistry;
-            rFault.Arm();
-            const BOOL fAttached =
-                aRegistry.OnProcessATTACH( &HookRecorder::Debug, LIB_TO_LOAD1, LIB_TO_LOAD1, NULL );
-            rFault.Disarm();
+            const BOOL fAttached = rFault.During(
+                [&] {
+                    return aRegistry.OnProcessATTACH( &HookRecorder::Debug, LIB_TO_LOAD1, LIB_TO_LOAD1,
+                                                      NULL );
+                } );
             EXPECT_EQ( fAttached, aHooks.TakeReports().empty() );
             EXPECT_TRUE( fAttached || rFault.Hit() );
             aRegistry.OnProcessDETACH();
         } );
     EXPECT_EQ( lBefore, NewOutstanding() );
 }
+
+} // namespace

@@ -3,6 +3,7 @@
 #include "support/leftovers.h"
 #include "support/recorder.h"
 #include "support/secondprocess.h"
+#include "support/threads.h"
 
 #include <bxtools/lifecycle.h>
 
@@ -10,30 +11,24 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <thread>
-#include <vector>
 
 namespace
 {
 
 constexpr int ROLE_DONE = 7;
 
-} // namespace
-
 BX_ROLE( end_while_threads_call )
 {
     StartEndlessCallers( 4 );
-    if ( Arguments.at( 0 ) == "other" )
+    const auto End = []
     {
-        std::thread(
-            []()
-            {
-                GetThreadSpecialObject( &CreatePlain, &DeletePlain );
-                std::exit( ROLE_DONE );
-            } )
-            .join();
-    }
-    std::exit( ROLE_DONE );
+        GetThreadSpecialObject( &CreatePlain, &DeletePlain );
+        std::exit( ROLE_DONE );
+    };
+    if ( Arguments.at( 0 ) == "other" )
+        OnOtherThread( End );
+    End();
+    return 0;
 }
 
 TEST( Lifecycle, AnyThreadMayEndTheProcessWhileOthersCallIn )
@@ -61,9 +56,9 @@ BX_ROLE( last_function_call )
           { "From LPVOID GetThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc )",
             " Error: ( lValue = aGlobalDllObject.GetThreadSpecialObject( pCreateFunc, pDeleteFunc ) ) == 0" } } ) );
     // Threads that come and go now get nothing, and their end is no failure.
-    std::thread( []() { EXPECT_EQ( nullptr, GetThreadSpecialObject( &CreateA, &DeleteA ) ); } ).join();
+    OnOtherThread( [] { EXPECT_EQ( nullptr, GetThreadSpecialObject( &CreateA, &DeleteA ) ); } );
     aDebug.Take();
-    std::thread( []() {} ).join();
+    OnOtherThread( [] {} );
     EXPECT_TRUE( aDebug.Silent() );
     return ::testing::Test::HasFailure() ? 1 : ROLE_DONE;
 }
@@ -73,9 +68,6 @@ TEST( Lifecycle, AfterTheLastCallRequestsFailCleanly )
     EXPECT_EQ( ROLE_DONE, RunInRole( "last_function_call" ) );
 }
 
-namespace
-{
-
 std::atomic<int> g_nLastCalls{ 0 };
 
 BOOL DLL_EXPORT DeleteAndEnd( LPVOID pObject )
@@ -84,24 +76,16 @@ BOOL DLL_EXPORT DeleteAndEnd( LPVOID pObject )
     return DeleteA( pObject );
 }
 
-} // namespace
-
 BX_ROLE( last_calls_at_once )
 {
     AllowLeftovers();
     GetThreadSpecialObject( &CreateA, &DeleteAndEnd );
-    std::vector<std::thread> aThreads;
-    for ( int nThread = 0; nThread < 4; ++nThread )
-    {
-        aThreads.emplace_back(
-            []()
-            {
-                GetThreadSpecialObject( &CreateA, &DeleteAndEnd );
-                g_nLastCalls += LastFuntionCall();
-            } );
-    }
-    for ( std::thread& rThread : aThreads )
-        rThread.join();
+    OnThreads( 4,
+               []
+               {
+                   GetThreadSpecialObject( &CreateA, &DeleteAndEnd );
+                   g_nLastCalls += LastFuntionCall();
+               } );
     // One of them did the work, and its deleter asked once more.
     return g_nLastCalls == 5 ? ROLE_DONE : g_nLastCalls.load();
 }
@@ -110,3 +94,5 @@ TEST( Lifecycle, OneOfSeveralLastCallsDoesTheWork )
 {
     EXPECT_EQ( ROLE_DONE, RunInRole( "last_calls_at_once" ) );
 }
+
+} // namespace

@@ -88,19 +88,9 @@ TEST_F( Lists, AccessModesMoveTheCurrentPosition )
     for ( int nMode = 1; nMode <= 6; ++nMode )
         EXPECT_EQ( NULL, m_aList.GetItem( 0, nMode ) ) << nMode;
     Fill( m_aList, "ab" );
-    EXPECT_EQ( 'a', Name( m_aList.GetItem( 0, 1 ) ) )
-        << "appending leaves the current node before the new one";
-    EXPECT_EQ( 'a', Name( m_aList.GetItem( 0, 5 ) ) );
-    EXPECT_EQ( 'b', Name( m_aList.GetItem( 0, 2 ) ) );
-    EXPECT_EQ( '-', Name( m_aList.GetItem( 0, 2 ) ) );
-    EXPECT_EQ( 'b', Name( m_aList.GetItem( 0, 1 ) ) );
-    EXPECT_EQ( 'a', Name( m_aList.GetItem( 0, 3 ) ) );
-    EXPECT_EQ( '-', Name( m_aList.GetItem( 0, 3 ) ) );
-    EXPECT_EQ( 'a', Name( m_aList.GetItem( 0, 1 ) ) );
-    EXPECT_EQ( 'b', Name( m_aList.GetItem( 0, 4 ) ) );
-    EXPECT_EQ( 'b', Name( m_aList.GetItem( 0, 1 ) ) );
-    EXPECT_EQ( 'a', Name( m_aList.GetItem( 0 ) ) );
-    EXPECT_EQ( 'a', Name( m_aList.GetItem( 0, 1 ) ) );
+    // Mode and element, in turn; appending leaves the current node before the new one.
+    for ( const char* p = "1a5a2b2-1b3a3-1a4b1b6a1a"; *p != 0; p += 2 )
+        EXPECT_EQ( p[1], Name( m_aList.GetItem( 0, *p - '0' ) ) ) << p;
     EXPECT_EQ( '-', Name( m_aList.GetItem( 2, 5 ) ) ) << "the index must be in range in every mode";
     EXPECT_TRUE( m_aHooks.Silent() );
     EXPECT_EQ( '-', Name( m_aList.GetItem( 1, 7 ) ) );
@@ -224,20 +214,15 @@ TEST_F( Lists, NoOrderOfOperationsLosesOrDoublesAnElement )
             auto& pList = apLists[Below( 3 )];
             const long lIndex = Below( 5 );
             auto pNew = std::make_unique<Counted>( 'n' );
+            bool fTaken = false;
             switch ( Below( 9 ) )
             {
             case 0:
-            case 1: EXPECT_TRUE( pList->Append( pNew.release() ) ); break;
-            case 2:
-                if ( pList->Insert( lIndex, pNew.get() ) )
-                    pNew.release();
-                break;
+            case 1: EXPECT_TRUE( fTaken = pList->Append( pNew.get() ) != FALSE ); break;
+            case 2: fTaken = pList->Insert( lIndex, pNew.get() ) != FALSE; break;
             case 3: pList->Remove( lIndex, TRUE ); break;
             case 4: pNew.reset( pList->Remove( lIndex, FALSE ) ); break;
-            case 5:
-                if ( pList->Replace( lIndex, pNew.get(), TRUE ) != NULL )
-                    pNew.release();
-                break;
+            case 5: fTaken = pList->Replace( lIndex, pNew.get(), TRUE ) != NULL; break;
             case 6: *pList = *apLists[Below( 3 )]; break;
             case 7: pList = std::make_unique<CountedList>( *apLists[Below( 3 )] ); break;
             default:
@@ -246,6 +231,8 @@ TEST_F( Lists, NoOrderOfOperationsLosesOrDoublesAnElement )
                 for ( int nMode = 1; nMode <= 6; ++nMode )
                     pList->GetItem( lIndex, nMode );
             }
+            if ( fTaken )
+                pNew.release();
         }
         for ( auto& pList : apLists )
             pList.reset();

@@ -4,13 +4,12 @@
 #include "support/leftovers.h"
 #include "support/recorder.h"
 #include "support/secondprocess.h"
+#include "support/threads.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdlib>
-#include <thread>
-#include <vector>
 
 namespace
 {
@@ -94,15 +93,15 @@ TEST( Load, AnotherThreadThanTheLoadingOneMayUnload )
     AllowLeftovers();
     DebugRecorder aDebug;
     LoadedBXTools hLibrary = NULL;
-    const auto Load = [&]()
+    const auto Load = [&]
     {
         hLibrary = LoadBXTools();
         EXPECT_TRUE( UseLibrary( hLibrary ) );
     };
     Load();
-    std::thread( [&]() { EXPECT_TRUE( UnloadBXTools( hLibrary ) ); } ).join();
+    OnOtherThread( [&] { EXPECT_TRUE( UnloadBXTools( hLibrary ) ); } );
     EXPECT_FALSE( IsBXToolsMapped() );
-    std::thread( Load ).join();
+    OnOtherThread( Load );
     EXPECT_TRUE( UnloadBXTools( hLibrary ) );
     EXPECT_FALSE( IsBXToolsMapped() );
     EXPECT_TRUE( aDebug.Silent() );
@@ -113,13 +112,13 @@ BX_ROLE( user_ends_after_unload )
     AllowLeftovers();
     DebugRecorder aDebug;
     const LoadedBXTools hLibrary = LoadBXTools();
-    std::thread aUser(
-        [&]()
-        {
-            EXPECT_TRUE( UseLibrary( hLibrary ) );
-            g_nStep = 1;
-            Await( 2 );
-        } );
+    const auto Use = [&]
+    {
+        EXPECT_TRUE( UseLibrary( hLibrary ) );
+        g_nStep = 1;
+        Await( 2 );
+    };
+    std::thread aUser( Use );
     Await( 1 );
     EXPECT_TRUE( UnloadBXTools( hLibrary ) );
     EXPECT_EQ( IsPinnedByThreads(), IsBXToolsMapped() );
@@ -132,14 +131,14 @@ BX_ROLE( user_ends_after_unload )
 BX_ROLE( user_ends_before_unload )
 {
     DebugRecorder aDebug;
-    const LoadedBXTools hLibrary = LoadBXTools();
-    std::thread( [&]() { EXPECT_TRUE( UseLibrary( hLibrary ) ); } ).join();
-    EXPECT_TRUE( UnloadBXTools( hLibrary ) );
     // Loaded once more, it serves as before.
-    const LoadedBXTools hAgain = LoadBXTools();
-    EXPECT_TRUE( UseLibrary( hAgain ) );
-    std::thread( [&]() { EXPECT_TRUE( UseLibrary( hAgain ) ); } ).join();
-    EXPECT_TRUE( UnloadBXTools( hAgain ) );
+    for ( int nRound = 0; nRound < 2; ++nRound )
+    {
+        const LoadedBXTools hLibrary = LoadBXTools();
+        EXPECT_TRUE( nRound == 0 || UseLibrary( hLibrary ) );
+        OnOtherThread( [&] { EXPECT_TRUE( UseLibrary( hLibrary ) ); } );
+        EXPECT_TRUE( UnloadBXTools( hLibrary ) );
+    }
     EXPECT_TRUE( aDebug.Silent() );
     return Result();
 }
@@ -147,22 +146,16 @@ BX_ROLE( user_ends_before_unload )
 BX_ROLE( many_load_and_unload )
 {
     AllowLeftovers();
-    std::vector<std::thread> aThreads;
-    for ( int nThread = 0; nThread < 4; ++nThread )
+    const auto LoadAndUnload = []
     {
-        aThreads.emplace_back(
-            []()
-            {
-                for ( int nRound = 0; nRound < 50; ++nRound )
-                {
-                    const LoadedBXTools hLibrary = LoadBXTools();
-                    EXPECT_TRUE( UseLibrary( hLibrary ) );
-                    EXPECT_TRUE( UnloadBXTools( hLibrary ) );
-                }
-            } );
-    }
-    for ( std::thread& rThread : aThreads )
-        rThread.join();
+        for ( int nRound = 0; nRound < 50; ++nRound )
+        {
+            const LoadedBXTools hLibrary = LoadBXTools();
+            EXPECT_TRUE( UseLibrary( hLibrary ) );
+            EXPECT_TRUE( UnloadBXTools( hLibrary ) );
+        }
+    };
+    OnThreads( 4, LoadAndUnload );
     return Result();
 }
 
@@ -171,17 +164,13 @@ BX_ROLE( exit_while_threads_use_it )
 {
     AllowLeftovers();
     const LoadedBXTools hLibrary = LoadBXTools();
-    for ( int nThread = 0; nThread < 8; ++nThread )
+    const auto UseForEver = [=]
     {
-        std::thread(
-            [=]()
-            {
-                Await( 1 );
-                for ( ;; )
-                    UseLibrary( hLibrary );
-            } )
-            .detach();
-    }
+        for ( Await( 1 );; )
+            UseLibrary( hLibrary );
+    };
+    for ( int nThread = 0; nThread < 8; ++nThread )
+        std::thread( UseForEver ).detach();
     g_nStep = 1;
     std::exit( ROLE_DONE );
 }

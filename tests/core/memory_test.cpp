@@ -3,6 +3,7 @@
 #include "core/buffserver.h"
 #include "support/failnew.h"
 #include "support/recorder.h"
+#include "support/threads.h"
 
 #include <bxtools/buffers.h>
 #include <bxtools/bytearray.h>
@@ -13,8 +14,6 @@
 
 #include <cstdarg>
 #include <cstring>
-#include <string>
-#include <thread>
 
 namespace
 {
@@ -34,108 +33,93 @@ LPCTSTR BuildLength( int nLength )
     return Build( "%*d", nLength, 7 );
 }
 
+// The check of a call that allocates once.
+template <class Body>
+void FailTheOne( Body aBody )
+{
+    EXPECT_EQ( 1u, ForEachFailingNew( aBody ) );
+}
+
 } // namespace
 
-TEST( OutOfMemory, ANodeThatCannotBeMadeLeavesTheListAndTheElement )
+TEST( OutOfMemory, ListsStayAsTheyWereAndCopiesAreEmpty )
 {
     HookRecorder aHooks;
-    const auto OnlyNodeReport = [&]
-    {
-        return aHooks.OnlyReport( "From MYLINK* MyBaseList::CreateItem( long lIndex, MYBASEDATA* p )",
-                                  " Error: pObj = new MYLINK() failed" );
-    };
     int anElements[2];
-    EXPECT_EQ( 1u, ForEachFailingNew(
-                       [&]( NewFault& rFault )
-                       {
-                           MyBaseList aList( 10, &HookRecorder::Debug );
-                           rFault.Arm();
-                           const BOOL fAppended = aList.Append( &anElements[0] );
-                           rFault.Disarm();
-                           EXPECT_NE( rFault.Hit(), fAppended != FALSE );
-                           EXPECT_EQ( fAppended ? 1u : 0u, aList.ItemCount() );
-                           EXPECT_TRUE( fAppended ? aHooks.Silent() : OnlyNodeReport() );
-                           EXPECT_TRUE( aList.Append( &anElements[0] ) );
-                       } ) );
-    ForEachFailingNew(
-        [&]( NewFault& rFault )
-        {
-            MyBaseList aList( 10, &HookRecorder::Debug );
-            aList.Append( &anElements[0] );
-            rFault.Arm();
-            const BOOL fInserted = aList.Insert( 0, &anElements[1] );
-            rFault.Disarm();
-            EXPECT_EQ( fInserted ? &anElements[1] : &anElements[0], aList.GetItem( 0 ) );
-            EXPECT_TRUE( fInserted ? aHooks.Silent() : OnlyNodeReport() );
-        } );
-}
-
-TEST( OutOfMemory, ACopyThatCannotShareIsEmpty )
-{
-    HookRecorder aHooks;
-    DebugRecorder aRecorder;
-    int nElement = 0;
+    const auto Insert = [&]( NewFault& rFault )
+    {
+        MyBaseList aList( 10, &HookRecorder::Debug );
+        aList.Append( &anElements[0] );
+        const BOOL fInserted = rFault.During( [&] { return aList.Insert( 0, &anElements[1] ); } );
+        EXPECT_NE( rFault.Hit(), fInserted != FALSE );
+        EXPECT_EQ( fInserted ? &anElements[1] : &anElements[0], aList.GetItem( 0 ) );
+        EXPECT_TRUE( fInserted ? aHooks.Silent()
+                               : aHooks.OnlyReport(
+                                     "From MYLINK* MyBaseList::CreateItem( long lIndex, MYBASEDATA* p )",
+                                     " Error: pObj = new MYLINK() failed" ) );
+        EXPECT_TRUE( aList.Append( &anElements[0] ) );
+        EXPECT_EQ( fInserted ? 3u : 2u, aList.ItemCount() );
+    };
+    FailTheOne( Insert );
     MyBaseList aList( 10, &HookRecorder::Debug );
-    aList.Append( &nElement );
-    EXPECT_EQ( 1u, ForEachFailingNew(
-                       [&]( NewFault& rFault )
-                       {
-                           rFault.Arm();
-                           MyBaseList aCopy( aList );
-                           rFault.Disarm();
-                           EXPECT_EQ( rFault.Hit() ? 0u : 1u, aCopy.ItemCount() );
-                           EXPECT_EQ( rFault.Hit() ? 1u : 0u, aHooks.TakeReports().size() );
-                           EXPECT_EQ( &nElement, aList.GetItem( 0 ) );
-                       } ) );
-    MByteArray aBytes;
-    aBytes.Add( 'a' );
-    EXPECT_EQ( 1u, ForEachFailingNew(
-                       [&]( NewFault& rFault )
-                       {
-                           rFault.Arm();
-                           MByteArray aCopy( aBytes );
-                           rFault.Disarm();
-                           EXPECT_EQ( rFault.Hit() ? 0 : 1, aCopy.GetSize() );
-                           EXPECT_EQ( rFault.Hit(), !aRecorder.Take().empty() );
-                           EXPECT_EQ( 'a', aBytes[0] );
-                       } ) );
+    aList.Append( anElements );
+    const auto Copy = [&]( NewFault& rFault )
+    {
+        rFault.Arm();
+        MyBaseList aCopy( aList );
+        rFault.Disarm();
+        EXPECT_EQ( rFault.Hit() ? 0u : 1u, aCopy.ItemCount() );
+        EXPECT_EQ( rFault.Hit() ? 1u : 0u, aHooks.TakeReports().size() );
+        EXPECT_EQ( anElements, aList.GetItem( 0 ) );
+    };
+    FailTheOne( Copy );
 }
 
-TEST( OutOfMemory, AnArrayThatCannotGrowStaysAsItWas )
+TEST( OutOfMemory, ByteArraysStayAsTheyWereAndCopiesAreEmpty )
 {
     DebugRecorder aRecorder;
     MByteArray aOther;
     aOther.SetSize( 100 );
-    ForEachFailingNew(
-        [&]( NewFault& rFault )
+    const auto Copy = [&]( NewFault& rFault )
+    {
+        rFault.Arm();
+        MByteArray aCopy( aOther );
+        rFault.Disarm();
+        EXPECT_EQ( rFault.Hit() ? 0 : 100, aCopy.GetSize() );
+        EXPECT_EQ( rFault.Hit(), !aRecorder.Take().empty() );
+        EXPECT_EQ( 100, aOther.GetSize() );
+    };
+    FailTheOne( Copy );
+    const auto Grow = [&]( NewFault& rFault )
+    {
+        MByteArray aBytes;
+        aBytes.Add( 'a' );
+        const int nIndex = rFault.During( [&] { return aBytes.Add( 'b' ); } );
+        EXPECT_EQ( rFault.Hit() ? -1 : 1, nIndex );
+        EXPECT_TRUE( rFault.Hit()
+                         ? aRecorder.OnlyReport( "From void MByteArray::SetSize( int nNewSize, int nGrowBy )",
+                                                 " Error: pNewData = new BYTE[nNewMaxSize] failed" )
+                         : aRecorder.Silent() );
+        const int nSize = aBytes.GetSize();
+        NewFault aNext( 1 );
+        for ( int nCall = 0; nCall < 5; ++nCall )
         {
-            MByteArray aBytes;
-            aBytes.Add( 'a' );
-            aRecorder.Take();
-            rFault.Arm();
-            int nIndex = aBytes.Add( 'b' );
-            rFault.Disarm();
-            EXPECT_EQ( rFault.Hit() ? -1 : 1, nIndex );
-            EXPECT_TRUE( rFault.Hit() ? aRecorder.OnlyReport(
-                                            "From void MByteArray::SetSize( int nNewSize, int nGrowBy )",
-                                            " Error: pNewData = new BYTE[nNewMaxSize] failed" )
-                                      : aRecorder.Silent() );
-            const int nSize = aBytes.GetSize();
-            NewFault aNext( 1 );
             aNext.Arm();
-            aBytes.InsertAt( 0, 'x', 1000 );
-            aNext.Arm();
-            aBytes.InsertAt( 0, &aOther );
-            aNext.Arm();
-            aBytes.Append( aOther );
-            aNext.Arm();
-            aBytes.Copy( aOther );
-            aNext.Arm();
-            aBytes.FreeExtra();
+            switch ( nCall )
+            {
+            case 0: aBytes.InsertAt( 0, 'x', 1000 ); break;
+            case 1: aBytes.InsertAt( 0, &aOther ); break;
+            case 2: aBytes.Append( aOther ); break;
+            case 3: aBytes.Copy( aOther ); break;
+            default: aBytes.FreeExtra();
+            }
             aNext.Disarm();
             EXPECT_EQ( nSize, aBytes.GetSize() );
             EXPECT_EQ( 'a', aBytes[0] );
-        } );
+        }
+        aRecorder.Take();
+    };
+    ForEachFailingNew( Grow );
 }
 
 TEST( OutOfMemory, TextBuffersReportAndStayConsistent )
@@ -143,75 +127,61 @@ TEST( OutOfMemory, TextBuffersReportAndStayConsistent )
     DebugRecorder aRecorder;
     for ( const BOOL fWithCopy : { TRUE, FALSE } )
     {
-        EXPECT_EQ( 1u, ForEachFailingNew(
-                           [&]( NewFault& rFault )
-                           {
-                               ULONG uSize = 4;
-                               LPTSTR pBuffer = MyTCHARFactory( uSize );
-                               std::memcpy( pBuffer, "abc", 4 );
-                               rFault.Arm();
-                               const BOOL fDone = EpandTCHARBuffer( fWithCopy, &uSize, 4, 8, &pBuffer );
-                               rFault.Disarm();
-                               EXPECT_NE( rFault.Hit(), fDone != FALSE );
-                               EXPECT_EQ( fDone ? 8u : fWithCopy ? 4u : 0u, uSize );
-                               EXPECT_EQ( !fDone && !fWithCopy, pBuffer == NULL );
-                               MyTCHARDeleter( pBuffer );
-                           } ) );
+        const auto Expand = [&]( NewFault& rFault )
+        {
+            ULONG uSize = 4;
+            LPTSTR pBuffer = MyTCHARFactory( uSize );
+            std::memcpy( pBuffer, "abc", 4 );
+            const BOOL fDone =
+                rFault.During( [&] { return EpandTCHARBuffer( fWithCopy, &uSize, 4, 8, &pBuffer ); } );
+            EXPECT_NE( rFault.Hit(), fDone != FALSE );
+            EXPECT_EQ( fDone ? 8u : fWithCopy ? 4u : 0u, uSize );
+            EXPECT_EQ( !fDone && !fWithCopy, pBuffer == NULL );
+            MyTCHARDeleter( pBuffer );
+        };
+        FailTheOne( Expand );
     }
-    const std::string strFactory =
+    EXPECT_TRUE( aRecorder.Take().starts_with(
         "BXTOOLS.DLL -> From DLL_EXPORT_MOD LPTSTR DLL_EXPORT MyTCHARFactory( ULONG ulSize )\r\n"
-        " Error: pRet = aFactory.CreateVector( usSize ) failed -> memory exception\r\n";
-    EXPECT_TRUE( aRecorder.Take().starts_with( strFactory ) );
+        " Error: pRet = aFactory.CreateVector( usSize ) failed -> memory exception\r\n" ) );
 }
 
 TEST( OutOfMemory, AThreadThatRanOutFormatsAgainWhenThereIsMemory )
 {
     DebugRecorder aRecorder;
     unsigned long ulFailures = 0;
-    ForEachFailingNew(
-        [&]( NewFault& rFault )
-        {
-            // Each time a new thread, which has no buffers yet. What it makes for itself first may be tried twice, so that a
-            // failed allocation need not fail the call.
-            std::thread(
-                [&]
-                {
-                    rFault.Arm();
-                    const LPCTSTR pText = BuildLength( 5000 );
-                    rFault.Disarm();
-                    EXPECT_TRUE( rFault.Hit() ? pText != NULL || !aRecorder.Take().empty()
-                                              : pText != NULL && aRecorder.Silent() );
-                    ulFailures += pText == NULL;
-                    BuildLength( 1 );
-                    EXPECT_STREQ( "7", BuildLength( 1 ) );
-                    const unsigned long ulBefore = NewCount();
-                    BuildLength( 900 );
-                    EXPECT_EQ( ulBefore, NewCount() ) << "nothing is allocated in the steady state";
-                } )
-                .join();
-            aRecorder.Take();
-        } );
+    // Each time a new thread, which has no buffers yet. What it makes for itself first may be tried twice, so that a
+    // failed allocation need not fail the call.
+    const auto FormatOnce = [&]( NewFault& rFault )
+    {
+        const LPCTSTR pText = rFault.During( [] { return BuildLength( 5000 ); } );
+        EXPECT_TRUE( rFault.Hit() ? pText != NULL || !aRecorder.Take().empty()
+                                  : pText != NULL && aRecorder.Silent() );
+        ulFailures += pText == NULL;
+        BuildLength( 1 );
+        EXPECT_STREQ( "7", BuildLength( 1 ) );
+        const unsigned long ulBefore = NewCount();
+        BuildLength( 900 );
+        EXPECT_EQ( ulBefore, NewCount() ) << "nothing is allocated in the steady state";
+        aRecorder.Take();
+    };
+    ForEachFailingNew( [&]( NewFault& rFault ) { OnOtherThread( [&] { FormatOnce( rFault ); } ); } );
     EXPECT_GE( ulFailures, 5u );
 }
 
 TEST( OutOfMemory, DebugMessagesNeedMemoryOnlyWhenTheyAreLong )
 {
     DebugRecorder aRecorder;
-    const std::string strLong( 5000, 'x' );
-    EXPECT_EQ( 1u, ForEachFailingNew(
-                       [&]( NewFault& rFault )
-                       {
-                           rFault.Arm();
-                           DebugMessage( "M", "h", strLong.c_str() );
-                           rFault.Disarm();
-                           EXPECT_EQ( rFault.Hit() ? "" : "M -> h\r\n" + strLong + "\r\n", aRecorder.Take() );
-                       } ) );
-    EXPECT_EQ( 0u, ForEachFailingNew(
-                       [&]( NewFault& rFault )
-                       {
-                           rFault.Arm();
-                           DebugMessage( "M", "h", "m" );
-                           rFault.Disarm();
-                       } ) );
-    EXPECT_EQ( "M -> h\r\nm\r\n", aRecorder.Take() );
+    for ( const size_t uLength : { 1u, 5000u } )
+    {
+        const std::string strText( uLength, 'x' );
+        const auto Write = [&]( NewFault& rFault )
+        {
+            rFault.Arm();
+            DebugMessage( "M", "h", strText.c_str() );
+            rFault.Disarm();
+            EXPECT_EQ( rFault.Hit() ? "" : "M -> h\r\n" + strText + "\r\n", aRecorder.Take() );
+        };
+        EXPECT_EQ( uLength == 1 ? 0u : 1u, ForEachFailingNew( Write ) );
+    }
 }

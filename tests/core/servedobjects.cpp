@@ -52,41 +52,15 @@ long ServedCount()
     return g_lCount;
 }
 
-LPVOID DLL_EXPORT CreateA()
-{
-    return Make( "a" );
-}
-
-BOOL DLL_EXPORT DeleteA( LPVOID pObject )
-{
-    return Destroy( pObject );
-}
-
-LPVOID DLL_EXPORT CreateB()
-{
-    return Make( "b" );
-}
-
-BOOL DLL_EXPORT DeleteB( LPVOID pObject )
-{
-    return Destroy( pObject );
-}
-
-LPVOID DLL_EXPORT CreatePlain()
-{
-    return new char( 'p' );
-}
-
-LPVOID DLL_EXPORT CreateOtherPlain()
-{
-    return new char( 'o' );
-}
-
-BOOL DLL_EXPORT DeletePlain( LPVOID pObject )
-{
-    delete static_cast<char*>( pObject );
-    return TRUE;
-}
+// clang-format off
+LPVOID DLL_EXPORT CreateA() { return Make( "a" ); }
+LPVOID DLL_EXPORT CreateB() { return Make( "b" ); }
+BOOL DLL_EXPORT DeleteA( LPVOID pObject ) { return Destroy( pObject ); }
+BOOL DLL_EXPORT DeleteB( LPVOID pObject ) { return Destroy( pObject ); }
+LPVOID DLL_EXPORT CreatePlain() { return new char( 'p' ); }
+LPVOID DLL_EXPORT CreateOtherPlain() { return new char( 'o' ); }
+BOOL DLL_EXPORT DeletePlain( LPVOID pObject ) { delete static_cast<char*>( pObject ); return TRUE; }
+// clang-format on
 
 LPVOID DLL_EXPORT CreateLate()
 {
@@ -122,22 +96,17 @@ void StartEndlessCallers( int nThreads )
 {
     AllowLeftovers();
     static std::atomic<int> nInside{ 0 };
-    for ( int nThread = 0; nThread < nThreads; ++nThread )
+    const auto Call = []
     {
-        std::thread(
-            []()
-            {
-                GetThreadSpecialObject( &CreatePlain, &DeletePlain );
-                ++nInside;
-                for ( ;; )
-                {
-                    GetThreadSpecialObject( &CreatePlain, &DeletePlain );
-                    GetThreadSpecialObject( &CreateOtherPlain, &DeletePlain );
-                    aGlobalDllObject.OnThreadDETACH();
-                }
-            } )
-            .detach();
-    }
+        GetThreadSpecialObject( &CreatePlain, &DeletePlain );
+        for ( ++nInside;; aGlobalDllObject.OnThreadDETACH() )
+        {
+            GetThreadSpecialObject( &CreatePlain, &DeletePlain );
+            GetThreadSpecialObject( &CreateOtherPlain, &DeletePlain );
+        }
+    };
+    for ( int nThread = 0; nThread < nThreads; ++nThread )
+        std::thread( Call ).detach();
     while ( nInside < nThreads )
         std::this_thread::yield();
 }

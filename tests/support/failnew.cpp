@@ -6,44 +6,34 @@
 namespace
 {
 
-struct Counters
-{
-    unsigned long ulMade = 0;
-    long lOutstanding = 0;
-    unsigned long ulUntilFault = 0;
-    bool fHit = false;
-};
-thread_local constinit Counters t_aCounters;
+thread_local constinit unsigned long t_ulMade = 0;
+thread_local constinit long t_lOutstanding = 0;
+thread_local constinit unsigned long t_ulUntilFault = 0;
+thread_local constinit bool t_fHit = false;
 
 void* Allocate( std::size_t uSize ) noexcept
 {
-    Counters& rCounters = t_aCounters;
-    if ( rCounters.ulUntilFault != 0 && --rCounters.ulUntilFault == 0 )
+    if ( t_ulUntilFault != 0 && --t_ulUntilFault == 0 )
     {
-        rCounters.fHit = true;
+        t_fHit = true;
         return NULL;
     }
     void* pMemory = std::malloc( uSize != 0 ? uSize : 1 );
-    if ( pMemory != NULL )
-    {
-        ++rCounters.ulMade;
-        ++rCounters.lOutstanding;
-    }
+    t_ulMade += pMemory != NULL;
+    t_lOutstanding += pMemory != NULL;
     return pMemory;
 }
 
 void* AllocateOrThrow( std::size_t uSize )
 {
-    void* pMemory = Allocate( uSize );
-    if ( pMemory == NULL )
-        throw std::bad_alloc();
-    return pMemory;
+    if ( void* pMemory = Allocate( uSize ) )
+        return pMemory;
+    throw std::bad_alloc();
 }
 
 void Free( void* pMemory ) noexcept
 {
-    if ( pMemory != NULL )
-        --t_aCounters.lOutstanding;
+    t_lOutstanding -= pMemory != NULL;
     std::free( pMemory );
 }
 
@@ -51,64 +41,37 @@ void Free( void* pMemory ) noexcept
 
 void NewFault::Arm()
 {
-    t_aCounters.fHit = false;
-    t_aCounters.ulUntilFault = m_ulFailing;
+    t_fHit = false;
+    t_ulUntilFault = m_ulFailing;
 }
 
 void NewFault::Disarm()
 {
-    m_fHit = m_fHit || t_aCounters.fHit;
-    t_aCounters.fHit = false;
-    t_aCounters.ulUntilFault = 0;
+    m_fHit = m_fHit || t_fHit;
+    t_fHit = false;
+    t_ulUntilFault = 0;
 }
 
 unsigned long NewCount()
 {
-    return t_aCounters.ulMade;
+    return t_ulMade;
 }
 
 long NewOutstanding()
 {
-    return t_aCounters.lOutstanding;
+    return t_lOutstanding;
 }
 
-void* operator new( std::size_t uSize )
-{
-    return AllocateOrThrow( uSize );
-}
-void* operator new[]( std::size_t uSize )
-{
-    return AllocateOrThrow( uSize );
-}
-void* operator new( std::size_t uSize, const std::nothrow_t& ) noexcept
-{
-    return Allocate( uSize );
-}
-void* operator new[]( std::size_t uSize, const std::nothrow_t& ) noexcept
-{
-    return Allocate( uSize );
-}
-void operator delete( void* pMemory ) noexcept
-{
-    Free( pMemory );
-}
-void operator delete[]( void* pMemory ) noexcept
-{
-    Free( pMemory );
-}
-void operator delete( void* pMemory, std::size_t ) noexcept
-{
-    Free( pMemory );
-}
-void operator delete[]( void* pMemory, std::size_t ) noexcept
-{
-    Free( pMemory );
-}
-void operator delete( void* pMemory, const std::nothrow_t& ) noexcept
-{
-    Free( pMemory );
-}
-void operator delete[]( void* pMemory, const std::nothrow_t& ) noexcept
-{
-    Free( pMemory );
-}
+// One line for each form that the compiler may call.
+// clang-format off
+void* operator new( std::size_t uSize ) { return AllocateOrThrow( uSize ); }
+void* operator new[]( std::size_t uSize ) { return AllocateOrThrow( uSize ); }
+void* operator new( std::size_t uSize, const std::nothrow_t& ) noexcept { return Allocate( uSize ); }
+void* operator new[]( std::size_t uSize, const std::nothrow_t& ) noexcept { return Allocate( uSize ); }
+void operator delete( void* pMemory ) noexcept { Free( pMemory ); }
+void operator delete[]( void* pMemory ) noexcept { Free( pMemory ); }
+void operator delete( void* pMemory, std::size_t ) noexcept { Free( pMemory ); }
+void operator delete[]( void* pMemory, std::size_t ) noexcept { Free( pMemory ); }
+void operator delete( void* pMemory, const std::nothrow_t& ) noexcept { Free( pMemory ); }
+void operator delete[]( void* pMemory, const std::nothrow_t& ) noexcept { Free( pMemory ); }
+// clang-format on

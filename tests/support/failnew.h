@@ -2,9 +2,7 @@
 //
 //     ForEachFailingNew( [&]( NewFault& rFault )
 //     {
-//         rFault.Arm();                  // from here on allocations count
-//         const BOOL fDone = Operation();
-//         rFault.Disarm();
+//         const BOOL fDone = rFault.During( [&] { return Operation(); } );
 //         EXPECT_NE( rFault.Hit(), fDone != FALSE );
 //     } );
 //
@@ -22,8 +20,17 @@ public:
     NewFault( const NewFault& ) = delete;
     NewFault& operator=( const NewFault& ) = delete;
 
+    // From Arm to Disarm allocations count.
     void Arm();
     void Disarm();
+    template <class Operation>
+    auto During( Operation aOperation )
+    {
+        Arm();
+        const auto aResult = aOperation();
+        Disarm();
+        return aResult;
+    }
     // Whether the allocation that was to fail came and failed.
     bool Hit() const { return m_fHit; }
 

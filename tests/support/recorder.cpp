@@ -10,11 +10,6 @@
 namespace
 {
 
-std::string Line( const Report& aReport )
-{
-    return "  " + aReport.first + " | " + aReport.second + "\n";
-}
-
 // A text of the library is written with exactly one CR LF at its end, whatever line end it had.
 std::string WithLineEnd( std::string strText )
 {
@@ -37,36 +32,38 @@ std::string Written( const std::vector<Report>& aReports )
 // test may have made to fail.
 struct Recorded
 {
-    char* apTexts[3];
+    char* apTexts[1000][3];
+    size_t uCalls;
 };
 std::mutex g_aLock;
-constexpr size_t MAX_CALLS = 1000;
-Recorded g_aDebugCalls[MAX_CALLS];
-Recorded g_aLogCalls[MAX_CALLS];
-size_t g_uDebugCalls = 0;
-size_t g_uLogCalls = 0;
+Recorded g_aDebugCalls;
+Recorded g_aLogCalls;
 
-void Record( Recorded* pCalls, size_t* puCalls, std::initializer_list<LPCTSTR> aTexts )
+void Record( Recorded& rCalls, std::initializer_list<LPCTSTR> aTexts )
 {
     const std::lock_guard aGuard( g_aLock );
-    if ( *puCalls == MAX_CALLS )
+    if ( rCalls.uCalls == std::size( rCalls.apTexts ) )
         return;
-    char** ppText = pCalls[( *puCalls )++].apTexts;
+    char** ppText = rCalls.apTexts[rCalls.uCalls++];
     for ( LPCTSTR pText : aTexts )
-    {
-        const LPCTSTR pShown = pText != NULL ? pText : "(null)";
-        *ppText = static_cast<char*>( std::malloc( std::strlen( pShown ) + 1 ) );
-        std::strcpy( *ppText++, pShown );
-    }
+        *ppText++ = strdup( pText != NULL ? pText : "(null)" );
 }
 
 // A recorded text, which is freed.
-std::string Taken( char*& rpText )
+std::string Taken( char* pText )
 {
-    const std::string strText( rpText );
-    std::free( rpText );
-    rpText = NULL;
+    const std::string strText( pText );
+    std::free( pText );
     return strText;
+}
+
+std::vector<char**> Taken( Recorded& rCalls )
+{
+    std::vector<char**> aCalls;
+    for ( size_t uCall = 0; uCall < rCalls.uCalls; ++uCall )
+        aCalls.push_back( rCalls.apTexts[uCall] );
+    rCalls.uCalls = 0;
+    return aCalls;
 }
 
 } // namespace
@@ -86,17 +83,6 @@ std::string DebugRecorder::Take()
     return TakeDebugOutput();
 }
 
-::testing::AssertionResult DebugRecorder::Silent()
-{
-    return OnlyReports( {} );
-}
-
-::testing::AssertionResult DebugRecorder::OnlyReport( const std::string& strHeader,
-                                                      const std::string& strText )
-{
-    return OnlyReports( { { strHeader, strText } } );
-}
-
 ::testing::AssertionResult DebugRecorder::OnlyReports( const std::vector<Report>& aExpected )
 {
     const std::string strOutput = Take();
@@ -114,28 +100,15 @@ HookRecorder::HookRecorder()
     TakeLogLines();
 }
 
-HookRecorder::~HookRecorder() = default;
-
 void DLL_EXPORT HookRecorder::Debug( LPCTSTR pHeader, LPCTSTR pMessage )
 {
-    Record( g_aDebugCalls, &g_uDebugCalls, { pHeader, pMessage } );
+    Record( g_aDebugCalls, { pHeader, pMessage } );
 }
 
 int DLL_EXPORT HookRecorder::Log( LPCTSTR pFormat, LPCTSTR pFirstText, LPCTSTR pSecondText )
 {
-    Record( g_aLogCalls, &g_uLogCalls, { pFormat, pFirstText, pSecondText } );
+    Record( g_aLogCalls, { pFormat, pFirstText, pSecondText } );
     return 1;
-}
-
-::testing::AssertionResult HookRecorder::Silent()
-{
-    return OnlyReports( {} );
-}
-
-::testing::AssertionResult HookRecorder::OnlyReport( const std::string& strHeader,
-                                                     const std::string& strText )
-{
-    return OnlyReports( { { strHeader, strText } } );
 }
 
 ::testing::AssertionResult HookRecorder::OnlyReports( const std::vector<Report>& aExpected )
@@ -144,26 +117,18 @@ int DLL_EXPORT HookRecorder::Log( LPCTSTR pFormat, LPCTSTR pFirstText, LPCTSTR p
     const std::vector<std::string> aLogLines = TakeLogLines();
     if ( aReports == aExpected && aLogLines.empty() )
         return ::testing::AssertionSuccess();
-    auto aFailure = ::testing::AssertionFailure();
-    aFailure << aReports.size() << " reports and " << aLogLines.size() << " log lines:\n";
-    for ( const Report& aReport : aReports )
-        aFailure << Line( aReport );
-    aFailure << "expected:\n";
-    for ( const Report& aReport : aExpected )
-        aFailure << Line( aReport );
-    return aFailure;
+    return ::testing::AssertionFailure() << "reports:\n"
+                                         << ::testing::PrintToString( aReports ) << "\nlog lines:\n"
+                                         << ::testing::PrintToString( aLogLines ) << "\nexpected:\n"
+                                         << ::testing::PrintToString( aExpected );
 }
 
 std::vector<Report> HookRecorder::TakeReports()
 {
     const std::lock_guard aGuard( g_aLock );
     std::vector<Report> aReports;
-    for ( size_t uCall = 0; uCall < g_uDebugCalls; ++uCall )
-    {
-        const std::string strHeader = Taken( g_aDebugCalls[uCall].apTexts[0] );
-        aReports.emplace_back( strHeader, Taken( g_aDebugCalls[uCall].apTexts[1] ) );
-    }
-    g_uDebugCalls = 0;
+    for ( char** ppTexts : Taken( g_aDebugCalls ) )
+        aReports.emplace_back( Taken( ppTexts[0] ), Taken( ppTexts[1] ) );
     return aReports;
 }
 
@@ -171,13 +136,7 @@ std::vector<std::string> HookRecorder::TakeLogLines()
 {
     const std::lock_guard aGuard( g_aLock );
     std::vector<std::string> aLines;
-    for ( size_t uCall = 0; uCall < g_uLogCalls; ++uCall )
-    {
-        std::string strLine = Taken( g_aLogCalls[uCall].apTexts[0] );
-        for ( size_t uText = 1; uText < 3; ++uText )
-            strLine += "|" + Taken( g_aLogCalls[uCall].apTexts[uText] );
-        aLines.push_back( strLine );
-    }
-    g_uLogCalls = 0;
+    for ( char** ppTexts : Taken( g_aLogCalls ) )
+        aLines.push_back( Taken( ppTexts[0] ) + "|" + Taken( ppTexts[1] ) + "|" + Taken( ppTexts[2] ) );
     return aLines;
 }

@@ -29,8 +29,11 @@ public:
     DebugRecorder& operator=( const DebugRecorder& ) = delete;
 
     // What the library itself reported: header and message of DebugMessage under the module "BXTOOLS.DLL".
-    ::testing::AssertionResult Silent();
-    ::testing::AssertionResult OnlyReport( const std::string& strHeader, const std::string& strText );
+    ::testing::AssertionResult Silent() { return OnlyReports( {} ); }
+    ::testing::AssertionResult OnlyReport( const std::string& strHeader, const std::string& strText )
+    {
+        return OnlyReports( { { strHeader, strText } } );
+    }
     ::testing::AssertionResult OnlyReports( const std::vector<Report>& aExpected );
 
     // The output to the letter, since the recorder was made or last looked at.
@@ -43,7 +46,6 @@ class HookRecorder
 {
 public:
     HookRecorder();
-    ~HookRecorder();
     HookRecorder( const HookRecorder& ) = delete;
     HookRecorder& operator=( const HookRecorder& ) = delete;
 
@@ -51,10 +53,12 @@ public:
     static void DLL_EXPORT Debug( LPCTSTR pHeader, LPCTSTR pMessage );
     static int DLL_EXPORT Log( LPCTSTR pFormat, LPCTSTR pFirstText, LPCTSTR pSecondText );
 
-    // Neither hook was called.
-    ::testing::AssertionResult Silent();
-    // Only the debug hook was called, so.
-    ::testing::AssertionResult OnlyReport( const std::string& strHeader, const std::string& strText );
+    // Neither hook was called; or only the debug hook was, so.
+    ::testing::AssertionResult Silent() { return OnlyReports( {} ); }
+    ::testing::AssertionResult OnlyReport( const std::string& strHeader, const std::string& strText )
+    {
+        return OnlyReports( { { strHeader, strText } } );
+    }
     ::testing::AssertionResult OnlyReports( const std::vector<Report>& aExpected );
 
     // The calls of each hook; a NULL text is shown as "(null)". The three texts of a log call
