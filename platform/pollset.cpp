@@ -33,29 +33,24 @@ void PollSet::Clear() noexcept
     errno = nSavedErrno;
 }
 
-PollSet::Outcome PollSet::Sleep( const timespec* pLeft ) noexcept
+bool PollSet::Sleep( const WaitLimit& rLimit ) noexcept
 {
     const int nSavedErrno = errno;
-    // The kernel writes what is left into its argument.
-    timespec aLeft{};
-    if ( pLeft != nullptr )
-        aLeft = *pLeft;
-    const long nReady = syscall( SYS_ppoll, m_aEntries.data(), m_nCount, pLeft != nullptr ? &aLeft : nullptr,
-                                 nullptr, sizeof( unsigned long ) );
+    timespec aLeft = rLimit.IsInfinite() ? timespec{} : rLimit.GetLeft();
+    const long nReady = syscall( SYS_ppoll, m_aEntries.data(), m_nCount,
+                                 rLimit.IsInfinite() ? nullptr : &aLeft, nullptr, sizeof( unsigned long ) );
     const int nError = errno;
     errno = nSavedErrno;
     if ( nReady < 0 && nError != EINTR )
     {
         SetLastError( ErrnoToWin32( nError ) );
-        return Outcome::Failed;
+        return false;
     }
-    const auto pEnd = m_aEntries.begin() + static_cast<std::ptrdiff_t>( m_nCount );
-    if ( nReady > 0 &&
-         std::any_of( m_aEntries.begin(), pEnd,
-                      []( const pollfd& rEntry ) { return ( rEntry.revents & POLLNVAL ) != 0; } ) )
+    const auto IsClosed = []( const pollfd& rEntry ) { return ( rEntry.revents & POLLNVAL ) != 0; };
+    if ( nReady > 0 && std::any_of( m_aEntries.data(), m_aEntries.data() + m_nCount, IsClosed ) )
     {
         SetLastError( ERROR_INVALID_HANDLE );
-        return Outcome::Failed;
+        return false;
     }
-    return Outcome::Look;
+    return true;
 }

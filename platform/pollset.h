@@ -1,9 +1,10 @@
 // The descriptors that a wait on several objects polls beside its bell.
 #pragma once
 
+#include "platform/waitlimit.h"
+
 #include <array>
 #include <cstddef>
-#include <ctime>
 #include <poll.h>
 
 class PollSet
@@ -21,15 +22,9 @@ public:
     // The descriptor is closed by the set with the next Clear.
     void AddOwned( int nDescriptor ) noexcept { AddEntry( nDescriptor, true ); }
 
-    enum class Outcome : unsigned char
-    {
-        Look,   // something may be ready, or a signal came
-        Failed, // the last error says why: a descriptor was closed behind our back (6)
-    };
-    // Sleeps until one of them is readable.
-    //   pLeft  how long at most, null for no limit.
-    // No cancellation point; keeps errno.
-    Outcome Sleep( const timespec* pLeft ) noexcept;
+    // Sleeps until one of them is readable, a signal came or the limit is over. No cancellation point; keeps errno.
+    // False: the last error says why (6, a descriptor was closed behind our back).
+    bool Sleep( const WaitLimit& rLimit ) noexcept;
 
 private:
     // Room for the pipes of a bell, and for two descriptors of each of the objects of a wait.

@@ -9,17 +9,21 @@
 #include <cstdint>
 
 class Bell;
+class Mutex;
+class ThreadObject;
 struct TlsBlock;
 
 struct ThreadState
 {
     DWORD dwLastError;
-    DWORD dwThreadId;    // the kernel's number, 0 until it is asked for
-    ULONGLONG ullNumber; // 0 until it is asked for; see GetThreadNumber
-    TlsBlock* pTlsBlock; // null until the thread stores a value
-    DWORD dwLoaderDepth; // calls of the system's loader that it is inside of
-    BOOL fEndRequested;  // the end of this thread will be noticed
-    Bell* pBell;         // null until it waits for several objects
+    DWORD dwThreadId;      // the kernel's number, 0 until it is asked for
+    ULONGLONG ullNumber;   // 0 until it is asked for; see GetThreadNumber
+    TlsBlock* pTlsBlock;   // null until the thread stores a value
+    DWORD dwLoaderDepth;   // calls of the system's loader that it is inside of
+    BOOL fEndRequested;    // the end of this thread will be noticed
+    Bell* pBell;           // null until it waits for several objects
+    Mutex* pOwnedMutexes;  // the last one taken, null when it owns none
+    ThreadObject* pThread; // null in threads that CreateThread did not start
 };
 
 // initial-exec: no call to find it. The room for it is small enough for what the loader keeps ready for

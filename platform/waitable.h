@@ -3,31 +3,11 @@
 
 #include "platform/kernelobject.h"
 #include "platform/pollset.h"
-
-#include <ctime>
+#include "platform/waitlimit.h"
 
 class Bell;
 
 constexpr DWORD KINDS_OF_WAITS = KIND_EVENT | KIND_MUTEX | KIND_THREAD | KIND_PROCESS;
-
-// Until when a wait goes on, on the clock that only goes on.
-class WaitLimit
-{
-public:
-    // dwMilliseconds  from now; INFINITE for no limit.
-    explicit WaitLimit( DWORD dwMilliseconds ) noexcept;
-
-    bool IsInfinite() const noexcept { return m_fInfinite; }
-    bool IsOver() const noexcept;
-    // The point in time; only without IsInfinite().
-    const timespec& GetPoint() const noexcept { return m_aPoint; }
-    // What is left, not less than zero; only without IsInfinite().
-    timespec GetLeft() const noexcept;
-
-private:
-    bool m_fInfinite;
-    timespec m_aPoint;
-};
 
 // What became of an attempt to take an object.
 enum class Taking : unsigned char
@@ -60,3 +40,7 @@ public:
 protected:
     using KernelObject::KernelObject;
 };
+
+// For a WaitAndTake of an object that just now is told of by descriptors: sleeps with the thread's bell until the object is
+// taken or the limit is over.
+Taking PollAndTake( WaitableObject& rObject, const WaitLimit& rLimit ) noexcept;
