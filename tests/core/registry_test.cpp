@@ -176,11 +176,16 @@ TEST_F( RegistryTest, WhatCreatorsAndDeletersThrowIsReported )
 
 std::atomic<int> g_nStep{ 0 };
 
+void Await( int nAwaited )
+{
+    while ( g_nStep < nAwaited )
+        std::this_thread::yield();
+}
+
 void ReachAndAwait( int nReached, int nAwaited )
 {
     g_nStep = nReached;
-    while ( g_nStep < nAwaited )
-        std::this_thread::yield();
+    Await( nAwaited );
 }
 
 // Wait until another thread has been in the registry.
@@ -201,7 +206,7 @@ TEST_F( RegistryTest, NobodyWaitsForAnotherThreadsCreatorOrDeleter )
     Attach();
     const LPVOID pA = Get( &CreateA, &DeleteA );
     std::thread aBusy( [&] { Get( &CreateSlowly, &DeleteSlowly ), m_aRegistry.OnThreadDETACH(); } );
-    ReachAndAwait( 0, 1 );
+    Await( 1 );
     EXPECT_EQ( pA, Get( &CreateA, &DeleteA ) );
     EXPECT_NE( nullptr, m_aRegistry.GetThreadGlobalObject() );
     ReachAndAwait( 2, 3 );

@@ -2,6 +2,7 @@
 
 #include "platform/handletable.h"
 #include "platform/testobject.h"
+#include "support/threads.h"
 
 #include <bxtools/platform.h>
 
@@ -13,7 +14,6 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
 #if defined( __SANITIZE_THREAD__ )
 // Children of this test start threads.
@@ -47,18 +47,7 @@ int InChild( const std::function<int()>& aChecks )
 class Holder
 {
 public:
-    explicit Holder( CRITICAL_SECTION& rSection )
-        : m_aThread(
-              [&]
-              {
-                  EnterCriticalSection( &rSection );
-                  EnterCriticalSection( &rSection );
-                  m_fHeld = true;
-                  m_fHeld.notify_one();
-                  m_fLeave.wait( false );
-                  LeaveCriticalSection( &rSection );
-                  LeaveCriticalSection( &rSection );
-              } )
+    explicit Holder( CRITICAL_SECTION& rSection ) : m_aThread( [&] { Hold( rSection ); } )
     {
         m_fHeld.wait( false );
     }
@@ -70,6 +59,17 @@ public:
     }
 
 private:
+    void Hold( CRITICAL_SECTION& rSection )
+    {
+        EnterCriticalSection( &rSection );
+        EnterCriticalSection( &rSection );
+        m_fHeld = true;
+        m_fHeld.notify_one();
+        m_fLeave.wait( false );
+        LeaveCriticalSection( &rSection );
+        LeaveCriticalSection( &rSection );
+    }
+
     std::atomic<bool> m_fHeld{ false };
     std::atomic<bool> m_fLeave{ false };
     std::thread m_aThread;
@@ -78,76 +78,72 @@ private:
 bool OtherThreadTakes( CRITICAL_SECTION& rSection )
 {
     bool fTaken = false;
-    std::thread(
-        [&]
-        {
-            fTaken = TryEnterCriticalSection( &rSection ) != FALSE;
-            if ( fTaken )
-                LeaveCriticalSection( &rSection );
-        } )
-        .join();
+    const auto Try = [&]
+    {
+        if ( ( fTaken = TryEnterCriticalSection( &rSection ) != FALSE ) )
+            LeaveCriticalSection( &rSection );
+    };
+    OnOtherThread( Try );
     return fTaken;
 }
+
+// In a child and in a child's child.
+void ExpectInChildren( int ( *pChecks )() )
+{
+    EXPECT_EQ( 0, InChild( pChecks ) );
+    EXPECT_EQ( 0, InChild( [&] { return InChild( pChecks ); } ) );
+}
+
+CRITICAL_SECTION g_aOwn;
+CRITICAL_SECTION g_aEntered;
+CRITICAL_SECTION g_aTried;
 } // namespace
 
 TEST( Fork, LocksOfLostThreadsAreFree )
 {
     if ( THREAD_SANITIZER )
         GTEST_SKIP() << "the sanitizer takes the child's thread for the lost one, which had the same stack";
-    static CRITICAL_SECTION aEntered{};
-    static CRITICAL_SECTION aTried{};
-    const Holder aFirst( aEntered );
-    const Holder aSecond( aTried );
-    const auto Check = []
-    {
-        EnterCriticalSection( &aEntered );
-        if ( !TryEnterCriticalSection( &aTried ) )
-            return 1;
-        if ( OtherThreadTakes( aEntered ) || OtherThreadTakes( aTried ) )
-            return 2;
-        // How often the lost thread had entered is forgotten.
-        LeaveCriticalSection( &aEntered );
-        LeaveCriticalSection( &aTried );
-        return OtherThreadTakes( aEntered ) && OtherThreadTakes( aTried ) ? 0 : 3;
-    };
-    EXPECT_EQ( 0, InChild( Check ) );
-    EXPECT_EQ( 0, InChild( [&] { return InChild( Check ); } ) );
-    EXPECT_FALSE( TryEnterCriticalSection( &aEntered ) );
+    const Holder aFirst( g_aEntered );
+    const Holder aSecond( g_aTried );
+    ExpectInChildren(
+        []
+        {
+            EnterCriticalSection( &g_aEntered );
+            if ( !TryEnterCriticalSection( &g_aTried ) )
+                return 1;
+            if ( OtherThreadTakes( g_aEntered ) || OtherThreadTakes( g_aTried ) )
+                return 2;
+            // How often the lost thread had entered is forgotten.
+            LeaveCriticalSection( &g_aEntered );
+            LeaveCriticalSection( &g_aTried );
+            return OtherThreadTakes( g_aEntered ) && OtherThreadTakes( g_aTried ) ? 0 : 3;
+        } );
+    EXPECT_FALSE( TryEnterCriticalSection( &g_aEntered ) );
 }
 
-TEST( Fork, OwnLocksStayOwn )
+TEST( Fork, OwnLocksAndIdsStayOwn )
 {
-    static CRITICAL_SECTION aSection{};
-    EnterCriticalSection( &aSection );
-    const auto Check = []
+    EnterCriticalSection( &g_aOwn );
+    ExpectInChildren(
+        []
+        {
+            if ( !TryEnterCriticalSection( &g_aOwn ) )
+                return 1;
+            LeaveCriticalSection( &g_aOwn );
+            if ( OtherThreadTakes( g_aOwn ) )
+                return 2;
+            LeaveCriticalSection( &g_aOwn );
+            return OtherThreadTakes( g_aOwn ) ? 0 : 3;
+        } );
+    LeaveCriticalSection( &g_aOwn );
+    const auto CheckIds = []
     {
-        if ( !TryEnterCriticalSection( &aSection ) )
-            return 1;
-        LeaveCriticalSection( &aSection );
-        if ( OtherThreadTakes( aSection ) )
-            return 2;
-        LeaveCriticalSection( &aSection );
-        return OtherThreadTakes( aSection ) ? 0 : 3;
+        return GetCurrentProcessId() != static_cast<DWORD>( getpid() ) ||
+               GetCurrentThreadId() != static_cast<DWORD>( gettid() );
     };
-    EXPECT_EQ( 0, InChild( Check ) );
-    EXPECT_EQ( 0, InChild( [&] { return InChild( Check ); } ) );
-    LeaveCriticalSection( &aSection );
-}
-
-TEST( Fork, IdsAreTheChilds )
-{
-    const DWORD dwProcess = GetCurrentProcessId();
-    ASSERT_EQ( static_cast<DWORD>( getpid() ), dwProcess );
-    ASSERT_EQ( static_cast<DWORD>( gettid() ), GetCurrentThreadId() );
-    EXPECT_EQ( 0, InChild(
-                      []
-                      {
-                          return GetCurrentProcessId() == static_cast<DWORD>( getpid() ) &&
-                                         GetCurrentThreadId() == static_cast<DWORD>( gettid() )
-                                     ? 0
-                                     : 1;
-                      } ) );
-    EXPECT_EQ( dwProcess, GetCurrentProcessId() );
+    EXPECT_EQ( 0, CheckIds() );
+    EXPECT_EQ( 0, InChild( CheckIds ) );
+    EXPECT_EQ( 0, CheckIds() );
 }
 
 TEST( Fork, HandlesOfTheParentAreNone )
@@ -189,22 +185,19 @@ TEST( Fork, ThreadsInsideTheLayerLeaveAUsableChild )
         const bool fRight = TlsGetValue( dwSlot ) == &fEnd;
         return TlsFree( dwSlot ) && fRight;
     };
-    std::vector<std::thread> aThreads;
-    for ( int i = 0; i < 3; ++i )
-        aThreads.emplace_back(
-            [&]
-            {
-                while ( !fEnd )
-                    Use();
-            } );
+    const auto UseAlways = [&]
+    {
+        while ( !fEnd )
+            Use();
+    };
+    std::thread aUsers( [&] { OnThreads( 3, UseAlways ); } );
     const DWORD dwOwnSlot = TlsAlloc();
-    TlsSetValue( dwOwnSlot, &aThreads );
+    TlsSetValue( dwOwnSlot, &aUsers );
     int nFailed = 0;
     for ( int i = 0; i < 100 && nFailed == 0; ++i )
-        nFailed = InChild( [&] { return Use() && TlsGetValue( dwOwnSlot ) == &aThreads ? 0 : 1; } );
+        nFailed = InChild( [&] { return Use() && TlsGetValue( dwOwnSlot ) == &aUsers ? 0 : 1; } );
     fEnd = true;
-    for ( std::thread& rThread : aThreads )
-        rThread.join();
+    aUsers.join();
     EXPECT_EQ( 0, nFailed );
     EXPECT_TRUE( Use() );
 }

@@ -1,13 +1,13 @@
 #include "platform/handletable.h"
 #include "platform/testobject.h"
 #include "support/failnew.h"
+#include "support/threads.h"
 
 #include <bxtools/platform.h>
 
 #include <gtest/gtest.h>
 
 #include <set>
-#include <thread>
 #include <vector>
 
 namespace
@@ -71,10 +71,15 @@ TEST( HandleTable, AClosedHandleIsRecognised )
         EXPECT_EQ( ERROR_INVALID_HANDLE + 0u, TryUse( hBad, KIND_EVENT, 0 ) );
 }
 
-TEST( HandleTable, AnObjectInUseOutlivesItsHandle )
+TEST( HandleTable, HandlesAndUsersHoldTheObject )
 {
     TestObject::Counts aCounts;
-    const HANDLE hObject = MakeHandle( new TestObject( aCounts ), 0 );
+    TestObject* const pObject = new TestObject( aCounts );
+    const HANDLE hFirst = MakeHandle( pObject, 0 );
+    pObject->AddReference();
+    const HANDLE hObject = MakeHandle( pObject, 0 );
+    EXPECT_TRUE( CloseHandle( hFirst ) );
+    EXPECT_EQ( 0u, TryUse( hObject, KIND_EVENT, 0 ) );
     {
         const HandleUse aUse( hObject, KIND_EVENT, 0 );
         EXPECT_TRUE( CloseHandle( hObject ) );
@@ -83,20 +88,6 @@ TEST( HandleTable, AnObjectInUseOutlivesItsHandle )
         ASSERT_EQ( 0, aCounts.nDestroyed );
         EXPECT_EQ( 12345, aUse.GetObject<TestObject>()->nAlive );
     }
-    EXPECT_EQ( 1, aCounts.nDestroyed );
-}
-
-TEST( HandleTable, EachHandleHoldsTheObject )
-{
-    TestObject::Counts aCounts;
-    TestObject* const pObject = new TestObject( aCounts );
-    const HANDLE hFirst = MakeHandle( pObject, 0 );
-    pObject->AddReference();
-    const HANDLE hSecond = MakeHandle( pObject, 0 );
-    EXPECT_TRUE( CloseHandle( hFirst ) );
-    EXPECT_EQ( 0, aCounts.nDestroyed );
-    EXPECT_EQ( 0u, TryUse( hSecond, KIND_EVENT, 0 ) );
-    EXPECT_TRUE( CloseHandle( hSecond ) );
     EXPECT_EQ( 1, aCounts.nDestroyed );
 }
 
@@ -110,9 +101,7 @@ TEST( HandleTable, WithoutMemoryTheObjectIsDropped )
     {
         TestObject* const pObject = new TestObject( aCounts );
         NewFault aFault( 1 );
-        aFault.Arm();
-        const HANDLE hObject = MakeHandle( pObject, 0 );
-        aFault.Disarm();
+        const HANDLE hObject = aFault.During( [&] { return MakeHandle( pObject, 0 ); } );
         ASSERT_EQ( aFault.Hit(), hObject == NULL );
         if ( hObject != NULL )
             aHandles.push_back( hObject );
@@ -131,16 +120,16 @@ TEST( HandleTable, WithoutMemoryTheObjectIsDropped )
 // Several threads look up and close the same handles while new objects take their places.
 TEST( HandleTable, ThreadsMeetWholeObjectsOnly )
 {
-    constexpr int THREADS = 4;
-    constexpr int ROUNDS = 20000;
     TestObject::Counts aCounts;
     std::atomic<HANDLE> ahShared[8] = {};
     std::atomic<int> nMade{ 0 };
     std::atomic<int> nClosed{ 0 };
     std::atomic<int> nWrong{ 0 };
-    const auto Work = [&]( unsigned uSeed )
+    std::atomic<unsigned> uThread{ 0 };
+    const auto Work = [&]
     {
-        for ( int i = 0; i < ROUNDS; ++i )
+        unsigned uSeed = uThread++;
+        for ( int i = 0; i < 20000; ++i )
         {
             uSeed = uSeed * 1664525 + 1013904223;
             std::atomic<HANDLE>& rhShared = ahShared[uSeed >> 29];
@@ -156,11 +145,7 @@ TEST( HandleTable, ThreadsMeetWholeObjectsOnly )
             ++nMade;
         }
     };
-    std::vector<std::thread> aThreads;
-    for ( unsigned i = 0; i < THREADS; ++i )
-        aThreads.emplace_back( Work, i );
-    for ( std::thread& rThread : aThreads )
-        rThread.join();
+    OnThreads( 4, Work );
     EXPECT_EQ( 0, nWrong );
     EXPECT_EQ( nClosed, aCounts.nDestroyed );
     EXPECT_GT( nClosed, 1000 );

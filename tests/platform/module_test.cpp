@@ -7,18 +7,19 @@
 #include "platform/version.h"
 #include "support/failnew.h"
 #include "support/scratchfolder.h"
+#include "support/threads.h"
 
 #include <bxtools/platform.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <filesystem>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -81,22 +82,20 @@ TEST( Module, AFileThatEndsEarlyIsNoLibrary )
     ASSERT_NE( 0u, GetModuleFileNameA( hModule, aPath, sizeof( aPath ) ) );
     ASSERT_TRUE( FreeLibrary( hModule ) );
     const ScratchFolder aFolder;
-    const std::string strAll = ReadBytes( aPath );
+    std::string strAll = ReadBytes( aPath );
     const std::string strPath = aFolder.Path( "cut.dll" );
-    for ( const size_t nLength : { size_t( 0 ), size_t( 10 ), size_t( 63 ), size_t( 64 ), size_t( 300 ),
-                                   size_t( 4096 ), size_t( 8192 ), size_t( 12288 ) } )
+    for ( const unsigned nLength : { 0u, 10u, 63u, 64u, 300u, 4096u, 8192u, 12288u } )
     {
         WriteBytes( strPath, strAll.substr( 0, nLength ) );
         EXPECT_EQ( nullptr, LoadLibraryA( strPath.c_str() ) ) << nLength;
         EXPECT_EQ( ERROR_BAD_EXE_FORMAT + 0u, GetLastError() ) << nLength;
     }
-    // Another machine's library.
-    std::string strForeign = strAll;
-    strForeign[18] = static_cast<char>( strForeign[18] ^ 1 );
-    WriteBytes( strPath, strForeign );
-    EXPECT_EQ( LibraryFile::NoLibrary, CheckLibraryFile( strPath ) );
+    // Whole, and made for another machine.
     WriteBytes( strPath, strAll );
     EXPECT_EQ( LibraryFile::Loadable, CheckLibraryFile( strPath ) );
+    strAll[18] = static_cast<char>( strAll[18] ^ 1 );
+    WriteBytes( strPath, strAll );
+    EXPECT_EQ( LibraryFile::NoLibrary, CheckLibraryFile( strPath ) );
 }
 
 TEST( Module, WithoutMemoryNothingStaysLoaded )
@@ -104,10 +103,8 @@ TEST( Module, WithoutMemoryNothingStaysLoaded )
     ASSERT_FALSE( IsModuleLoaded() );
     const auto Load = [&]( NewFault& rFault )
     {
-        rFault.Arm();
-        const HMODULE hModule = LoadLibraryA( MODULE_NAME );
+        const HMODULE hModule = rFault.During( [] { return LoadLibraryA( MODULE_NAME ); } );
         const DWORD dwError = GetLastError();
-        rFault.Disarm();
         EXPECT_EQ( rFault.Hit(), hModule == NULL );
         EXPECT_TRUE( hModule != NULL ? FreeLibrary( hModule ) : dwError == ERROR_NOT_ENOUGH_MEMORY );
         EXPECT_FALSE( IsModuleLoaded() );
@@ -117,21 +114,17 @@ TEST( Module, WithoutMemoryNothingStaysLoaded )
 
 TEST( Module, ThreadsLoadAndFree )
 {
-    std::vector<std::thread> aThreads;
     std::atomic<int> nWrong{ 0 };
-    for ( int i = 0; i < 4; ++i )
-        aThreads.emplace_back(
-            [&]
-            {
-                for ( int n = 0; n < 200; ++n )
-                {
-                    const HMODULE hModule = LoadLibraryA( MODULE_NAME );
-                    nWrong += GetProcAddress( hModule, "CountTranscriptCalls" ) == NULL;
-                    nWrong += !FreeLibrary( hModule );
-                }
-            } );
-    for ( std::thread& rThread : aThreads )
-        rThread.join();
+    const auto LoadAndFree = [&]
+    {
+        for ( int n = 0; n < 200; ++n )
+        {
+            const HMODULE hModule = LoadLibraryA( MODULE_NAME );
+            nWrong += GetProcAddress( hModule, "CountTranscriptCalls" ) == NULL;
+            nWrong += !FreeLibrary( hModule );
+        }
+    };
+    OnThreads( 4, LoadAndFree );
     EXPECT_EQ( 0, nWrong );
     EXPECT_FALSE( IsModuleLoaded() );
     EXPECT_TRUE( PinCurrentModule() );
@@ -164,16 +157,14 @@ TEST( MessageBox, PrintsAndAnswersWithoutADisplay )
     const int nBefore = dup( STDERR_FILENO );
     const int nFile = open( aFolder.Path( "stderr" ).c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600 );
     dup2( nFile, STDERR_FILENO );
-    const int nOk = MessageBoxA( NULL, "The text.", "The title", MB_OK | MB_ICONERROR | MB_TASKMODAL );
-    const int nYesNo = MessageBoxA( NULL, NULL, NULL, MB_YESNO );
-    const int nRetry = MessageBoxA( NULL, "", "", MB_RETRYCANCEL );
-    const int nNone = MessageBoxA( NULL, "", "", 0xF );
+    const int anAnswers[] = { MessageBoxA( NULL, "The text.", "The title",
+                                           MB_OK | MB_ICONERROR | MB_TASKMODAL ),
+                              MessageBoxA( NULL, NULL, NULL, MB_YESNO ),
+                              MessageBoxA( NULL, "", "", MB_RETRYCANCEL ), MessageBoxA( NULL, "", "", 0xF ) };
     dup2( nBefore, STDERR_FILENO );
     close( nBefore );
     close( nFile );
-    EXPECT_EQ( IDOK, nOk );
-    EXPECT_EQ( IDNO, nYesNo );
-    EXPECT_EQ( IDCANCEL, nRetry );
-    EXPECT_EQ( 0, nNone );
+    EXPECT_EQ( ( std::vector<int>{ IDOK, IDNO, IDCANCEL, 0 } ),
+               std::vector<int>( std::begin( anAnswers ), std::end( anAnswers ) ) );
     EXPECT_EQ( "The title\nThe text.\nError\n\n\n\n", ReadBytes( aFolder.Path( "stderr" ) ) );
 }

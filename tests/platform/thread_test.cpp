@@ -2,6 +2,7 @@
 
 #include "platform/threadend.h"
 #include "support/failnew.h"
+#include "support/threads.h"
 
 #include <bxtools/platform.h>
 
@@ -23,9 +24,7 @@ pthread_key_t g_aLaterKey;
 struct AtThreadEnd
 {
     ~AtThreadEnd() { g_strOrder += "object "; }
-    void Touch() {}
 };
-thread_local AtThreadEnd t_aObject;
 
 void OnEnd()
 {
@@ -68,38 +67,39 @@ TEST_F( ThreadEnd, ComesAfterObjectsAndAgainAfterALaterUse )
 {
     ASSERT_TRUE( SetThreadEndFunc( OnEnd ) );
     ASSERT_EQ( 0, pthread_key_create( &g_aLaterKey, OnLaterKey ) );
-    std::thread(
-        []
-        {
-            t_aObject.Touch();
-            TlsSetValue( g_dwSlot, &g_nEnds );
-            pthread_setspecific( g_aLaterKey, &g_nEnds );
-        } )
-        .join();
+    const auto Run = []
+    {
+        thread_local AtThreadEnd aObject;
+        EXPECT_NE( nullptr, &aObject );
+        TlsSetValue( g_dwSlot, &g_nEnds );
+        pthread_setspecific( g_aLaterKey, &g_nEnds );
+    };
+    OnOtherThread( Run );
     EXPECT_EQ( "object end later end ", g_strOrder );
     pthread_key_delete( g_aLaterKey );
 }
 
 TEST_F( ThreadEnd, ComesToThreadsThatStoredOrAsked )
 {
-    ASSERT_TRUE( SetThreadEndFunc( CountEnd ) );
-    g_nEnds = 0;
-    std::thread( [] { TlsSetValue( g_dwSlot, NULL ); } ).join();
-    std::thread( [] { TlsGetValue( g_dwSlot ); } ).join();
-    EXPECT_EQ( 0, g_nEnds );
-    std::thread( [] { RequestThreadEnd(); } ).join();
-    EXPECT_EQ( 1, g_nEnds );
-    std::thread( [] { TlsSetValue( g_dwSlot, &g_nEnds ); } ).join();
-    EXPECT_EQ( 2, g_nEnds );
-}
-
-TEST_F( ThreadEnd, AFunctionThatNeverRestsIsBounded )
-{
-    ASSERT_TRUE( SetThreadEndFunc( SetValueAgain ) );
-    g_nEnds = 0;
-    std::thread( [] { TlsSetValue( g_dwSlot, &g_nEnds ); } ).join();
-    EXPECT_GE( g_nEnds, 2 );
-    EXPECT_LE( g_nEnds, 16 );
+    // A function that never rests is bounded.
+    const struct
+    {
+        void ( *pEnd )();
+        void ( *pRun )();
+        int nLeast, nMost;
+    } aCases[] = { { CountEnd, [] { TlsSetValue( g_dwSlot, NULL ); }, 0, 0 },
+                   { CountEnd, [] { TlsGetValue( g_dwSlot ); }, 0, 0 },
+                   { CountEnd, [] { RequestThreadEnd(); }, 1, 1 },
+                   { CountEnd, [] { TlsSetValue( g_dwSlot, &g_nEnds ); }, 1, 1 },
+                   { SetValueAgain, [] { TlsSetValue( g_dwSlot, &g_nEnds ); }, 2, 16 } };
+    for ( const auto& rCase : aCases )
+    {
+        ASSERT_TRUE( SetThreadEndFunc( rCase.pEnd ) );
+        g_nEnds = 0;
+        OnOtherThread( rCase.pRun );
+        EXPECT_GE( g_nEnds, rCase.nLeast );
+        EXPECT_LE( g_nEnds, rCase.nMost );
+    }
 }
 
 TEST_F( ThreadEnd, IsSilentAfterTheClose )
@@ -137,29 +137,19 @@ TEST( Tls, WithoutMemorySettingFails )
     int nValue = 0;
     const auto Set = [&]
     {
-        for ( const DWORD dwSlot : { aSlots.front(), aSlots.back() } )
-        {
-            if ( !TlsSetValue( dwSlot, &nValue ) )
-                return false;
-        }
-        return TlsGetValue( aSlots.front() ) == &nValue && TlsGetValue( aSlots.back() ) == &nValue;
+        return TlsSetValue( aSlots.front(), &nValue ) && TlsSetValue( aSlots.back(), &nValue ) &&
+               TlsGetValue( aSlots.front() ) == &nValue && TlsGetValue( aSlots.back() ) == &nValue;
     };
-    const auto Run = [&]( NewFault& rFault )
+    // On a thread of its own: faults are a thread's own.
+    const auto SetOnce = [&]( NewFault& rFault )
     {
-        std::thread(
-            [&]
-            {
-                // Armed on this thread: faults are a thread's own.
-                rFault.Arm();
-                const bool fSet = Set();
-                const DWORD dwError = GetLastError();
-                rFault.Disarm();
-                EXPECT_EQ( rFault.Hit(), !fSet );
-                EXPECT_TRUE( fSet || dwError == ERROR_NOT_ENOUGH_MEMORY );
-                EXPECT_TRUE( Set() );
-            } )
-            .join();
+        const bool fSet = rFault.During( Set );
+        const DWORD dwError = GetLastError();
+        EXPECT_EQ( rFault.Hit(), !fSet );
+        EXPECT_TRUE( fSet || dwError == ERROR_NOT_ENOUGH_MEMORY );
+        EXPECT_TRUE( Set() );
     };
+    const auto Run = [&]( NewFault& rFault ) { OnOtherThread( [&] { SetOnce( rFault ); } ); };
     EXPECT_EQ( 2u, ForEachFailingNew( Run ) );
     for ( const DWORD dwSlot : aSlots )
         TlsFree( dwSlot );
@@ -168,14 +158,12 @@ TEST( Tls, WithoutMemorySettingFails )
 // Threads reserve, use and give back slots all at once: each must see null first and then its own values only.
 TEST( Tls, ThreadsNeverSeeOthersValues )
 {
-    constexpr int THREADS = 4;
-    constexpr int ROUNDS = 2000;
     std::atomic<int> nWrong{ 0 };
     const DWORD dwCommon = TlsAlloc();
     const auto Work = [&]
     {
         int nOwn = 0;
-        for ( int i = 0; i < ROUNDS; ++i )
+        for ( int i = 0; i < 2000; ++i )
         {
             const DWORD dwSlot = TlsAlloc();
             nWrong += TlsGetValue( dwSlot ) != NULL;
@@ -186,11 +174,7 @@ TEST( Tls, ThreadsNeverSeeOthersValues )
             TlsFree( dwSlot );
         }
     };
-    std::vector<std::thread> aThreads;
-    for ( int i = 0; i < THREADS; ++i )
-        aThreads.emplace_back( Work );
-    for ( std::thread& rThread : aThreads )
-        rThread.join();
+    OnThreads( 4, Work );
     TlsFree( dwCommon );
     EXPECT_EQ( 0, nWrong );
 }

@@ -3,11 +3,12 @@
 // compared.
 #pragma once
 
+#include "support/threads.h"
+
 #include <bxtools/platform.h>
 
 #include <cstdarg>
 #include <cstdio>
-#include <thread>
 
 // A line "name: values". Names do not repeat within a transcript.
 [[gnu::format( printf, 2, 3 )]] inline void Say( const char* pName, const char* pFormat, ... )
@@ -29,13 +30,6 @@ void SayOutcome( const char* pName, Result aResult )
         Say( pName, "ok" );
     else
         Say( pName, "failed %u", static_cast<unsigned>( dwError ) );
-}
-
-// Runs on a thread of its own and waits for its end.
-template <class Body>
-void OnOtherThread( Body aBody )
-{
-    std::thread( aBody ).join();
 }
 
 // A value that no call sets, so that a call that leaves the last error alone shows.

@@ -3,7 +3,6 @@
 #include "platform/transcript.h"
 
 #include <climits>
-#include <vector>
 
 namespace
 {
@@ -39,25 +38,19 @@ void SayRecursion()
 
 void SayCounting()
 {
-    constexpr int THREADS = 8;
-    constexpr int ROUNDS = 20000;
     int nGuarded = 0;
     LONG lInterlocked = 0;
-    std::vector<std::thread> aThreads;
-    for ( int i = 0; i < THREADS; ++i )
-        aThreads.emplace_back(
-            [&]
-            {
-                for ( int n = 0; n < ROUNDS; ++n )
-                {
-                    EnterCriticalSection( &g_aSection );
-                    ++nGuarded;
-                    LeaveCriticalSection( &g_aSection );
-                    InterlockedIncrement( &lInterlocked );
-                }
-            } );
-    for ( std::thread& rThread : aThreads )
-        rThread.join();
+    const auto Count = [&]
+    {
+        for ( int n = 0; n < 20000; ++n )
+        {
+            EnterCriticalSection( &g_aSection );
+            ++nGuarded;
+            LeaveCriticalSection( &g_aSection );
+            InterlockedIncrement( &lInterlocked );
+        }
+    };
+    OnThreads( 8, Count );
     Say( "guarded count", "%d", nGuarded );
     Say( "interlocked count", "%d", static_cast<int>( lInterlocked ) );
 }

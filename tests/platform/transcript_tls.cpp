@@ -2,8 +2,7 @@
 
 #include "platform/transcript.h"
 
-#include <condition_variable>
-#include <mutex>
+#include <atomic>
 #include <vector>
 
 namespace
@@ -59,34 +58,26 @@ void SayReuse( const char* pOwn, const char* pOther, bool fFarSlot )
     const DWORD dwIndex = TlsAlloc();
     TlsSetValue( dwIndex, &g_nOne );
 
-    std::mutex aMutex;
-    std::condition_variable aChanged;
-    int nStep = 0;
-    const auto Await = [&]( int nWanted )
+    std::atomic<int> nStep{ 0 };
+    const auto Await = [&]( int nAwaited )
     {
-        std::unique_lock<std::mutex> aLock( aMutex );
-        aChanged.wait( aLock, [&] { return nStep == nWanted; } );
+        while ( nStep < nAwaited )
+            std::this_thread::yield();
     };
-    const auto Advance = [&]
+    const auto Hold = [&]
     {
-        const std::lock_guard<std::mutex> aLock( aMutex );
-        ++nStep;
-        aChanged.notify_all();
+        TlsSetValue( dwIndex, &g_nTwo );
+        nStep = 1;
+        Await( 2 );
+        SayValue( pOther, dwIndex );
     };
-    std::thread aThread(
-        [&]
-        {
-            TlsSetValue( dwIndex, &g_nTwo );
-            Advance();
-            Await( 2 );
-            SayValue( pOther, dwIndex );
-        } );
+    std::thread aThread( Hold );
     Await( 1 );
     TlsFree( dwIndex );
     const DWORD dwAgain = TlsAlloc();
     if ( dwAgain == dwIndex )
         SayValue( pOwn, dwIndex );
-    Advance();
+    nStep = 2;
     aThread.join();
     TlsFree( dwAgain );
     for ( const DWORD dwOther : aBefore )

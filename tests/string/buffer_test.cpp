@@ -106,8 +106,7 @@ TEST_F( Buffer, WhatCannotBeTakenBackIsReported )
         " Error: !( fGo = ExpandBuffer( &pTempDataBuffer, &m_ulDataBufferSize, ulTempSize ) )";
     for ( const int nLength : { -1, 0, 4 } )
         EXPECT_TRUE( IsRefused( nLength, PAST_BUFFER ) ) << "without a buffer " << nLength;
-    LPTSTR pBuffer = m_aString.GetBuffer( 10 );
-    std::memset( pBuffer, 'b', 11 );
+    std::memset( m_aString.GetBuffer( 10 ), 'b', 11 );
     for ( const int nLength : { -1, 11, INT_MAX } )
         EXPECT_TRUE( IsRefused( nLength, PAST_BUFFER ) ) << nLength;
     for ( const int nLength : { -2, INT_MIN } )

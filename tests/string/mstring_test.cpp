@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <limits>
 #include <string>
+#include <tuple>
 
 namespace
 {
@@ -126,24 +127,18 @@ TEST( Compare, TextsAreComparedNeverAddresses )
     EXPECT_LT( 0, aString.CompareNoCase( NULL ) );
 }
 
-TEST( Edit, PartsAreWhatIsThere )
+TEST( Edit, PartsAndEditsAreClamped )
 {
-    const MString aString( "abc" );
-    EXPECT_EQ( "ab", aString.Left( 2 ) );
-    EXPECT_EQ( "bc", aString.Right( 2 ) );
-    EXPECT_EQ( "abc", aString.Left( 10 ) );
-    EXPECT_EQ( "abc", aString.Right( 10 ) );
-    EXPECT_EQ( "bc", aString.Copy( 1, 65535 ) );
-    EXPECT_EQ( "", aString.Copy( 3, 1 ) );
+    const MString aAbc( "abc" );
+    EXPECT_TRUE( aAbc.Left( 2 ) == "ab" && aAbc.Left( 10 ) == "abc" );
+    EXPECT_TRUE( aAbc.Right( 2 ) == "bc" && aAbc.Right( 10 ) == "abc" );
+    EXPECT_TRUE( aAbc.Copy( 1, 65535 ) == "bc" && aAbc.Copy( 3, 1 ) == "" );
     const std::string strLong = std::string( 65535, 'l' ) + std::string( 34465, 'r' );
     const MString aLong( strLong.c_str() );
     EXPECT_EQ( aLong, aLong.Right( 100001 ) );
     EXPECT_EQ( strLong.substr( 0, 70000 ).c_str(), aLong.Left( 70000 ) );
     EXPECT_EQ( strLong.substr( 65535 ).c_str(), aLong.Copy( 65535, 65535 ) );
-}
 
-TEST( Edit, EditsAreClamped )
-{
     MString aString( "abcdef" );
     EXPECT_EQ( "bc", aString.Cut( 1, 2 ) );
     EXPECT_EQ( "", aString.Cut( 9, 1 ) );
@@ -154,12 +149,13 @@ TEST( Edit, EditsAreClamped )
     EXPECT_EQ( "XAXAD!D!", aString );
     aString.Empty();
     EXPECT_TRUE( aString.IsEmpty() );
-    EXPECT_EQ( "ab", MString( "--a-b--" ).EraseAllChars( '-' ) );
-    EXPECT_EQ( "a-b--", MString( "--a-b--" ).EraseLeadingChars( '-' ) );
-    EXPECT_EQ( "--a-b", MString( "--a-b--" ).EraseTrailingChars( '-' ) );
-    EXPECT_EQ( "", MString( "---" ).EraseAllChars( '-' ) );
-    EXPECT_EQ( "", MString( "---" ).EraseLeadingChars( '-' ) );
-    EXPECT_EQ( "", MString( "---" ).EraseTrailingChars( '-' ) );
+    for ( const auto& [pText, pAll, pLeading, pTrailing] :
+          { std::tuple{ "--a-b--", "ab", "a-b--", "--a-b" }, std::tuple{ "---", "", "", "" } } )
+    {
+        EXPECT_EQ( pAll, MString( pText ).EraseAllChars( '-' ) );
+        EXPECT_EQ( pLeading, MString( pText ).EraseLeadingChars( '-' ) );
+        EXPECT_EQ( pTrailing, MString( pText ).EraseTrailingChars( '-' ) );
+    }
 }
 
 TEST( Edit, CharactersOutsideAreReportedOrThrown )
@@ -187,16 +183,11 @@ TEST( Edit, CharactersOutsideAreReportedOrThrown )
 TEST( Find, PositionsOrNone )
 {
     const MString aString( "abcab" );
-    EXPECT_EQ( 0, aString.Find( 'a' ) );
-    EXPECT_EQ( 3, aString.ReverseFind( 'a' ) );
-    EXPECT_EQ( -1, aString.Find( 'x' ) );
-    EXPECT_EQ( -1, aString.ReverseFind( 'x' ) );
-    EXPECT_EQ( 0, aString.FindStr( "ab", -5 ) );
-    EXPECT_EQ( 3, aString.FindStr( "ab", 1 ) );
-    EXPECT_EQ( -1, aString.FindStr( "AB" ) );
-    EXPECT_EQ( -1, aString.FindStr( "ab", INT_MAX ) );
-    EXPECT_EQ( 5, aString.FindStr( "", 5 ) );
-    EXPECT_EQ( -1, aString.FindStr( NULL ) );
+    EXPECT_TRUE( aString.Find( 'a' ) == 0 && aString.Find( 'x' ) == -1 );
+    EXPECT_TRUE( aString.ReverseFind( 'a' ) == 3 && aString.ReverseFind( 'x' ) == -1 );
+    EXPECT_TRUE( aString.FindStr( "ab", -5 ) == 0 && aString.FindStr( "ab", 1 ) == 3 );
+    EXPECT_TRUE( aString.FindStr( "ab", INT_MAX ) == -1 && aString.FindStr( "", 5 ) == 5 );
+    EXPECT_TRUE( aString.FindStr( "AB" ) == -1 && aString.FindStr( NULL ) == -1 );
 }
 
 TEST( Token, EachDelimiterEndsOne )
@@ -230,26 +221,20 @@ TEST( Token, EachDelimiterEndsOne )
 
 TEST( Token, OneIsDeletedWithADelimiterOrReplacedWithout )
 {
-    struct Case
-    {
-        const char* m_pText;
-        USHORT m_uToken;
-        const char* m_pDeleted; // NULL: cannot be deleted
-        const char* m_pReplaced;
-    };
-    for ( const Case& rCase :
+    // The text, the token, and what is left without it and with another one; NULL: cannot be done.
+    using Case = std::tuple<const char*, USHORT, const char*, const char*>;
+    for ( const auto& [pText, uToken, pDeleted, pReplaced] :
           { Case{ "a##b##c", 0, "b##c", "new##b##c" }, Case{ "a##b##c", 1, "a##c", "a##new##c" },
             Case{ "a##b##c", 2, "a##b", "a##b##new" }, Case{ "a##b##c", 3, NULL, NULL },
             Case{ "##", 0, "", "new##" }, Case{ "##", 1, "", "##new" }, Case{ "a", 0, NULL, "new" },
             Case{ "", 0, NULL, NULL } } )
     {
-        SCOPED_TRACE( rCase.m_pText );
-        MString aDeleted( rCase.m_pText );
-        EXPECT_EQ( rCase.m_pDeleted != NULL, aDeleted.DeleteTokenStr( rCase.m_uToken, "##" ) );
-        EXPECT_EQ( rCase.m_pDeleted != NULL ? rCase.m_pDeleted : rCase.m_pText, aDeleted );
-        MString aReplaced( rCase.m_pText );
-        EXPECT_EQ( rCase.m_pReplaced != NULL, aReplaced.ReplaceTokenStr( rCase.m_uToken, "##", "new" ) );
-        EXPECT_EQ( rCase.m_pReplaced != NULL ? rCase.m_pReplaced : rCase.m_pText, aReplaced );
+        MString aDeleted( pText );
+        MString aReplaced( pText );
+        EXPECT_EQ( pDeleted != NULL, aDeleted.DeleteTokenStr( uToken, "##" ) );
+        EXPECT_EQ( pDeleted != NULL ? pDeleted : pText, aDeleted ) << uToken;
+        EXPECT_EQ( pReplaced != NULL, aReplaced.ReplaceTokenStr( uToken, "##", "new" ) );
+        EXPECT_EQ( pReplaced != NULL ? pReplaced : pText, aReplaced ) << uToken;
         EXPECT_EQ( 0, aReplaced.DeleteTokenStr( 0, "" ) + aReplaced.ReplaceTokenStr( 0, NULL, "new" ) );
     }
 }
