@@ -12,35 +12,20 @@ TEST( ErrorsMake, WritesTheBytesOfTheFormat )
         { "make", "--class", "BXTOOLS.ERRCLS_SYS_LASTERROR", "--number", "12", "--system-error", "2",
           "--origin", "CreateFile failed", "--param", "c:\\data\\a.txt", "--param", "read", "--record",
           "--class", "BXTOOLS.ERRCLS_SYS_HRESULT", "--number", "0x80070005" } );
-    EXPECT_EQ( 0, aResult.nExitCode ) << aResult.strErrors;
     EXPECT_EQ( StreamOf( { RECORD_A, RECORD_B } ), aResult.strOutput );
     EXPECT_EQ( "", aResult.strErrors );
-}
-
-TEST( ErrorsMake, KeepsWhatBelongsToWhichRecord )
-{
-    ProgramFolder aFolder;
-    const ProgramResult aResult = aFolder.Errors(
-        { "make",     "--record", "--param", "a",      "--class", "A",        "--param", "",
-          "--record", "--class",  "B",       "--text", "t",       "--number", "-1",      "--record",
-          "--class",  "C",        "--param", "",       "--param", "c" } );
-    EXPECT_EQ( StreamOf( { "1.0.0+?+A+?+0+?+0+?++?++?+a!;!", "1.0.0+?+B+?+-1+?+0+?++?+t+?+",
-                           "1.0.0+?+C+?+0+?+0+?++?++?+!;!c" } ),
-               aResult.strOutput )
-        << aResult.strErrors;
-}
-
-TEST( ErrorsMake, SetsTheErrorAsAProgramWould )
-{
-    ProgramFolder aFolder;
-    const ProgramResult aErrno =
-        aFolder.Errors( { "make", "--class", "BXTOOLS.ERRCLS_SYS_ERRNO", "--number", "2" } );
-    EXPECT_EQ( StreamOf( { std::string( "1.0.0+?+BXTOOLS.ERRCLS_SYS_ERRNO+?+2+?+0+?+" ) + strerror( 2 ) +
-                           "+?++?+" } ),
-               aErrno.strOutput );
-    const ProgramResult aLastError = aFolder.Errors( { "make", "--class", "BXTOOLS.ERRCLS_SYS_LASTERROR" } );
-    EXPECT_EQ( StreamOf( { "1.0.0+?+BXTOOLS.ERRCLS_SYS_LASTERROR+?+0+?+0+?++?++?+" } ),
-               aLastError.strOutput );
+    EXPECT_EQ( "0 " + StreamOf( { "1.0.0+?+A+?+0+?+0+?++?++?+a!;!", "1.0.0+?+B+?+-1+?+0+?++?+t+?+",
+                                  "1.0.0+?+C+?+0+?+0+?++?++?+!;!c" } ),
+               aFolder.Outcome( { "make",    "--record", "--param",  "a",        "--class", "A",
+                                  "--param", "",         "--record", "--class",  "B",       "--text",
+                                  "t",       "--number", "-1",       "--record", "--class", "C",
+                                  "--param", "",         "--param",  "c" } ) );
+    // The error is set as a program would.
+    const std::string strErrno = "1.0.0+?+BXTOOLS.ERRCLS_SYS_ERRNO+?+2+?+0+?+";
+    EXPECT_EQ( "0 " + StreamOf( { strErrno + strerror( 2 ) + "+?++?+" } ),
+               aFolder.Outcome( { "make", "--class", "BXTOOLS.ERRCLS_SYS_ERRNO", "--number", "2" } ) );
+    EXPECT_EQ( "0 " + StreamOf( { "1.0.0+?+BXTOOLS.ERRCLS_SYS_LASTERROR+?+0+?+0+?++?++?+" } ),
+               aFolder.Outcome( { "make", "--class", "BXTOOLS.ERRCLS_SYS_LASTERROR" } ) );
 }
 
 TEST( ErrorsMake, RefusesWhatTheFormatCannotCarry )
@@ -65,13 +50,11 @@ TEST( ErrorsMake, RefusesWhatTheFormatCannotCarry )
         EXPECT_EQ( "", aResult.strOutput ) << pReason;
         EXPECT_TRUE( Holds( aResult.strErrors, pReason ) ) << aResult.strErrors;
     }
-    EXPECT_EQ( 2, aFolder.Errors( { "make" } ).nExitCode );
+    EXPECT_EQ( "2 ", aFolder.Outcome( { "make" } ) );
     for ( const char* pNumber : { "2147483648", "0x100000000", "12a", "", "0x", "-0x1", "1.5" } )
-        EXPECT_EQ( 2, aFolder.Errors( { "make", "--class", "A", "--number", pNumber } ).nExitCode )
-            << pNumber;
+        EXPECT_EQ( "2 ", aFolder.Outcome( { "make", "--class", "A", "--number", pNumber } ) ) << pNumber;
     for ( const char* pNumber : { "-1", "4294967296", "+1" } )
-        EXPECT_EQ( 2, aFolder.Errors( { "make", "--class", "A", "--system-error", pNumber } ).nExitCode )
-            << pNumber;
+        EXPECT_EQ( "2 ", aFolder.Outcome( { "make", "--class", "A", "--system-error", pNumber } ) );
 }
 
 TEST( ErrorsMake, ReadsWhatShowWrites )
@@ -80,11 +63,9 @@ TEST( ErrorsMake, ReadsWhatShowWrites )
     const std::string strStream = StreamOf(
         { RECORD_A, "1.0.0+?+\xC3\x84+?+-2147483648+?+4294967295+?+\x07 \"o\"+?+\\t+?+!;!", RECORD_B } );
     const ProgramResult aShown = aFolder.Errors( { "show", "--json" }, strStream );
-    const ProgramResult aMade = aFolder.Errors( { "make", "--json-in" }, aShown.strOutput );
-    EXPECT_EQ( 0, aMade.nExitCode ) << aMade.strErrors;
-    EXPECT_EQ( strStream, aMade.strOutput );
-    EXPECT_EQ( StreamOf( { "1.0.0+?+A+?+0+?+0+?++?++?+" } ),
-               aFolder.Errors( { "make", "--json-in" }, R"([ { "class": "A" } ])" ).strOutput );
+    EXPECT_EQ( "0 " + strStream, aFolder.Outcome( { "make", "--json-in" }, aShown.strOutput ) );
+    EXPECT_EQ( "0 " + StreamOf( { "1.0.0+?+A+?+0+?+0+?++?++?+" } ),
+               aFolder.Outcome( { "make", "--json-in" }, R"([ { "class": "A" } ])" ) );
 }
 
 TEST( ErrorsMake, SaysWhatIsWrongWithTheJson )

@@ -33,11 +33,8 @@ TEST( ErrorsShow, PrintsALineForEachRecordWhereTheOutputIsAFile )
     EXPECT_TRUE(
         Holds( aResult.strOutput, "\n1  BXTOOLS.ERRCLS_SYS_HRESULT    -2147024891 (hex: 0x80070005) " ) );
     EXPECT_FALSE( Holds( aResult.strOutput, "\x1b" ) ) << "colour is for terminals";
-}
 
-TEST( ErrorsShow, PrintsBlocksOnRequest )
-{
-    ProgramFolder aFolder;
+    // Blocks on request.
     const std::string strOutput =
         aFolder.Errors( { "show", "--layout", "blocks" }, StreamOf( { RECORD_B, RECORD_A } ) ).strOutput;
     EXPECT_TRUE( strOutput.starts_with( "record 0\n  class         BXTOOLS.ERRCLS_SYS_HRESULT\n" ) )
@@ -135,25 +132,21 @@ TEST( ErrorsShow, TellsWhatTheInputIsInsteadOfAStream )
     EXPECT_TRUE( Holds( aHuge.strErrors, "huge holds more than 1 GiB" ) ) << aHuge.strErrors;
 }
 
-TEST( ErrorsShow, DropsOneLineEndOfAPipe )
+TEST( ErrorsShow, DropsOneLineEndOfAPipeAndTakesABareRecord )
 {
     ProgramFolder aFolder;
-    const auto LastParameter = [&]( const std::string& strEnd, std::vector<std::string> aArguments )
-    {
-        aArguments.insert( aArguments.begin(), { "show", "--json" } );
-        const ProgramResult aResult = aFolder.Errors( aArguments, StreamOf( { RECORD_A } ) + strEnd );
-        return Json::parse( aResult.strOutput )["records"][0]["parameters"][1].get<std::string>();
+    const std::tuple<const char*, const char*, std::vector<std::string>> aCases[] = {
+        { "\n", "read", { "show", "--json" } },
+        { "\r\n", "read", { "show", "--json" } },
+        { "\n\n", "read\n", { "show", "--json" } },
+        { "\r", "read\r", { "show", "--json" } },
+        { "\r\n", "read\r\n", { "show", "--json", "--keep-line-end" } }
     };
-    EXPECT_EQ( "read", LastParameter( "\n", {} ) );
-    EXPECT_EQ( "read", LastParameter( "\r\n", {} ) );
-    EXPECT_EQ( "read\n", LastParameter( "\n\n", {} ) );
-    EXPECT_EQ( "read\r", LastParameter( "\r", {} ) );
-    EXPECT_EQ( "read\r\n", LastParameter( "\r\n", { "--keep-line-end" } ) );
-}
-
-TEST( ErrorsShow, TakesABareRecordAndSaysSo )
-{
-    ProgramFolder aFolder;
+    for ( const auto& [pEnd, pExpected, aArguments] : aCases )
+    {
+        const ProgramResult aResult = aFolder.Errors( aArguments, StreamOf( { RECORD_A } ) + pEnd );
+        EXPECT_EQ( pExpected, Json::parse( aResult.strOutput )["records"][0]["parameters"][1] );
+    }
     WriteBytes( aFolder.Path( "bare" ), std::string( RECORD_A ) + "\n" );
     const ProgramResult aResult = aFolder.Errors( { "show", "bare" } );
     EXPECT_EQ( 0, aResult.nExitCode );

@@ -31,6 +31,13 @@ ProgramResult ProgramFolder::Errors( std::vector<std::string> aArguments, const 
     return Run( BXTOOL_PROGRAM, aArguments, strInput );
 }
 
+std::string ProgramFolder::Outcome( const std::vector<std::string>& aArguments,
+                                    const std::string& strInput ) const
+{
+    const ProgramResult aResult = Errors( aArguments, strInput );
+    return std::to_string( aResult.nExitCode ) + " " + aResult.strOutput;
+}
+
 std::string StreamOf( const std::vector<std::string>& aRecords )
 {
     std::string strStream = "##HDRMSG0";

@@ -24,6 +24,8 @@ public:
 
     // bxtool errors <arguments>.
     ProgramResult Errors( std::vector<std::string> aArguments, const std::string& strInput = "" ) const;
+    // The same in one text, for comparisons: exit code, blank, output.
+    std::string Outcome( const std::vector<std::string>& aArguments, const std::string& strInput = "" ) const;
 };
 
 // The separators, and a stream of the given records.

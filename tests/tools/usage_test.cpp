@@ -5,20 +5,10 @@
 TEST( Usage, EveryLevelHasHelpWithExamplesOnStandardOutput )
 {
     ProgramFolder aFolder;
-    const std::vector<std::vector<std::string>> aLevels = {
-        {},
-        { "errors" },
-        { "errors", "show" },
-        { "errors", "make" },
-        { "errors", "find" },
-        { "errors", "count" },
-        { "errors", "reverse" },
-        { "errors", "append" },
-    };
-    for ( std::vector<std::string> aLevel : aLevels )
+    EXPECT_TRUE( Holds( aFolder.Run( BXTOOL_PROGRAM, { "--help" } ).strOutput, "Examples:\n  " ) );
+    for ( const char* pCommand : { "--help", "show", "make", "find", "count", "reverse", "append" } )
     {
-        aLevel.push_back( "--help" );
-        const ProgramResult aResult = aFolder.Run( BXTOOL_PROGRAM, aLevel );
+        const ProgramResult aResult = aFolder.Errors( { pCommand, "--help" } );
         EXPECT_EQ( 0, aResult.nExitCode );
         EXPECT_TRUE( Holds( aResult.strOutput, "Examples:\n  " ) ) << aResult.strOutput;
         EXPECT_EQ( "", aResult.strErrors );
@@ -53,16 +43,15 @@ TEST( Usage, AWrongCommandLineIsExplainedOnStandardError )
 TEST( Usage, TheLibrarysDebugMessagesAppearOnRequestOnly )
 {
     ProgramFolder aFolder;
-    const std::string strStream = StreamOf( { "1.0.0+?+cut" } );
-    const ProgramResult aQuiet = aFolder.Errors( { "show" }, strStream );
-    EXPECT_EQ( 4, aQuiet.nExitCode );
-    EXPECT_FALSE( Holds( aQuiet.strErrors, "From " ) ) << aQuiet.strErrors;
-    const std::string strReport = "BXTOOLS.DLL -> From BOOL ErrObjectBase::FromStream";
-    EXPECT_TRUE( Holds( aFolder.Errors( { "show", "--debug" }, strStream ).strErrors, strReport ) );
-    EXPECT_TRUE(
-        Holds( aFolder.Run( BXTOOL_PROGRAM, { "errors", "show" }, strStream, { "BXTOOLS_DEBUG_SINK=stderr" } )
-                   .strErrors,
-               strReport ) );
+    const auto ShowsReport = [&]( const std::vector<std::string>& aEnvironment )
+    {
+        const ProgramResult aResult =
+            aFolder.Run( BXTOOL_PROGRAM, { "errors", "show" }, StreamOf( { "1.0.0+?+cut" } ), aEnvironment );
+        EXPECT_EQ( 4, aResult.nExitCode );
+        return Holds( aResult.strErrors, "BXTOOLS.DLL -> From BOOL ErrObjectBase::FromStream" );
+    };
+    EXPECT_FALSE( ShowsReport( {} ) );
+    EXPECT_TRUE( ShowsReport( { "BXTOOLS_DEBUG_SINK=stderr" } ) );
 }
 
 TEST( Usage, OutputThatCannotBeWrittenIsAFailure )
