@@ -1,40 +1,18 @@
 #include "platform/debugout.h"
 
+#include "platform/debugringwriter.h"
+#include "platform/debugsinks.h"
 #include "platform/locked.h"
 #include "platform/textoutput.h"
 
 #include <bxtools/platform.h>
 
-#include <array>
 #include <atomic>
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace
 {
-constexpr int NO_DESCRIPTOR = -1;
-
-// Descriptors of ours lie high, out of the way of programs that close and count on the low ones.
-constexpr int FIRST_DESCRIPTOR = 500;
-
-// One file; found once, opened with the first message. The descriptor is shared by all threads: the file is
-// opened for appending, so the kernel puts each message whole behind the others.
-struct FileSink
-{
-    std::array<char, PATH_MAX> aPath;
-    std::atomic<int> nDescriptor;
-    std::atomic<bool> fMaySignal;
-};
-
-constexpr size_t MOST_FILES = 4;
-
 enum class Settings
 {
     NotRead,
@@ -43,71 +21,12 @@ enum class Settings
 
 constinit CRITICAL_SECTION g_aLock{};
 constinit std::atomic<Settings> g_eSettings{ Settings::NotRead };
+constinit bool g_fRing = false;
 constinit bool g_fStandardError = false;
-constinit FileSink g_aFiles[MOST_FILES]{};
-constinit size_t g_nFiles = 0;
 
-int OpenHigh( const char* pPath ) noexcept
+void AddRing( std::string_view ) noexcept
 {
-    // Not to wait for the reader of a pipe. Straight to the kernel: the C library's call is a cancellation
-    // point.
-    constexpr int FLAGS = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-    constexpr mode_t MODE = 0666;
-    const int nLow = static_cast<int>( syscall( SYS_openat, AT_FDCWD, pPath, FLAGS, MODE ) );
-    if ( nLow < 0 )
-        return NO_DESCRIPTOR;
-    const int nHigh = static_cast<int>( syscall( SYS_fcntl, nLow, F_DUPFD_CLOEXEC, FIRST_DESCRIPTOR ) );
-    if ( nHigh < 0 )
-        return nLow;
-    syscall( SYS_close, nLow );
-    return nHigh;
-}
-
-bool MayRaiseSignals( int nDescriptor ) noexcept
-{
-    struct stat aStatus;
-    rlimit aLimit;
-    return fstat( nDescriptor, &aStatus ) != 0 || S_ISFIFO( aStatus.st_mode ) ||
-           getrlimit( RLIMIT_FSIZE, &aLimit ) != 0 || aLimit.rlim_cur != RLIM_INFINITY;
-}
-
-int OpenSink( FileSink& rSink ) noexcept
-{
-    const LockedScope aLocked( g_aLock );
-    int nDescriptor = rSink.nDescriptor.load( std::memory_order_acquire );
-    if ( nDescriptor != NO_DESCRIPTOR )
-        return nDescriptor;
-    nDescriptor = OpenHigh( rSink.aPath.data() );
-    if ( nDescriptor != NO_DESCRIPTOR )
-        rSink.fMaySignal.store( MayRaiseSignals( nDescriptor ), std::memory_order_relaxed );
-    rSink.nDescriptor.store( nDescriptor, std::memory_order_release );
-    return nDescriptor;
-}
-
-void WriteToFile( FileSink& rSink, std::string_view aText ) noexcept
-{
-    constexpr int ATTEMPTS = 2;
-    for ( int i = 0; i < ATTEMPTS; ++i )
-    {
-        int nDescriptor = rSink.nDescriptor.load( std::memory_order_acquire );
-        if ( nDescriptor == NO_DESCRIPTOR && ( nDescriptor = OpenSink( rSink ) ) == NO_DESCRIPTOR )
-            return;
-        if ( WriteTexts( nDescriptor, { aText }, rSink.fMaySignal.load( std::memory_order_relaxed ) ) !=
-             EBADF )
-            return;
-        // Somebody closed all descriptors of the process, as services do when they start.
-        rSink.nDescriptor.compare_exchange_strong( nDescriptor, NO_DESCRIPTOR );
-    }
-}
-
-void AddFile( std::string_view aPath ) noexcept
-{
-    if ( g_nFiles == MOST_FILES || aPath.empty() || aPath.size() >= PATH_MAX )
-        return;
-    FileSink& rSink = g_aFiles[g_nFiles++];
-    memcpy( rSink.aPath.data(), aPath.data(), aPath.size() );
-    rSink.aPath[aPath.size()] = '\0';
-    rSink.nDescriptor.store( NO_DESCRIPTOR, std::memory_order_relaxed );
+    g_fRing = true;
 }
 
 void AddStandardError( std::string_view ) noexcept
@@ -115,29 +34,33 @@ void AddStandardError( std::string_view ) noexcept
     g_fStandardError = true;
 }
 
+void AddSystemLog( std::string_view ) noexcept
+{
+    AddDebugLog( "/dev/log" );
+}
+
 void AddNothing( std::string_view ) noexcept {}
 
-struct SinkKind
+struct SinkName
 {
     std::string_view aName; // with a colon at its end when a value follows
     void ( *pAdd )( std::string_view aValue );
 };
 
-constexpr SinkKind g_aKinds[] = {
-    { "stderr", AddStandardError },
-    { "file:", AddFile },
-    { "none", AddNothing },
+constexpr SinkName g_aNames[] = {
+    { "ring", AddRing },        { "stderr", AddStandardError }, { "file:", AddDebugFile },
+    { "syslog", AddSystemLog }, { "syslog:", AddDebugLog },     { "none", AddNothing },
 };
 
 // FALSE for a name that is no sink's.
 bool AddSink( std::string_view aItem ) noexcept
 {
-    for ( const SinkKind& rKind : g_aKinds )
+    for ( const SinkName& rName : g_aNames )
     {
-        const bool fValue = rKind.aName.ends_with( ':' );
-        if ( fValue ? aItem.starts_with( rKind.aName ) : aItem == rKind.aName )
+        const bool fValue = rName.aName.ends_with( ':' );
+        if ( fValue ? aItem.starts_with( rName.aName ) : aItem == rName.aName )
         {
-            rKind.pAdd( aItem.substr( rKind.aName.size() ) );
+            rName.pAdd( aItem.substr( rName.aName.size() ) );
             return true;
         }
     }
@@ -146,8 +69,9 @@ bool AddSink( std::string_view aItem ) noexcept
 
 void ReadSettings() noexcept
 {
+    g_fRing = false;
     g_fStandardError = false;
-    g_nFiles = 0;
+    ForgetOpenSinks();
     // A program with raised rights must not be made to write files by whoever starts it.
     const char* const pSetting = secure_getenv( "BXTOOLS_DEBUG_SINK" );
     std::string_view aLeft( pSetting != nullptr ? pSetting : "" );
@@ -159,7 +83,7 @@ void ReadSettings() noexcept
         aLeft.remove_prefix( nComma == std::string_view::npos ? aLeft.size() : nComma + 1 );
     }
     if ( !fAnySink )
-        g_fStandardError = true;
+        g_fRing = true;
 }
 
 void ReadSettingsOnce() noexcept
@@ -177,26 +101,21 @@ void ReadSettingsOnce() noexcept
 void WriteToDebugSinks( std::string_view aText ) noexcept
 {
     ReadSettingsOnce();
-    for ( size_t i = 0; i < g_nFiles; ++i )
-        WriteToFile( g_aFiles[i], aText );
+    if ( g_fRing )
+        WriteToDebugRing( aText );
+    WriteToOpenSinks( aText );
     if ( g_fStandardError )
         WriteToStandardError( { aText } );
 }
 
 void CloseDebugSinks() noexcept
 {
-    const LockedScope aLocked( g_aLock );
-    for ( size_t i = 0; i < g_nFiles; ++i )
-    {
-        const int nDescriptor = g_aFiles[i].nDescriptor.exchange( NO_DESCRIPTOR );
-        if ( nDescriptor != NO_DESCRIPTOR )
-            syscall( SYS_close, nDescriptor );
-    }
+    CloseOpenSinks();
 }
 
 void ForgetDebugSettingsForTest() noexcept
 {
-    CloseDebugSinks();
+    ForgetDebugRingForTest();
     g_eSettings.store( Settings::NotRead, std::memory_order_release );
 }
 

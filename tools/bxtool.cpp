@@ -4,7 +4,6 @@
 #include "tools/talk.h"
 #include "tools/terminal.h"
 
-#include <cstring>
 #include <new>
 #include <sstream>
 
@@ -19,16 +18,6 @@ constexpr char EXAMPLES[] = "Examples:\n"
                             "  bxtool errors show failed.stream\n"
                             "  bxtool errors --help\n\n";
 
-// The library's debug messages go to standard error where no other sink is named, and would stand between what the
-// user asked for. The library looks at the variable once, when it writes its first message.
-void QuietLibrary( int argc, char* argv[] )
-{
-    for ( int i = 1; i < argc; i++ )
-        if ( strcmp( argv[i], "--debug" ) == 0 )
-            return;
-    SetEnvironmentDefault( "BXTOOLS_DEBUG_SINK", "none" );
-}
-
 // What was wrong with the command line. A word that nothing takes explains more than the lack of what was wanted.
 std::string DescribeUsage( const CLI::App& rProgram, const CLI::ParseError& rError )
 {
@@ -41,9 +30,6 @@ int ParseAndRun( int argc, char* argv[] )
     ExitCode aExitCode = ExitCode::Ok;
     CLI::App aProgram( "Looks into what the programs of the system leave behind.", "bxtool" );
     aProgram.set_version_flag( "--version", "bxtool " BXTOOLS_VERSION );
-    bool fDebug = false; // looked for before the command line is parsed
-    aProgram.add_flag( "--debug", fDebug,
-                       "Let the library's debug messages through to where they usually go" );
     aProgram.footer( std::string( EXAMPLES ) + EXIT_CODE_HELP );
     aProgram.require_subcommand( 1 );
     aProgram.fallthrough();
@@ -75,7 +61,6 @@ int main( int argc, char* argv[] )
 {
     try
     {
-        QuietLibrary( argc, argv );
         UseByteStreams();
         return ParseAndRun( argc, argv );
     }

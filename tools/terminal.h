@@ -15,6 +15,3 @@ bool IsTypedAt( FILE* pStream );
 
 // Prepares pStream for colour sequences. Result: false when it is no terminal that shows them.
 bool CanShowColour( FILE* pStream );
-
-// Sets an environment variable for this process, unless it is set already.
-void SetEnvironmentDefault( const char* pName, const char* pValue );

@@ -29,8 +29,3 @@ bool CanShowColour( FILE* pStream )
     const char* pTerminal = getenv( "TERM" );
     return IsTypedAt( pStream ) && pTerminal != NULL && strcmp( pTerminal, "dumb" ) != 0;
 }
-
-void SetEnvironmentDefault( const char* pName, const char* pValue )
-{
-    setenv( pName, pValue, 0 );
-}

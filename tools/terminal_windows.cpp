@@ -44,9 +44,3 @@ bool CanShowColour( FILE* pStream )
     return GetConsoleMode( hConsole, &dwMode ) &&
            SetConsoleMode( hConsole, dwMode | ENABLE_VIRTUAL_TERMINAL_PROCESSING );
 }
-
-void SetEnvironmentDefault( const char* pName, const char* pValue )
-{
-    if ( getenv( pName ) == NULL )
-        _putenv_s( pName, pValue );
-}

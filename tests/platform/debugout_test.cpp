@@ -1,6 +1,7 @@
 // Where debug output goes, and what it never does to its caller.
 
 #include "platform/debugout.h"
+#include "platform/debugringreader.h"
 #include "support/scratchfolder.h"
 
 #include <bxtools/platform.h>
@@ -14,7 +15,9 @@
 #include <fcntl.h>
 #include <string>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -60,6 +63,28 @@ void WriteUnnoticed( const char* pText )
     OutputDebugStringA( pText );
     EXPECT_EQ( EDOM, errno );
     EXPECT_EQ( 4711u, GetLastError() );
+}
+
+int ListenAsLog( const std::string& strPath )
+{
+    const int nLog = socket( AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0 );
+    sockaddr_un aAddress{ AF_UNIX, {} };
+    strPath.copy( aAddress.sun_path, sizeof( aAddress.sun_path ) - 1 );
+    EXPECT_EQ( 0, bind( nLog, reinterpret_cast<sockaddr*>( &aAddress ), sizeof( aAddress ) ) );
+    return nLog;
+}
+
+std::string NextDatagram( int nSocket )
+{
+    char aBuffer[200];
+    const ssize_t nRead = read( nSocket, aBuffer, sizeof( aBuffer ) );
+    return std::string( aBuffer, static_cast<size_t>( std::max<ssize_t>( nRead, 0 ) ) );
+}
+
+std::string NextInRing( DebugRingReader& rRing )
+{
+    DebugRingMessage aMessage;
+    return rRing.Next( aMessage ) ? aMessage.strText : "";
 }
 
 std::vector<std::string> SplitLines( const std::string& strText )
@@ -111,18 +136,27 @@ int CountOpenDescriptors()
 
 TEST_F( DebugOut, GoesToEverySinkThatIsNamed )
 {
+    const int nLog = ListenAsLog( Path( "log" ) );
     SendStandardErrorTo( Path( "stderr" ) );
-    UseSink( "file:" + Path( "one" ) + ",stderr,unknown,file:" + Path( "two" ) );
-    WriteUnnoticed( "first\r\n" );
+    UseSink( "file:" + Path( "one" ) + ",stderr,unknown,syslog:" + Path( "log" ) +
+             ",ring,file:" + Path( "two" ) );
+    DebugRingReader aRing( DebugRingReader::Start::Newest );
+    WriteUnnoticed( "first\r\nline\r\n" );
     WriteUnnoticed( "second" );
+    EXPECT_EQ( "first\r\nline\r\n", NextInRing( aRing ) );
+    EXPECT_EQ( "second", NextInRing( aRing ) );
     UseSink( "none" );
     WriteUnnoticed( "to nobody" );
     UseSink( "unknown" );
-    WriteUnnoticed( "+" );
+    WriteUnnoticed( "to the usual place" );
     RestoreStandardError();
-    EXPECT_EQ( "first\r\nsecond", ReadBytes( Path( "one" ) ) );
-    EXPECT_EQ( "first\r\nsecond", ReadBytes( Path( "two" ) ) );
-    EXPECT_EQ( "first\r\nsecond+", ReadBytes( Path( "stderr" ) ) );
+    EXPECT_EQ( "to the usual place", NextInRing( aRing ) );
+    for ( const char* pSink : { "one", "two", "stderr" } )
+        EXPECT_EQ( "first\r\nline\r\nsecond", ReadBytes( Path( pSink ) ) ) << pSink;
+    const std::string strHead = "<15>test_platform[" + std::to_string( getpid() ) + "]: ";
+    EXPECT_EQ( strHead + "first line", NextDatagram( nLog ) );
+    EXPECT_EQ( strHead + "second", NextDatagram( nLog ) );
+    close( nLog );
 }
 
 TEST_F( DebugOut, MessagesOfThreadsNeverMix )

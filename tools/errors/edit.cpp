@@ -43,9 +43,10 @@ ExitCode Reverse( const StreamSource& rSource )
 {
     MString aStream = ReadErrorStream( rSource );
     if ( !ReverseStream( aStream ) )
-        throw ToolFailure( ExitCode::Internal,
-                           GetInputTitle( rSource.aName ) +
-                               " could not be reversed; is there enough memory? --debug tells more" );
+        throw ToolFailure(
+            ExitCode::Internal,
+            GetInputTitle( rSource.aName ) +
+                " could not be reversed; is there enough memory? \"bxtool debug last\" may tell more" );
     WriteOutput( ViewOf( aStream ) );
     return ExitCode::Ok;
 }

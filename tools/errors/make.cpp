@@ -96,9 +96,10 @@ MString MakeRecord( size_t nIndex, const DecodedRecord& rRecord )
                                    ToMString( JoinParameters( rRecord.aParameters ) ) ) &&
                        Error2Stream( aText, 0 ) && ClearErrors();
     if ( !fMade )
-        throw ToolFailure( ExitCode::Internal,
-                           "record " + std::to_string( nIndex ) +
-                               " could not be set; run again with --debug for the library's reason" );
+        throw ToolFailure(
+            ExitCode::Internal,
+            "record " + std::to_string( nIndex ) +
+                " could not be set; run again with BXTOOLS_DEBUG_SINK=stderr for the library's reason" );
     CheckReadsBack( nIndex, rRecord, aText );
     return aText;
 }

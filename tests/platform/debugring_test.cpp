@@ -1,0 +1,340 @@
+// The ring of debug messages: many writers, many viewers, and what is left when some of them are killed.
+
+#include "platform/debugout.h"
+#include "platform/debugring.h"
+#include "platform/debugringreader.h"
+#include "platform/namespacefolder.h"
+#include "support/scratchfolder.h"
+#include "support/secondprocess.h"
+
+#include <bxtools/platform.h>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <map>
+#include <memory>
+#include <random>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+constexpr int PROCESSES = 10;
+constexpr int MESSAGES = 300;
+
+void UseRingIn( const std::string& strFolder )
+{
+    setenv( "BXTOOLS_OBJECT_DIR", strFolder.c_str(), 1 );
+    setenv( "BXTOOLS_DEBUG_SINK", "ring", 1 );
+    ForgetNamespaceForTest();
+    ForgetDebugSettingsForTest();
+}
+
+class Ring : public ::testing::Test
+{
+protected:
+    Ring() { UseRingIn( m_aFolder.Path( "objects" ) ); }
+    ~Ring() override
+    {
+        setenv( "BXTOOLS_OBJECT_DIR", m_strFolderBefore.c_str(), 1 );
+        setenv( "BXTOOLS_DEBUG_SINK", "none", 1 );
+        ForgetNamespaceForTest();
+        ForgetDebugSettingsForTest();
+    }
+
+    const ScratchFolder m_aFolder;
+
+private:
+    const std::string m_strFolderBefore = getenv( "BXTOOLS_OBJECT_DIR" );
+};
+
+struct Unmap
+{
+    void operator()( DebugRing* pRing ) const { munmap( pRing, sizeof( DebugRing ) ); }
+};
+using MappedRing = std::unique_ptr<DebugRing, Unmap>;
+
+MappedRing MapRing()
+{
+    DebugRingFile aIdentity;
+    const int nFile = OpenDebugRingFile( aIdentity );
+    MappedRing pRing( MapDebugRing( nFile, nullptr ) );
+    close( nFile );
+    return pRing;
+}
+
+// A text that tells where it comes from, and by its length whether it is whole.
+std::string MakeText( int nWriter, int nMessage )
+{
+    const std::string strHead = std::to_string( nWriter ) + " " + std::to_string( nMessage ) + " ";
+    const size_t nLength = static_cast<size_t>( nMessage * 37 % 900 );
+    return strHead + std::string( nLength, static_cast<char>( 'a' + nWriter ) );
+}
+
+std::vector<DebugRingMessage> ReadAll( DebugRingReader& rReader )
+{
+    std::vector<DebugRingMessage> aMessages;
+    DebugRingMessage aMessage;
+    for ( rReader.GiveUpUnwritten(); rReader.Next( aMessage ); rReader.GiveUpUnwritten() )
+        aMessages.push_back( aMessage );
+    return aMessages;
+}
+
+uint64_t CountPieces( const std::vector<DebugRingMessage>& aMessages )
+{
+    uint64_t ullPieces = 0;
+    for ( const DebugRingMessage& rMessage : aMessages )
+        ullPieces += rMessage.nPieces;
+    return ullPieces;
+}
+} // namespace
+
+// Tells the number of pieces that were read and missed, once "end" has come.
+BX_ROLE( ring_watcher )
+{
+    UseRingIn( Arguments[0] );
+    DebugRingReader aReader( DebugRingReader::Start::Newest );
+    TellTest( "ready" );
+    std::map<int, int> aNext;
+    uint64_t ullPieces = 0;
+    for ( DebugRingMessage aMessage; aMessage.strText != "end"; )
+    {
+        if ( !aReader.Next( aMessage ) )
+        {
+            aReader.Wait();
+            continue;
+        }
+        ullPieces += aMessage.nPieces;
+        int nWriter = 0;
+        int nMessage = 0;
+        if ( sscanf( aMessage.strText.c_str(), "%d %d ", &nWriter, &nMessage ) == 2 &&
+             ( aMessage.strText != MakeText( nWriter, nMessage ) || nMessage != aNext[nWriter]++ ) )
+            return 1;
+    }
+    for ( const auto& [nWriter, nMessages] : aNext )
+    {
+        if ( nMessages != MESSAGES )
+            return 2;
+    }
+    TellTest( std::to_string( ullPieces ) + " " + std::to_string( aReader.TakeMissed() ) );
+    return static_cast<int>( aNext.size() ) == PROCESSES ? 0 : 3;
+}
+
+BX_ROLE( ring_writer )
+{
+    UseRingIn( Arguments[0] );
+    TellTest( "ready" );
+    WaitForTest();
+    for ( int i = 0; i < MESSAGES; ++i )
+        OutputDebugStringA( MakeText( atoi( Arguments[1].c_str() ), i ).c_str() );
+    return 0;
+}
+
+// Takes numbers for a message of three pieces, writes the last one, and is killed.
+BX_ROLE( ring_victim )
+{
+    UseRingIn( Arguments[0] );
+    const MappedRing pRing = MapRing();
+    const uint64_t ullFirst = pRing->ullNext.fetch_add( 3 );
+    pRing->Slot( ullFirst + 1 ).ullState = DebugStateClaimed( ullFirst + 1 );
+    pRing->Slot( ullFirst + 2 ).ullState = DebugStatePublished( ullFirst + 2 );
+    raise( SIGKILL );
+    return 0;
+}
+
+TEST_F( Ring, EachWatcherSeesEachMessageAndIsToldWhatItMissed )
+{
+    const std::string strFolder = m_aFolder.Path( "objects" );
+    std::vector<std::unique_ptr<SecondProcess>> aWatchers;
+    std::vector<std::unique_ptr<SecondProcess>> aWriters;
+    for ( int i = 0; i < PROCESSES; ++i )
+    {
+        aWatchers.push_back( std::make_unique<SecondProcess>( "ring_watcher", std::vector{ strFolder } ) );
+        aWriters.push_back(
+            std::make_unique<SecondProcess>( "ring_writer", std::vector{ strFolder, std::to_string( i ) } ) );
+    }
+    // One that is killed in its sleep keeps nobody from being woken.
+    SecondProcess aKilled( "ring_watcher", { strFolder } );
+    EXPECT_EQ( "ready", aKilled.ReadLine() );
+    aKilled.Kill();
+    for ( int i = 0; i < PROCESSES; ++i )
+    {
+        EXPECT_EQ( "ready", aWatchers[i]->ReadLine() );
+        EXPECT_EQ( "ready", aWriters[i]->ReadLine() );
+    }
+    for ( const auto& pWriter : aWriters )
+        pWriter->WriteLine( "go" );
+    EXPECT_EQ( -1, RunInRole( "ring_victim", { strFolder } ) );
+    for ( const auto& pWriter : aWriters )
+        EXPECT_EQ( 0, pWriter->Wait() );
+    OutputDebugStringA( "end" );
+    const uint64_t ullWritten = MapRing()->ullNext;
+    const std::string strExpected = std::to_string( ullWritten - 3 ) + " 3";
+    for ( const auto& pWatcher : aWatchers )
+    {
+        EXPECT_EQ( strExpected, pWatcher->ReadLine() );
+        EXPECT_EQ( 0, pWatcher->Wait() );
+    }
+
+    // What the dead wrote is still there; and one who comes too late is told so.
+    DebugRingReader aLate( DebugRingReader::Start::Oldest );
+    std::vector<DebugRingMessage> aMessages = ReadAll( aLate );
+    EXPECT_EQ( size_t{ PROCESSES * MESSAGES + 1 }, aMessages.size() );
+    EXPECT_EQ( program_invocation_short_name, aMessages.back().strProcess );
+    EXPECT_NE( GetCurrentProcessId(), aMessages.front().dwProcess );
+    EXPECT_EQ( GetCurrentProcessId(), aMessages.back().dwProcess );
+    EXPECT_EQ( GetCurrentThreadId(), aMessages.back().dwThread );
+    EXPECT_LT( uint64_t( time( nullptr ) - 60 ) * 1000000000, aMessages.back().ullTime );
+    EXPECT_EQ( 3u, aLate.TakeMissed() );
+    for ( int i = 0; i < 20000; ++i )
+        OutputDebugStringA( MakeText( 1, i ).c_str() );
+    aMessages = ReadAll( aLate );
+    EXPECT_EQ( MakeText( 1, 19999 ), aMessages.back().strText );
+    EXPECT_EQ( MapRing()->ullNext - ullWritten, CountPieces( aMessages ) + aLate.TakeMissed() );
+}
+
+TEST_F( Ring, TextsOfAnyLengthArriveAndTheLongestAreCut )
+{
+    DebugRingReader aReader( DebugRingReader::Start::Newest );
+    OutputDebugStringA( "up to the zero\0behind it" );
+    const pid_t nChild = fork();
+    if ( nChild == 0 )
+    {
+        OutputDebugStringA( "child" );
+        _exit( 0 );
+    }
+    waitpid( nChild, nullptr, 0 );
+    std::string strLong( 10000000, 'x' );
+    for ( size_t i = 0; i < strLong.size(); ++i )
+        strLong[i] = static_cast<char>( 'a' + i % 23 );
+    for ( const size_t nLength : { 1u, 191u, 192u, 193u, 384u, 100000u, 10000000u } )
+        OutputDebugStringA( strLong.substr( 0, nLength ).c_str() );
+
+    std::vector<DebugRingMessage> aMessages = ReadAll( aReader );
+    ASSERT_EQ( 9u, aMessages.size() );
+    EXPECT_EQ( "up to the zero", aMessages[0].strText );
+    EXPECT_EQ( static_cast<uint32_t>( nChild ), aMessages[1].dwProcess );
+    for ( size_t i = 2; i < 8; ++i )
+        EXPECT_TRUE( strLong.starts_with( aMessages[i].strText ) &&
+                     aMessages[i].ullLength == aMessages[i].strText.size() );
+    EXPECT_EQ( strLong.substr( 0, DEBUG_MOST_PIECES * DEBUG_PIECE_LENGTH ), aMessages[8].strText );
+    EXPECT_EQ( strLong.size(), aMessages[8].ullLength );
+    EXPECT_EQ( 0u, aReader.TakeMissed() );
+}
+
+TEST_F( Ring, DamageIsCountedAndNeverShown )
+{
+    for ( int i = 0; i < 40; ++i )
+        OutputDebugStringA( MakeText( 2, i ).c_str() );
+    const MappedRing pRing = MapRing();
+    const uint64_t ullNext = pRing->ullNext;
+    auto* const pBytes = reinterpret_cast<unsigned char*>( &pRing->aSlots[0] );
+    const auto ExpectOnlyWhatWasWritten = [&]( size_t nWhere )
+    {
+        DebugRingReader aReader( DebugRingReader::Start::Oldest );
+        const std::vector<DebugRingMessage> aMessages = ReadAll( aReader );
+        EXPECT_EQ( pRing->ullNext, CountPieces( aMessages ) + aReader.TakeMissed() ) << nWhere;
+        for ( const DebugRingMessage& rMessage : aMessages )
+        {
+            int nMessage = -1;
+            sscanf( rMessage.strText.c_str(), "2 %d ", &nMessage );
+            EXPECT_EQ( MakeText( 2, nMessage ), rMessage.strText ) << nWhere;
+        }
+    };
+    for ( size_t i = 0; i < ullNext * sizeof( DebugSlot ); i += 5 )
+    {
+        pBytes[i] ^= 0x41;
+        // The last slots may look as if they were still being written; then nothing behind them is told of.
+        if ( i < ( ullNext - 10 ) * sizeof( DebugSlot ) )
+            ExpectOnlyWhatWasWritten( i );
+        pBytes[i] ^= 0x41;
+    }
+    ExpectOnlyWhatWasWritten( 0 );
+
+    // Anything else in the ring: nobody hangs, and the next message is seen again.
+    std::mt19937_64 aRandom( 1 );
+    DebugRingReader aReader( DebugRingReader::Start::Newest );
+    for ( int i = 0; i < 20; ++i )
+    {
+        for ( size_t n = 0; n < sizeof( pRing->aSlots ); n += sizeof( uint64_t ) )
+            reinterpret_cast<std::atomic<uint64_t>*>( pBytes + n )->store( aRandom() >> ( i * 2 ) );
+        pRing->ullNext = aRandom() >> ( i * 2 );
+        pRing->nBell = static_cast<uint32_t>( aRandom() );
+        pRing->nAsleepAt = static_cast<uint32_t>( aRandom() );
+        pRing->nRetired = 1;
+        ReadAll( aReader );
+        OutputDebugStringA( "still alive" );
+        const std::vector<DebugRingMessage> aMessages = ReadAll( aReader );
+        EXPECT_TRUE( !aMessages.empty() && aMessages.back().strText == "still alive" ) << i;
+    }
+}
+
+TEST_F( Ring, WhatIsNoRingIsReplacedAndAFolderThatIsTidiedUpIsNoticed )
+{
+    const std::string strFile = m_aFolder.Path( "objects/messages" );
+    OutputDebugStringA( "makes the folder" );
+    struct stat aStatus;
+    ASSERT_EQ( 0, stat( strFile.c_str(), &aStatus ) );
+    EXPECT_EQ( 0600u, aStatus.st_mode & 07777u );
+    std::string strOther = ReadBytes( strFile );
+    strOther[8] ^= 1; // the size of a slot
+    for ( const std::string& strContent :
+          { std::string( "short" ), std::string( sizeof( DebugRing ), '\0' ), strOther } )
+    {
+        WriteBytes( strFile, strContent );
+        ForgetDebugSettingsForTest();
+        DebugRingReader aReader( DebugRingReader::Start::Newest );
+        OutputDebugStringA( "new ring" );
+        EXPECT_EQ( 1u, ReadAll( aReader ).size() );
+    }
+
+    DebugRingReader aReader( DebugRingReader::Start::Newest );
+    unlink( strFile.c_str() );
+    // The writer looks for it once a second; the viewer sleeps until then.
+    std::string strLast;
+    for ( DebugRingMessage aMessage; access( strFile.c_str(), F_OK ) != 0; )
+    {
+        OutputDebugStringA( "for the old ring, or the new one" );
+        while ( aReader.Next( aMessage ) )
+            strLast = aMessage.strText;
+    }
+    OutputDebugStringA( "found again" );
+    aReader.Wait();
+    EXPECT_EQ( "found again", ReadAll( aReader ).back().strText );
+}
+
+TEST_F( Ring, WithoutAFolderOrRoomThereIsSilence )
+{
+    OutputDebugStringA( "makes the folder" );
+    const std::string strFolder = m_aFolder.Path( "objects" );
+    const auto ExpectSilence = []
+    {
+        ForgetNamespaceForTest();
+        ForgetDebugSettingsForTest();
+        SetLastError( 4711 );
+        OutputDebugStringA( "to nobody" );
+        EXPECT_EQ( 4711u, GetLastError() );
+        EXPECT_FALSE( DebugRingReader( DebugRingReader::Start::Oldest ).IsOpen() );
+    };
+    testing::internal::CaptureStderr();
+    chmod( strFolder.c_str(), 0777 );
+    ExpectSilence();
+    EXPECT_NE( std::string::npos, testing::internal::GetCapturedStderr().find( "give it the mode 0700" ) );
+    chmod( strFolder.c_str(), 0700 );
+    unlink( ( strFolder + "/messages" ).c_str() );
+    ASSERT_EQ( 0, symlink( "/dev/null", ( strFolder + "/messages" ).c_str() ) );
+    ExpectSilence();
+    unlink( ( strFolder + "/messages" ).c_str() );
+
+    const rlimit aLimit{ 1000000, RLIM_INFINITY };
+    rlimit aBefore;
+    getrlimit( RLIMIT_FSIZE, &aBefore );
+    setrlimit( RLIMIT_FSIZE, &aLimit );
+    ExpectSilence();
+    setrlimit( RLIMIT_FSIZE, &aBefore );
+    EXPECT_NE( 0, access( ( strFolder + "/messages" ).c_str(), F_OK ) );
+}
