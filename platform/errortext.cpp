@@ -161,6 +161,7 @@ constexpr ErrorText g_aTexts[] = {
     { 1300, "The caller does not have all of the privileges that were named." },
     { 1313, "There is no privilege of that name." },
     { 1314, "The caller lacks a privilege that this operation needs." },
+    { 1338, "The security descriptor is not whole, or does not carry its parts in itself." },
     { 1393, "The structure on the disk is damaged and cannot be read." },
     { 1400, "The window handle is not valid." },
     { 1401, "The menu handle is not valid." },
