@@ -1,6 +1,7 @@
 // The error interface as a caller of the library uses it.
 #include "cerror_calls.h"
 #include "support/recorder.h"
+#include "support/threads.h"
 
 #include <bxtools/cerror.h>
 #include <bxtools/error.h>
@@ -9,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace
@@ -51,7 +51,7 @@ TEST_F( ErrorApi, ErrorsTravelAsBytes )
         EXPECT_TRUE( FindObjectInStream( ulIndex, aRecord, aStream ) );
         EXPECT_EQ( 0u, ulIndex );
     };
-    std::thread( ReadElsewhere ).join();
+    OnOtherThread( ReadElsewhere );
     MString aClass;
     ERR lNumber = 0;
     DWORD dwSystemError = 0;

@@ -58,31 +58,21 @@ TEST( Load, LibraryOfOneThreadGoesWithoutATrace )
     UnloadBXTools( LoadBXTools() );
     EXPECT_FALSE( IsBXToolsMapped() );
     const int nFreeKeys = CountFreeThreadKeys();
-    for ( int nRound = 0; nRound < 3; ++nRound )
+    for ( const bool fLastCall : { false, false, false, true, true } )
     {
         const LoadedBXTools hLibrary = LoadBXTools();
         EXPECT_TRUE( UseLibrary( hLibrary ) );
         EXPECT_TRUE( IsBXToolsMapped() );
+        if ( fLastCall )
+        {
+            EXPECT_TRUE( MakeLastCall( hLibrary ) );
+            EXPECT_TRUE( aDebug.Silent() );
+            EXPECT_FALSE( UseLibrary( hLibrary ) );
+            EXPECT_NE( "", aDebug.Take() );
+        }
         EXPECT_TRUE( UnloadBXTools( hLibrary ) );
         EXPECT_FALSE( IsBXToolsMapped() );
         EXPECT_EQ( nFreeKeys, CountFreeThreadKeys() );
-    }
-    EXPECT_TRUE( aDebug.Silent() );
-}
-
-TEST( Load, LastCallThenUnload )
-{
-    DebugRecorder aDebug;
-    for ( int nRound = 0; nRound < 2; ++nRound )
-    {
-        const LoadedBXTools hLibrary = LoadBXTools();
-        EXPECT_TRUE( UseLibrary( hLibrary ) );
-        EXPECT_TRUE( MakeLastCall( hLibrary ) );
-        EXPECT_TRUE( aDebug.Silent() );
-        EXPECT_FALSE( UseLibrary( hLibrary ) );
-        EXPECT_NE( "", aDebug.Take() );
-        EXPECT_TRUE( UnloadBXTools( hLibrary ) );
-        EXPECT_FALSE( IsBXToolsMapped() );
     }
     EXPECT_TRUE( aDebug.Silent() );
 }

@@ -4,11 +4,11 @@
 #include "error/records.h"
 #include "support/failnew.h"
 #include "support/recorder.h"
+#include "support/threads.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <thread>
 
 namespace
 {
@@ -34,9 +34,7 @@ void FailEachAllocation(
     DebugRecorder aDebug;
     const auto RunOnce = [&]( NewFault& rFault )
     {
-        rFault.Arm();
-        const BOOL fDone = aOperation();
-        rFault.Disarm();
+        const BOOL fDone = rFault.During( aOperation );
         EXPECT_NE( rFault.Hit(), fDone != FALSE );
         EXPECT_EQ( rFault.Hit(), !aDebug.Take().empty() );
         if ( rFault.Hit() )
@@ -73,9 +71,7 @@ TEST_F( ErrMemory, TakingTheStackEmptiesIt )
         for ( ERR lNumber : { 0, 1 } )
             ASSERT_TRUE( aServer.SetLastErr( "TEST.CLASS", lNumber, 0, "origin", "", "" ) );
         MString aStream( "as it was" );
-        rFault.Arm();
-        const BOOL fTaken = aServer.AllErrors2Stream( aStream );
-        rFault.Disarm();
+        const BOOL fTaken = rFault.During( [&] { return aServer.AllErrors2Stream( aStream ); } );
         EXPECT_NE( rFault.Hit(), fTaken != FALSE );
         EXPECT_EQ( 0u, aServer.ItemCount() );
         EXPECT_EQ( rFault.Hit() ? "as it was" : StreamOf( { NumberedRecord( 0 ), NumberedRecord( 1 ) } ),
@@ -130,12 +126,13 @@ TEST_F( ErrMemory, StreamsAndTextsStayAsTheyWere )
     MString aText;
     ULONG ulIndex = 0;
     BOOL fFound = FALSE;
-    for ( const std::function<BOOL()>& aOperation :
-          std::vector<std::function<BOOL()>>{ [&] { return ReverseStream( aText ); },
-                                              [&] { return Append2Stream( aText, aAdded ); },
-                                              [&] { return FindObjectInStream( ulIndex, aRecord, aText ); },
-                                              [&] { return AppendLastErrMsg( aText, 2, fFound ); },
-                                              [&] { return AddErrorTextParams( aAdded, aAdded, aText ); } } )
+    const std::function<BOOL()> aOperations[] = {
+        [&] { return ReverseStream( aText ); }, [&] { return Append2Stream( aText, aAdded ); },
+        [&] { return FindObjectInStream( ulIndex, aRecord, aText ); },
+        [&] { return AppendLastErrMsg( aText, 2, fFound ); },
+        [&] { return AddErrorTextParams( aAdded, aAdded, aText ); }
+    };
+    for ( const std::function<BOOL()>& aOperation : aOperations )
     {
         aText = ToMString( strStream );
         FailEachAllocation( aOperation, [&] { EXPECT_EQ( strStream, ToText( aText ) ); } );
@@ -155,15 +152,14 @@ TEST( ErrMemoryOfThread, FirstCallsSucceedOrFail )
         // The scratch buffer may come at the second attempt: empty or whole, as the result says.
         const auto BuildOnce = [&]( NewFault& rFault )
         {
-            rFault.Arm();
-            const BOOL fBuilt = SetErrorTextParams( aText, "%s", LONG_TEXT.c_str() );
-            rFault.Disarm();
+            const BOOL fBuilt =
+                rFault.During( [&] { return SetErrorTextParams( aText, "%s", LONG_TEXT.c_str() ); } );
             EXPECT_EQ( fBuilt ? LONG_TEXT : "", ToText( aText ) );
             EXPECT_TRUE( fBuilt || rFault.Hit() );
         };
         ForEachFailingNew( BuildOnce );
     };
-    std::thread( CallFirst ).join();
+    OnOtherThread( CallFirst );
 }
 
 } // namespace

@@ -17,14 +17,6 @@ constexpr char FROMSTREAM_HEADER[] = "From BOOL ErrObjectBase::FromStream( const
 constexpr char FULL_TEXT[] = "1.0.0+?+A.CLASS+?+-3+?+4294967295+?+origin+?+optional+?+one!;!two!;!three";
 constexpr char EMPTY_TEXT[] = "1.0.0+?++?+0+?+0+?++?++?+";
 
-DWORD SystemErrorOf( const ErrObjectBase& rRecord, ERR& lNumber )
-{
-    MString aClass;
-    DWORD dwSystemError = 0;
-    EXPECT_TRUE( rRecord.GetOriginError( aClass, lNumber, dwSystemError ) );
-    return dwSystemError;
-}
-
 TEST( ErrObject, WritesAndReadsSevenFields )
 {
     DebugRecorder aDebug;
@@ -88,9 +80,12 @@ TEST( ErrObject, NumbersAreClampedTo32Bits )
               { "+-1", 0, 0 },
               { "", 0, 0 } } )
     {
+        MString aClass;
         ERR lNumber = 1;
+        DWORD dwSystemError = 0;
         const OpenRecord aRecord( "1.0.0+?+C+?+" + strText + "+?+" + strText + "+?++?++?+" );
-        EXPECT_EQ( dwExpected, SystemErrorOf( aRecord, lNumber ) ) << strText;
+        EXPECT_TRUE( aRecord.GetOriginError( aClass, lNumber, dwSystemError ) );
+        EXPECT_EQ( dwExpected, dwSystemError ) << strText;
         EXPECT_EQ( lExpected, lNumber ) << strText;
     }
 }
@@ -184,35 +179,29 @@ TEST( ErrObject, IsFilledFromItsOwnTexts )
     EXPECT_EQ( "1.0.0+?+first+?+2+?+0+?+first+?+first+?+first", aRecord.Text() );
 }
 
-TEST( ErrObject, LastErrorClassTakesTheThreadsLastError )
+TEST( ErrObject, SystemClassesTakeLastErrorAndText )
 {
-    OpenRecord aRecord;
-    ERR lNumber = 0;
+    const auto Make = []( LPCTSTR pClass, ERR lNumber, DWORD dwSystemError, LPCTSTR pOrigin )
+    {
+        OpenRecord aRecord;
+        EXPECT_TRUE( aRecord.MySetLastErr( pClass, lNumber, dwSystemError, pOrigin, "", "" ) );
+        return aRecord.Text();
+    };
     for ( const auto& [pClass, dwGiven, dwTaken, dwLeft] :
-          std::vector<std::tuple<LPCTSTR, DWORD, DWORD, DWORD>>{
+          std::vector<std::tuple<std::string, DWORD, DWORD, DWORD>>{
               { ERRCLS_SYS_LASTERROR, 0, 5, 0 },
               { ERRCLS_SYS_LASTERROR, 7, 7, 0 },
               { "bxtools.errcls_sys_lasterror", 0, 0, 5 } } )
     {
         SetLastError( 5 );
-        ASSERT_TRUE( aRecord.MySetLastErr( pClass, 1, dwGiven, "", "", "" ) );
+        EXPECT_EQ( "1.0.0+?+" + pClass + "+?+1+?+" + std::to_string( dwTaken ) + "+?++?++?+",
+                   Make( pClass.c_str(), 1, dwGiven, "" ) );
         EXPECT_EQ( dwLeft, GetLastError() );
-        EXPECT_EQ( dwTaken, SystemErrorOf( aRecord, lNumber ) );
     }
-}
-
-TEST( ErrObject, ErrnoClassTakesTheSystemsText )
-{
-    const auto TextOf = []( ERR lNumber, const char* pOrigin )
-    {
-        OpenRecord aRecord;
-        EXPECT_TRUE( aRecord.MySetLastErr( ERRCLS_SYS_ERRNO, lNumber, 0, pOrigin, "", "" ) );
-        const std::string strText = aRecord.Text();
-        const size_t uStart = strText.find( "+?+0+?+" ) + 7;
-        return strText.substr( uStart, strText.find( "+?+", uStart ) - uStart );
-    };
-    EXPECT_EQ( std::strerror( ENOENT ), TextOf( ENOENT, "" ) );
-    EXPECT_EQ( "own text", TextOf( ENOENT, "own text" ) );
+    const std::string strStart =
+        std::string( "1.0.0+?+" ) + ERRCLS_SYS_ERRNO + "+?+" + std::to_string( ENOENT ) + "+?+0+?+";
+    EXPECT_EQ( strStart + std::strerror( ENOENT ) + "+?++?+", Make( ERRCLS_SYS_ERRNO, ENOENT, 0, "" ) );
+    EXPECT_EQ( strStart + "own text+?++?+", Make( ERRCLS_SYS_ERRNO, ENOENT, 0, "own text" ) );
 }
 
 // Callers of another compiler reach the record through its table, in which this one's destructor takes two slots.

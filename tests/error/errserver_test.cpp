@@ -1,12 +1,11 @@
 #include "error/errserver.h"
 #include "error/records.h"
 #include "support/recorder.h"
+#include "support/threads.h"
 
 #include <bxtools/platform.h>
 
 #include <gtest/gtest.h>
-
-#include <thread>
 
 namespace
 {
@@ -53,7 +52,7 @@ TEST( ErrServer, SlotsAreMadeInOrder )
             " Error: lCount >= MAX_ERROR_SLOTS_ONSTACK -> STACK OVERFLOW; too many ERRServer objects on stack" );
     };
     // A thread of its own has no slots yet.
-    std::thread( UseSlots ).join();
+    OnOtherThread( UseSlots );
 }
 
 // What happens on the way to the record, on a thread's first error above all, must not change the last error.
@@ -76,7 +75,7 @@ TEST( ErrServer, TakesTheLastErrorOfTheCaller )
             EXPECT_TRUE( ClearErrors() );
         }
     };
-    std::thread( SetErrors ).join();
+    OnOtherThread( SetErrors );
 }
 
 } // namespace

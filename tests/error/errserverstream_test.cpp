@@ -30,13 +30,6 @@ std::string Reversed( const std::string& strStream )
     return ToText( aStream );
 }
 
-std::string Appended( const std::string& strStream, const std::string& strAppend )
-{
-    MString aStream = ToMString( strStream );
-    EXPECT_TRUE( ERRServer::Append2Stream( aStream, ToMString( strAppend ) ) );
-    return ToText( aStream );
-}
-
 ULONG Found( const std::string& strRecord, const std::string& strStream )
 {
     OpenRecord aRecord( strRecord );
@@ -95,17 +88,21 @@ TEST( ErrStream, ReversesFindsAndAppends )
     EXPECT_EQ( 2u, Found( aRecords[2], StreamOf( aRecords ) ) );
     EXPECT_EQ( 0xFFFFFFFF, Found( NumberedRecord( 3 ), StreamOf( aRecords ) ) );
 
-    EXPECT_EQ( StreamOf( { "A", "B" } ), Appended( StreamOf( { "A" } ), "B" ) );
-    EXPECT_EQ( SEP, Appended( "", "" ) );
-    EXPECT_EQ( SEP + "B" + SEP + "C", Appended( StreamOf( { "A" } ), StreamOf( { "B", "C" } ) ) );
     const std::string strLong( 200000, 'x' );
-    EXPECT_EQ( SEP + strLong + SEP, Appended( "A", HEADER + SEP + strLong + SEP ) ) << "nothing is cut";
-    for ( const auto& [strText, strTwice] : std::vector<std::pair<std::string, std::string>>{
-              { "A", "A" + SEP + "A" }, { StreamOf( { strLong } ), SEP + strLong } } )
+    for ( const auto& [strText, strAppended, strExpected] :
+          std::vector<std::tuple<std::string, std::string, std::string>>{
+              { StreamOf( { "A" } ), "B", StreamOf( { "A", "B" } ) },
+              { "", "", SEP },
+              { StreamOf( { "A" } ), StreamOf( { "B", "C" } ), SEP + "B" + SEP + "C" },
+              { "A", HEADER + SEP + strLong + SEP, SEP + strLong + SEP }, // nothing is cut
+              { "A", "A", "A" + SEP + "A" },
+              { StreamOf( { strLong } ), StreamOf( { strLong } ), SEP + strLong } } )
     {
-        MString aSelf = ToMString( strText );
-        EXPECT_TRUE( ERRServer::Append2Stream( aSelf, aSelf ) );
-        EXPECT_EQ( strTwice, ToText( aSelf ) );
+        MString aStream = ToMString( strText );
+        const MString aOther = ToMString( strAppended );
+        // A stream may be appended to itself.
+        EXPECT_TRUE( ERRServer::Append2Stream( aStream, strText == strAppended ? aStream : aOther ) );
+        EXPECT_EQ( strExpected, ToText( aStream ) );
     }
 }
 

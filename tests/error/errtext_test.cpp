@@ -99,15 +99,13 @@ TEST( ErrText, EachConversionBecomesOneParameter )
 
 TEST( ErrText, NumbersInDecimalAndHexadecimal )
 {
-    const auto TextOf = []( HRESULT hRes, DWORD dwValue, BOOL fDWORD )
-    {
-        MString aText( "old" );
-        Error2StrHex( hRes, dwValue, aText, fDWORD );
-        return ToText( aText );
-    };
-    EXPECT_EQ( "-2147024882 (hex: 0x8007000E)", TextOf( -2147024882, 1, FALSE ) );
-    EXPECT_EQ( "0 (hex: 0x00000000)", TextOf( 1, 0, TRUE ) );
-    EXPECT_EQ( "4294967295 (hex: 0xFFFFFFFF)", TextOf( 0, 0xFFFFFFFF, TRUE ) );
+    MString aText( "old" );
+    Error2StrHex( -2147024882, 1, aText, FALSE );
+    EXPECT_STREQ( "-2147024882 (hex: 0x8007000E)", aText );
+    Error2StrHex( 1, 0, aText, TRUE );
+    EXPECT_STREQ( "0 (hex: 0x00000000)", aText );
+    Error2StrHex( 0, 0xFFFFFFFF, aText, TRUE );
+    EXPECT_STREQ( "4294967295 (hex: 0xFFFFFFFF)", aText );
 }
 
 } // namespace

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <random>
 #include <string>
+#include <type_traits>
 
 namespace
 {
@@ -20,10 +21,19 @@ namespace
 constexpr char NOT_NUMERIC[] = " Error: !aThis.IsNumeric( TRUE )";
 constexpr char BEYOND[] = " Warning: cannot convert string value to int/short/long... -> string to long";
 
+template <class Number>
+Number To( const MString& aString )
+{
+    if constexpr ( std::is_same_v<Number, USHORT> )
+        return aString.toUS();
+    else
+        return static_cast<Number>( aString );
+}
+
 // In safe mode, the texts of aTexts, divided by '|', give llValue with the report pReport; NULL: they give their own
 // value in silence.
-template <class Convert>
-void ExpectSafe( Convert aConvert, const MString& aTexts, long long llValue, const char* pReport )
+template <class Number>
+void ExpectSafe( const MString& aTexts, long long llValue, const char* pReport )
 {
     for ( USHORT i = 0; i < aTexts.GetTokenCount( '|' ); ++i )
     {
@@ -32,7 +42,7 @@ void ExpectSafe( Convert aConvert, const MString& aTexts, long long llValue, con
         aString.SetFuncPtr( &HookRecorder::Debug, NULL );
         aString.SetSafeMode( TRUE );
         const long long llExpected = pReport != NULL ? llValue : std::strtoll( aString, NULL, 10 );
-        EXPECT_EQ( llExpected, static_cast<long long>( aConvert( aString ) ) ) << aString.data();
+        EXPECT_EQ( llExpected, static_cast<long long>( To<Number>( aString ) ) ) << aString.data();
         const char* pHeader = "From BOOL MString::IsValidRange( int nType ) const";
         EXPECT_TRUE( pReport != NULL ? aHooks.OnlyReport( pHeader, pReport ) : aHooks.Silent() )
             << aString.data();
@@ -68,26 +78,19 @@ TEST( Number, LeadingDigitsAreReadAsTheCLibraryReadsThem )
 
 TEST( Number, SafeModeKnowsTheLimitsOfEachType )
 {
-    const auto aInt = []( const MString& aString ) { return static_cast<int>( aString ); };
-    const auto aLong = []( const MString& aString ) { return static_cast<long>( aString ); };
-    const auto aShort = []( const MString& aString ) { return static_cast<short>( aString ); };
-    const auto aUnsigned = []( const MString& aString ) { return static_cast<unsigned int>( aString ); };
-    const auto aUnsignedLong = []( const MString& aString ) { return static_cast<unsigned long>( aString ); };
-    const auto aUnsignedShort = []( const MString& aString ) { return aString.toUS(); };
-
-    ExpectSafe( aInt, "|2147483647|-2147483648|00000000000000000000042", 0, NULL );
-    ExpectSafe( aInt, "2147483648|-2147483649|99999999999999999999", INT_MAX, BEYOND );
-    ExpectSafe( aInt, "12a|+5| 5|-|--1|1.5|\xb2", INT_MAX, NOT_NUMERIC );
-    ExpectSafe( aLong, "2147483647|-2147483648", 0, NULL );
-    ExpectSafe( aLong, "2147483648|-2147483649", INT_MAX, BEYOND );
-    ExpectSafe( aShort, "32767|-32768", 0, NULL );
-    ExpectSafe( aShort, "32768|-32769", 32767, BEYOND );
-    ExpectSafe( aUnsigned, "4294967295", 0, NULL );
-    ExpectSafe( aUnsigned, "4294967296|-4294967296", 0xFFFFFFFF, BEYOND );
-    ExpectSafe( aUnsignedLong, "4294967296", 0xFFFFFFFF, BEYOND );
-    ExpectSafe( aUnsignedLong, "x", 0xFFFFFFFF, NOT_NUMERIC );
-    ExpectSafe( aUnsignedShort, "65535|0", 0, NULL );
-    ExpectSafe( aUnsignedShort, "65536|-65536", 65535, BEYOND );
+    ExpectSafe<int>( "|2147483647|-2147483648|00000000000000000000042", 0, NULL );
+    ExpectSafe<int>( "2147483648|-2147483649|99999999999999999999", INT_MAX, BEYOND );
+    ExpectSafe<int>( "12a|+5| 5|-|--1|1.5|\xb2", INT_MAX, NOT_NUMERIC );
+    ExpectSafe<long>( "2147483647|-2147483648", 0, NULL );
+    ExpectSafe<long>( "2147483648|-2147483649", INT_MAX, BEYOND );
+    ExpectSafe<short>( "32767|-32768", 0, NULL );
+    ExpectSafe<short>( "32768|-32769", 32767, BEYOND );
+    ExpectSafe<unsigned int>( "4294967295", 0, NULL );
+    ExpectSafe<unsigned int>( "4294967296|-4294967296", 0xFFFFFFFF, BEYOND );
+    ExpectSafe<unsigned long>( "4294967296", 0xFFFFFFFF, BEYOND );
+    ExpectSafe<unsigned long>( "x", 0xFFFFFFFF, NOT_NUMERIC );
+    ExpectSafe<USHORT>( "65535|0", 0, NULL );
+    ExpectSafe<USHORT>( "65536|-65536", 65535, BEYOND );
     EXPECT_FALSE( MString( "5\0", 2 ).IsNumeric( TRUE ) || MString( "-1" ).IsNumeric( FALSE ) );
     // A minus does not make an unsigned number invalid.
     MString aMinus( "-1" );
