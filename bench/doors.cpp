@@ -2,6 +2,9 @@
 
 #include "core/buffserver.h"
 #include "diag/sharedvalues.h"
+#include "platform/debugout.h"
+
+#include <cstdlib>
 
 GetBUFFServerFunc BenchGetBUFFServer()
 {
@@ -11,6 +14,12 @@ GetBUFFServerFunc BenchGetBUFFServer()
 void BenchSwitchDebugMessages( BOOL fOn )
 {
     SetDebugEnabled( fOn != FALSE );
+}
+
+void BenchUseDebugSink( LPCTSTR pSink )
+{
+    setenv( "BXTOOLS_DEBUG_SINK", pSink, 1 );
+    ForgetDebugSettingsForTest();
 }
 
 int BenchEmptyCall( LPCTSTR, LPCTSTR, LPCTSTR )

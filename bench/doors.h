@@ -16,5 +16,8 @@ DLL_EXPORT_MOD GetBUFFServerFunc BenchGetBUFFServer();
 // Switches the debug messages of this process's namespace on or off, without touching the settings.
 DLL_EXPORT_MOD void BenchSwitchDebugMessages( BOOL fOn );
 
+// Names the place where debug messages go from now on, as BXTOOLS_DEBUG_SINK does.
+DLL_EXPORT_MOD void BenchUseDebugSink( LPCTSTR pSink );
+
 // Takes what DebugMessage takes and does nothing: what the call into another library costs by itself.
 DLL_EXPORT_MOD int BenchEmptyCall( LPCTSTR pModule, LPCTSTR pHeader, LPCTSTR pMessage );

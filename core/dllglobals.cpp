@@ -2,6 +2,7 @@
 
 #include "core/callreport.h"
 #include "core/dbgserver.h"
+#include "diag/sharedvalues.h"
 
 #include <bxtools/debug.h>
 
@@ -9,6 +10,7 @@
 
 MyDLLMainGlobalThreadData::MyDLLMainGlobalThreadData()
 {
+    ShareDebugValues();
     OnGlobalValuesChanged();
 }
 

@@ -6,13 +6,18 @@
 
 #include <atomic>
 
-// Fills a page of its own, so that a shared page can be put in its place: reading stays one load from a fixed address.
-struct alignas( 4096 ) SharedDebugValues
+// Both zero in the file image.
+struct SharedDebugValues
 {
     std::atomic<ULONG> ulEnabled;
     std::atomic<ULONG> ulLevel;
 };
+// At a fixed address, so that reading is one load.
 extern SharedDebugValues g_aSharedDebugValues;
+
+// At the library's start: lets other processes share the values. Where that cannot be (standard error says why when the
+// namespace folder is refused) they stay this process's own.
+void ShareDebugValues() noexcept;
 
 inline bool IsDebugEnabled() noexcept
 {

@@ -1,5 +1,6 @@
 #include "diag/sharedvalues.h"
 #include "support/recorder.h"
+#include "support/secondprocess.h"
 
 #include <bxtools/debug.h>
 #include <bxtools/platform.h>
@@ -80,6 +81,31 @@ TEST( DebugMessages, AreSwitchedOffAndSortedByLevel )
     EXPECT_FALSE( internalIsDbgMessageLevel( 0 ) );
     SetDebugLevel( 0 );
     EXPECT_FALSE( internalIsDbgMessageLevel( 0xFFFFFFFF ) );
+}
+
+// Says what it finds, and sets the two values.
+BX_ROLE( debug_switch )
+{
+    TellTest( "started" );
+    WaitForTest();
+    const bool fFound = IsDbgMessage() == FALSE && internalIsDbgMessageLevel( 0x1000 );
+    SetDebugEnabled( true );
+    SetDebugLevel( 0x10010 );
+    return fFound ? 0 : 1;
+}
+
+TEST( DebugMessages, AreSwitchedForAllProcessesAtOnce )
+{
+    SecondProcess aOther( "debug_switch", {} );
+    EXPECT_EQ( "started", aOther.ReadLine() );
+    SetDebugEnabled( false );
+    SetDebugLevel( 0x1000 );
+    aOther.WriteLine( "look" );
+    EXPECT_EQ( 0, aOther.Wait() );
+    EXPECT_EQ( TRUE, IsDbgMessage() );
+    EXPECT_TRUE( internalIsDbgMessageLevel( 0x10000 ) );
+    EXPECT_FALSE( internalIsDbgMessageLevel( 0x1000 ) );
+    SetDebugLevel( 0 );
 }
 
 TEST( DebugMessages, KeepTheLastError )

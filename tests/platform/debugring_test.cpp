@@ -1,5 +1,6 @@
 // The ring of debug messages: many writers, many viewers, and what is left when some of them are killed.
 
+#include "diag/sharedvalues.h"
 #include "platform/debugout.h"
 #include "platform/debugring.h"
 #include "platform/debugringreader.h"
@@ -7,6 +8,7 @@
 #include "support/scratchfolder.h"
 #include "support/secondprocess.h"
 
+#include <bxtools/debug.h>
 #include <bxtools/platform.h>
 
 #include <gtest/gtest.h>
@@ -307,8 +309,18 @@ TEST_F( Ring, WhatIsNoRingIsReplacedAndAFolderThatIsTidiedUpIsNoticed )
     EXPECT_EQ( "found again", ReadAll( aReader ).back().strText );
 }
 
+// In a folder that is refused: the settings are read, and change nothing for others.
+BX_ROLE( private_values )
+{
+    const bool fRead = IsDbgMessage();
+    SetDebugEnabled( false );
+    SetDebugLevel( 0x11111 );
+    return fRead && !IsDbgMessage() ? 0 : 1;
+}
+
 TEST_F( Ring, WithoutAFolderOrRoomThereIsSilence )
 {
+    SetDebugEnabled( true );
     OutputDebugStringA( "makes the folder" );
     const std::string strFolder = m_aFolder.Path( "objects" );
     const auto ExpectSilence = []
@@ -323,6 +335,9 @@ TEST_F( Ring, WithoutAFolderOrRoomThereIsSilence )
     testing::internal::CaptureStderr();
     chmod( strFolder.c_str(), 0777 );
     ExpectSilence();
+    EXPECT_EQ( 0, RunInRole( "private_values" ) );
+    EXPECT_EQ( TRUE, IsDbgMessage() );
+    EXPECT_FALSE( internalIsDbgMessageLevel( 0x11111 ) );
     EXPECT_NE( std::string::npos, testing::internal::GetCapturedStderr().find( "give it the mode 0700" ) );
     chmod( strFolder.c_str(), 0700 );
     unlink( ( strFolder + "/messages" ).c_str() );

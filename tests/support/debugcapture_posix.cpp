@@ -1,5 +1,6 @@
-// The library decides at its very first message, which may come before main, where its output goes. So a test
-// program sets its surrounding up in its environment and then starts itself again in the same process.
+// The library looks for its folders when it is loaded, before main, and decides at its very first message where its output
+// goes. So a test program sets its surrounding up in its environment and then starts itself again in the same process,
+// before any library has run.
 #include "support/debugcapture.h"
 #include "support/scratchfolder.h"
 
@@ -61,13 +62,10 @@ struct FolderRemover
     }
 };
 
-size_t g_uTaken = 0;
-
-} // namespace
-
-void PrepareTestProcess( char** ppArguments )
+// Before the constructors of libraries; the C library's own have not run either.
+void PrepareBeforeLibraries( int, char** ppArguments, char** ppEnvironment )
 {
-    static const FolderRemover aRemover;
+    environ = ppEnvironment;
     if ( IsPrepared() )
         return;
     if ( std::getenv( FOLDER_VARIABLE ) == NULL )
@@ -80,6 +78,19 @@ void PrepareTestProcess( char** ppArguments )
     execv( "/proc/self/exe", ppArguments );
     std::perror( "execv" );
     std::_Exit( 1 );
+}
+
+[[gnu::used,
+  gnu::section( ".preinit_array" )]] void ( *const g_pBeforeLibraries )( int, char**,
+                                                                         char** ) = &PrepareBeforeLibraries;
+
+size_t g_uTaken = 0;
+
+} // namespace
+
+void PrepareTestProcess( char** )
+{
+    static const FolderRemover aRemover;
 }
 
 void StartDebugCapture()

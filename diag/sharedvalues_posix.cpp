@@ -1,0 +1,53 @@
+// The values are a page of the library's image, over which the namespace's file of them is mapped.
+#include "core/guards.h"
+#include "diag/sharedvalues.h"
+#include "platform/namespacefolder.h"
+
+#include <cstddef>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+// Nothing else stands on the page. The process's own values, zero, until it is shared.
+struct alignas( 4096 ) SharedDebugValuesPage
+{
+    SharedDebugValues aValues;
+    std::byte aRest[4096 - sizeof( SharedDebugValues )];
+};
+extern SharedDebugValuesPage g_aPage asm( "g_aSharedDebugValues" );
+constinit SharedDebugValuesPage g_aPage{};
+
+namespace
+{
+
+// All of the page is there before it is mapped: a full file system would end a process that touches what is not, and
+// beyond its limit for files a process would get a signal.
+bool MakeRoom( int nFile ) noexcept
+{
+    rlimit aLimit;
+    return getrlimit( RLIMIT_FSIZE, &aLimit ) == 0 && aLimit.rlim_cur >= sizeof( g_aPage ) &&
+           posix_fallocate( nFile, 0, sizeof( g_aPage ) ) == 0;
+}
+
+} // namespace
+
+void ShareDebugValues() noexcept
+{
+    const LastErrorGuard aLastError;
+    NamespacePath aPath;
+    if ( sysconf( _SC_PAGESIZE ) != sizeof( g_aPage ) ||
+         !FindInNamespace( NamespaceScope::Local, "values", aPath ) )
+        return;
+    const unsigned uMode = GetNamespaceFileMode( NamespaceScope::Local );
+    const int nFile =
+        open( aPath.data(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK, uMode );
+    if ( nFile < 0 )
+        return;
+    // The mask may have taken bits away that the folder's group needs. Only the owner's call succeeds.
+    fchmod( nFile, uMode );
+    if ( MakeRoom( nFile ) )
+        mmap( &g_aPage, sizeof( g_aPage ), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, nFile, 0 );
+    close( nFile );
+}
