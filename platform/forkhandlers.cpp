@@ -4,8 +4,12 @@
 #include "platform/handletable.h"
 #include "platform/loadergate.h"
 #include "platform/module.h"
+#include "platform/mutex.h"
+#include "platform/namedobjects.h"
+#include "platform/processslots.h"
 #include "platform/threadstate.h"
 #include "platform/tls.h"
+#include "platform/viewtable.h"
 
 #include <atomic>
 #include <iterator>
@@ -25,6 +29,9 @@ constexpr ForkHandlers g_aFamilies[] = {
     { CloseLoaderGate, OpenLoaderGate, OpenLoaderGateInChild },
     { LockModules, UnlockModules, UnlockModules },
     { LockHandleTable, UnlockHandleTable, ResetHandleTableInChild },
+    { LockNamedObjects, UnlockNamedObjects, ResetNamedObjectsInChild },
+    { LockProcessSlots, UnlockProcessSlots, ResetProcessSlotsInChild },
+    { LockViews, UnlockViews, UnlockViews },
     { LockTls, UnlockTls, ResetTlsInChild },
     { LockBells, UnlockBells, ResetBellsInChild },
 };
@@ -58,6 +65,7 @@ void OnParent()
 void OnChild()
 {
     ResetThreadStateInChild();
+    ForgetMutexesInChild();
     for ( auto pFamily = std::rbegin( g_aFamilies ); pFamily != std::rend( g_aFamilies ); ++pFamily )
         pFamily->pChild();
     Call( g_pLibraryChild );

@@ -7,8 +7,11 @@
 //   2. the gate to the system's loader
 //   3. modules
 //   4. handle table
-//   5. thread-local slots
-//   6. bells
+//   5. names of objects
+//   6. process slots, and the lock of the folder where processes meet
+//   7. views of mappings
+//   8. thread-local slots
+//   9. bells
 //
 // and gives them back in the opposite order, in the parent and in the child. A thread that holds one of them
 // may take one further down, never one further up. Locks that are not in this list (critical sections of

@@ -201,6 +201,7 @@ HANDLE MakeHandle( KernelObject* pObject, DWORD dwAccess ) noexcept
     if ( dwPlace == NO_PLACE )
     {
         const DWORD dwError = GetLastError();
+        pObject->HandleClosed();
         pObject->Release();
         SetLastError( dwError );
         return nullptr;
@@ -217,7 +218,9 @@ BOOL CloseHandleOfKind( HANDLE hObject, DWORD dwKinds ) noexcept
     HandleSlot* const pSlot = BeginUse( hObject );
     const bool fClosed =
         pSlot != nullptr && ( pSlot->m_pObject->GetKind() & dwKinds ) != 0 && MarkClosing( *pSlot );
-    if ( !fClosed )
+    if ( fClosed )
+        pSlot->m_pObject->HandleClosed();
+    else
         SetLastError( ERROR_INVALID_HANDLE );
     if ( pSlot != nullptr )
         EndUse( *pSlot );

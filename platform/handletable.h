@@ -9,7 +9,7 @@ struct HandleSlot;
 
 // A new handle for an object, taking over the caller's reference.
 //   dwAccess  what may be done through this handle, in the bits of the object's kind.
-// Result: null on failure, the reference is dropped then. Errors: 8 out of memory, 4 too many handles.
+// Result: null on failure, the object is told then that its handle was closed, and the reference is dropped. Errors: 8 out of memory, 4 too many handles.
 HANDLE MakeHandle( KernelObject* pObject, DWORD dwAccess ) noexcept;
 
 // Gives a handle back if its object is of one of the kinds. Error 6 otherwise. An object in use by another

@@ -40,6 +40,9 @@ public:
             delete this;
     }
 
+    // A handle of the object was closed; uses of it may still be under way, and its reference is dropped after them.
+    virtual void HandleClosed() noexcept {}
+
     // In the child of a fork, once for each handle of the parent, before its reference is dropped: the object
     // gives up what it shares with the parent (descriptors, its entry in a shared list) without changing it
     // for the parent. An object that another thread is just making or destroying while the process forks is

@@ -2,6 +2,7 @@
 
 #include "platform/bell.h"
 #include "platform/debugout.h"
+#include "platform/namedobjects.h"
 #include "platform/threadend.h"
 #include "platform/tls.h"
 
@@ -9,6 +10,7 @@ void ClosePlatform() noexcept
 {
     CloseThreadEnd();
     CloseBells();
+    CloseNamedObjects();
     ReleaseTlsOfThread();
     CloseDebugSinks();
 }

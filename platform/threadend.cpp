@@ -4,6 +4,7 @@
 #include "platform/forkhandlers.h"
 #include "platform/locked.h"
 #include "platform/module.h"
+#include "platform/mutex.h"
 #include "platform/threadstate.h"
 #include "platform/tls.h"
 
@@ -35,8 +36,10 @@ void OnThreadEnd( void* )
     if ( const ThreadEndFunc pThreadEnd = g_pThreadEnd.load( std::memory_order_acquire ) )
         pThreadEnd();
     CloseBellOfThread();
-    if ( !t_aThreadState.fEndRequested )
-        ReleaseTlsOfThread();
+    if ( t_aThreadState.fEndRequested )
+        return;
+    AbandonMutexesOfThread();
+    ReleaseTlsOfThread();
 }
 
 bool MakeKey() noexcept
