@@ -7,6 +7,7 @@
 #include "platform/mutex.h"
 #include "platform/namedobjects.h"
 #include "platform/processslots.h"
+#include "platform/regkey.h"
 #include "platform/threadstate.h"
 #include "platform/tls.h"
 #include "platform/viewtable.h"
@@ -34,6 +35,7 @@ constexpr ForkHandlers g_aFamilies[] = {
     { LockViews, UnlockViews, UnlockViews },
     { LockTls, UnlockTls, ResetTlsInChild },
     { LockBells, UnlockBells, ResetBellsInChild },
+    { LockRegStores, UnlockRegStores, ResetRegistryInChild },
 };
 
 constinit std::atomic<ForkFunc> g_pLibraryPrepare{ nullptr };
