@@ -112,7 +112,9 @@ bool CheckRange( const FileMapping& rMapping, ULONGLONG ullOffset, ULONGLONG ull
     const ULONGLONG ullAll = rMapping.GetBytes();
     if ( ullOffset % VIEW_ALIGNMENT != 0 )
         return Refuse( ERROR_MAPPED_ALIGNMENT );
-    if ( ullOffset >= ullAll || ullBytes > RoundedUpToPages( ullAll ) - ullOffset )
+    if ( ullOffset >= ullAll )
+        return Refuse( ERROR_INVALID_PARAMETER );
+    if ( ullBytes > RoundedUpToPages( ullAll ) - ullOffset )
         return Refuse( ERROR_ACCESS_DENIED );
     ULONGLONG ullMemory = 0;
     if ( !rMapping.GetMemory( rWish.nDescriptor, ullMemory ) )

@@ -329,9 +329,8 @@ void NameTable::RemoveIdle( NamedObject& rNamed ) noexcept
     const int nSavedErrno = errno;
     const DWORD dwSavedError = GetLastError();
     const NamespaceScope eScope = rNamed.m_aFile.GetScope();
-    ProcessSlot aSlot;
     // Not without the folder's lock; what is left then the next sweep takes.
-    if ( TakeProcessSlot( eScope, aSlot ) && aSlot == rNamed.m_aSlot )
+    if ( HasProcessSlot( eScope, rNamed.m_aSlot ) )
     {
         const FolderLock aFolderLock( eScope );
         if ( aFolderLock.IsGood() && !IsHeldByOthers( rNamed ) )

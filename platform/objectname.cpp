@@ -67,10 +67,10 @@ ObjectName::ObjectName( LPCSTR pName ) noexcept
         m_aText.remove_prefix( GLOBAL_PREFIX.size() );
         m_eScope = FindCommonScope( NamespaceScope::Global );
     }
-    // Nothing behind a prefix is no name either, but the path of a folder.
+    // A prefix alone does not stand for an object without a name.
     m_fGood = !m_aText.empty() && m_aText.find( '\\' ) == std::string_view::npos;
     if ( !m_fGood )
-        SetLastError( ERROR_PATH_NOT_FOUND );
+        SetLastError( m_aText.empty() ? ERROR_INVALID_NAME : ERROR_PATH_NOT_FOUND );
     m_ullHash = Hash( m_aText, HASH_START + static_cast<ULONGLONG>( m_eScope ) );
 }
 

@@ -12,7 +12,8 @@ using ObjectLeaf = std::array<char, 256>;
 class ObjectName
 {
 public:
-    // pName  may be null. Errors, with IsGood() false: 206 longer than 259 characters, 3 a backslash in it.
+    // pName  may be null. Errors, with IsGood() false: 206 longer than 259 characters, 3 a backslash in it, 123 a prefix
+    // alone.
     explicit ObjectName( LPCSTR pName ) noexcept;
 
     bool IsGood() const noexcept { return m_fGood; }

@@ -175,13 +175,11 @@ bool MapFile( NamespaceScope eScope, const char* pPath, SlotFile& rFile ) noexce
 }
 
 // With the folder's lock.
-//   rfUnclean  out: the slot's last process was killed.
-bool TakeSlot( SlotFile& rFile, DWORD dwSlot, bool& rfUnclean ) noexcept
+bool TakeSlot( SlotFile& rFile, DWORD dwSlot ) noexcept
 {
     if ( ChangeLock( rFile.nDescriptor, F_OFD_SETLK, F_WRLCK, TakenByte( dwSlot ) ) != 0 )
         return false;
     SlotRecord& rRecord = rFile.pRecords[dwSlot];
-    rfUnclean = rRecord.uProcess != 0;
     // A process that lost its descriptor takes its old place again, where nobody else took it.
     const bool fOwn = rFile.aSlot.dwGeneration != 0 && dwSlot == rFile.aSlot.dwSlot &&
                       rRecord.uGeneration == rFile.aSlot.dwGeneration &&
@@ -194,21 +192,38 @@ bool TakeSlot( SlotFile& rFile, DWORD dwSlot, bool& rfUnclean ) noexcept
     }
     if ( ChangeLock( rFile.nDescriptor, F_OFD_SETLK, F_WRLCK, AliveByte( dwSlot ) ) != 0 )
         return false;
-    rfUnclean = rfUnclean && !fOwn;
     rFile.aSlot = { dwSlot, rRecord.uGeneration };
     return true;
 }
 
-bool TakeAnySlot( SlotFile& rFile, bool& rfUnclean ) noexcept
+bool TakeAnySlot( SlotFile& rFile ) noexcept
 {
     const DWORD dwFirst = rFile.aSlot.dwGeneration != 0 ? rFile.aSlot.dwSlot : 0;
     for ( DWORD i = 0; i < MOST_PROCESSES; ++i )
     {
-        if ( TakeSlot( rFile, ( dwFirst + i ) % MOST_PROCESSES, rfUnclean ) )
+        if ( TakeSlot( rFile, ( dwFirst + i ) % MOST_PROCESSES ) )
             return true;
     }
     SetLastError( ERROR_NO_SYSTEM_RESOURCES );
     return false;
+}
+
+// Whether other processes were killed since somebody last swept the folder. With the folder's lock.
+//   fForget  the folder is swept: they are of no interest any more.
+bool FindKilled( const SlotFile& rFile, bool fForget ) noexcept
+{
+    bool fAny = false;
+    for ( DWORD i = 0; i < MOST_PROCESSES; ++i )
+    {
+        std::atomic<uint32_t>& ruProcess = rFile.pRecords[i].uProcess;
+        const bool fOwn = rFile.fTaken && i == rFile.aSlot.dwSlot;
+        if ( fOwn || ruProcess == 0 || IsLockedByOther( rFile.nDescriptor, AliveByte( i ) ) )
+            continue;
+        fAny = true;
+        if ( fForget )
+            ruProcess = 0;
+    }
+    return fAny;
 }
 
 bool TakeSlotInFolder( NamespaceScope eScope, const char* pPath, SlotFile& rFile ) noexcept
@@ -216,16 +231,20 @@ bool TakeSlotInFolder( NamespaceScope eScope, const char* pPath, SlotFile& rFile
     Forget( rFile );
     if ( !MapFile( eScope, pPath, rFile ) )
         return false;
-    bool fUnclean = false;
-    rFile.fTaken = TakeAnySlot( rFile, fUnclean );
+    // Who has only lost its descriptor would sweep its own things away.
+    const bool fSweep = rFile.aSlot.dwGeneration == 0 && FindKilled( rFile, false );
+    rFile.fTaken = TakeAnySlot( rFile );
     if ( !rFile.fTaken )
     {
         Forget( rFile );
         return false;
     }
     rFile.dwFolderLocks = 1;
-    if ( fUnclean )
+    if ( fSweep )
+    {
         SweepFolder( eScope, rFile.aSlot );
+        FindKilled( rFile, true );
+    }
     rFile.dwFolderLocks = 0;
     ChangeLock( rFile.nDescriptor, F_OFD_SETLK, F_UNLCK, FOLDER_BYTE );
     return true;
@@ -261,6 +280,13 @@ bool TakeProcessSlot( NamespaceScope eScope, ProcessSlot& rSlot ) noexcept
         return false;
     rSlot = rFile.aSlot;
     return true;
+}
+
+bool HasProcessSlot( NamespaceScope eScope, const ProcessSlot& rSlot ) noexcept
+{
+    const LockedScope aLocked( g_aLock );
+    const SlotFile& rFile = FileOf( eScope );
+    return IsIntact( rFile ) && rFile.aSlot == rSlot;
 }
 
 bool IsProcessAlive( NamespaceScope eScope, const ProcessSlot& rSlot ) noexcept

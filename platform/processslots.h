@@ -26,6 +26,9 @@ NamespaceScope FindCommonScope( NamespaceScope eScope ) noexcept;
 // removes what that one left in the folder. False: the last error says why (also 1450 no slot left).
 bool TakeProcessSlot( NamespaceScope eScope, ProcessSlot& rSlot ) noexcept;
 
+// Whether this process still has that slot. Takes none.
+bool HasProcessSlot( NamespaceScope eScope, const ProcessSlot& rSlot ) noexcept;
+
 // After TakeProcessSlot.
 bool IsProcessAlive( NamespaceScope eScope, const ProcessSlot& rSlot ) noexcept;
 

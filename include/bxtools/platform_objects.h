@@ -5,7 +5,7 @@
 // to it, however that process ends. A name without a prefix or with "Local\" is looked for in the folder that
 // $BXTOOLS_OBJECT_DIR or /etc/bxtools/bxtools.conf names, else in one of the user's own; one with "Global\" in the one of
 // bxtools.conf where there is one. Names are case-sensitive; null or empty makes an object without a name. Errors: 206
-// longer than 259 characters, 3 a backslash elsewhere, 5 the folder is refused (standard error says why), 112 the
+// longer than 259 characters, 3 a backslash elsewhere, 123 a prefix alone, 5 the folder is refused (standard error says why), 112 the
 // folder's file system is full.
 // Making calls set the last error: 0, or 183 when the object exists already; it is opened then, and what the call says
 // about its initial state is not looked at.
@@ -55,7 +55,7 @@ DLL_EXPORT_MOD HANDLE CreateFileMappingA( HANDLE hFile, LPSECURITY_ATTRIBUTES pS
 DLL_EXPORT_MOD HANDLE OpenFileMappingA( DWORD dwAccess, BOOL fInherit, LPCSTR pName );
 // A view of the memory in this process. It stays after the handle is closed; the name goes with the last handle.
 //   dwAccess  FILE_MAP_READ, FILE_MAP_WRITE (which reads, too) or FILE_MAP_ALL_ACCESS.
-//   dwOffsetHigh, dwOffsetLow  where it begins, a multiple of 65,536 (1132).
+//   dwOffsetHigh, dwOffsetLow  where it begins, a multiple of 65,536 (1132) before the end (87).
 //   nBytes    0: to the end.
 // Result: its address, null on failure. Errors: 5 larger than the memory rounded up to pages, or not allowed.
 DLL_EXPORT_MOD LPVOID MapViewOfFile( HANDLE hMapping, DWORD dwAccess, DWORD dwOffsetHigh, DWORD dwOffsetLow,
