@@ -45,9 +45,10 @@ endfunction()
 #
 # Program test_<subsystem>; each test in it is a process of its own for ctest, with a time limit. It reaches everything
 # in the library; with API it sees what a caller sees, and with RUNTIME everything in the run-time library instead. With
-# LOADED it has no library but what it loads itself: BXTOOLS_LIBRARY names the file.
+# LOADED it has no library but what it loads itself: BXTOOLS_LIBRARY names the file. With ALONE no other test runs beside its
+# tests on Windows, where all share one switch of the debug messages and one registry.
 function( bxtools_add_test subsystem )
-    cmake_parse_arguments( PARSE_ARGV 1 arg "API;RUNTIME;LOADED" "" "SOURCES" )
+    cmake_parse_arguments( PARSE_ARGV 1 arg "API;RUNTIME;LOADED;ALONE" "" "SOURCES" )
     if( NOT arg_SOURCES )
         return()
     endif()
@@ -68,8 +69,12 @@ function( bxtools_add_test subsystem )
         target_compile_definitions( ${program} PRIVATE
             BXTOOLS_LIBRARY="$<IF:$<BOOL:${WIN32}>,$<TARGET_FILE_NAME:bxtools>,$<TARGET_FILE:bxtools>>" )
     endif()
+    set( alone FALSE )
+    if( arg_ALONE AND WIN32 )
+        set( alone TRUE )
+    endif()
     gtest_discover_tests( ${program} DISCOVERY_TIMEOUT 60 TEST_FILTER "${BXTOOLS_TEST_FILTER}"
-                          PROPERTIES TIMEOUT ${BXTOOLS_TEST_TIMEOUT} LABELS ${subsystem} )
+                          PROPERTIES TIMEOUT ${BXTOOLS_TEST_TIMEOUT} LABELS ${subsystem} RUN_SERIAL ${alone} )
 endfunction()
 
 # The tests that a list file "<Suite.Name> - <reason>" takes out on this system, as a GoogleTest filter.

@@ -1,6 +1,7 @@
 // Composes a debug message and hands it to the system. Everything ends here, also what is reported while the library
 // starts and ends, and while memory is short: so nothing of the library is used that could report in turn.
 #include "core/guards.h"
+#include "diag/dbwin.h"
 #include "diag/sharedvalues.h"
 
 #include <bxtools/debug.h>
@@ -105,6 +106,8 @@ std::string_view TakeLeadingNewLine( std::string_view* pHeader ) noexcept
     aText.EndLine();
     aText.Terminate();
     OutputDebugStringA( pBuffer );
+    if ( IsDebugMonitorServed() )
+        WriteToDebugMonitor( pBuffer );
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "platform/debugring.h"
 #include "platform/locked.h"
+#include "platform/nocancellation.h"
 
 #include <bxtools/platform.h>
 
@@ -11,7 +12,6 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
-#include <pthread.h>
 #include <unistd.h>
 
 namespace
@@ -42,19 +42,6 @@ DebugRing& TheRing() noexcept
 {
     return *reinterpret_cast<DebugRing*>( g_aPlace );
 }
-
-// Opening files is a cancellation point; writing a message is not.
-class NoCancellation
-{
-public:
-    NoCancellation() noexcept { pthread_setcancelstate( PTHREAD_CANCEL_DISABLE, &m_nBefore ); }
-    ~NoCancellation() { pthread_setcancelstate( m_nBefore, nullptr ); }
-    NoCancellation( const NoCancellation& ) = delete;
-    NoCancellation& operator=( const NoCancellation& ) = delete;
-
-private:
-    int m_nBefore = 0;
-};
 
 RingUse MapNamespaceRing() noexcept
 {

@@ -12,10 +12,12 @@ namespace
 
 constexpr AddFamily FAMILIES[] = {
     AddErrorsFamily,
+    AddDebugFamily,
 };
 
 constexpr char EXAMPLES[] = "Examples:\n"
                             "  bxtool errors show failed.stream\n"
+                            "  bxtool debug watch\n"
                             "  bxtool errors --help\n\n";
 
 // What was wrong with the command line. A word that nothing takes explains more than the lack of what was wanted.

@@ -12,3 +12,5 @@ using AddFamily = void ( * )( CLI::App& rProgram, ExitCode& rExitCode );
 
 // bxtool errors: error streams.
 void AddErrorsFamily( CLI::App& rProgram, ExitCode& rExitCode );
+// bxtool debug: debug messages.
+void AddDebugFamily( CLI::App& rProgram, ExitCode& rExitCode );

@@ -1,6 +1,8 @@
 // Debug messages: the one place where every diagnostic message of the library and of its callers ends.
 //
-// The switch and the level are two values that all processes of one namespace share. A message is written only
+// The switch and the level are two values that all processes of one namespace share. They are read from the registry below
+// HKEY_LOCAL_MACHINE\Software\Q.R.N. GmbH\brindlex\1.0\DBG: "Out" switches messages on with "Yes", "1" or "TRUE" in any
+// case; "Level" is a list of at most five of "1" to "5" divided by semicolons, or "all". A message is written only
 // while the switch is on; test it (or the level) first where composing the message costs something.
 // Speaks only text pointers, so that the lowest parts of the library can report through it.
 #pragma once
@@ -26,5 +28,6 @@ DLL_EXPORT_MOD BOOL DLL_EXPORT IsDbgMessage();
 DLL_EXPORT_MOD BOOL DLL_EXPORT internalIsDbgMessageLevel( ULONG ulLevelBits );
 
 // Says that the settings have changed: the switch and the level are read again, for every process that shares them.
-// Runs once by itself when a process loads the library.
+// Runs once by itself when a process loads the library. What cannot be read is reported; messages are then on, and a level
+// that cannot be read is 0. While it runs, messages are on; kept so. Threads: any. Never throws.
 DLL_EXPORT_MOD void DLL_EXPORT OnGlobalValuesChanged();

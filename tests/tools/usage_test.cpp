@@ -30,6 +30,8 @@ TEST( Usage, AWrongCommandLineIsExplainedOnStandardError )
         { "errors", "show", "--layout", "round" },
         { "errors", "show", "--json", "--layout", "table" },
         { "errors", "make", "--json-in", "--class", "A" },
+        { "debug", "level", "6" },
+        { "debug", "level", "1;1;1;1;1;1" },
     };
     for ( const std::vector<std::string>& aLine : aLines )
     {

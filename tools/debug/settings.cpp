@@ -1,0 +1,180 @@
+#include "diag/debugsettings.h"
+#include "tools/debug/commands.h"
+#include "tools/talk.h"
+
+#include <bxtools/debug.h>
+#include <bxtools/platform.h>
+#include <bxtools/registry.h>
+
+#include <array>
+#include <iterator>
+#include <memory>
+#include <string_view>
+
+namespace
+{
+
+constexpr ULONG LEVEL_BITS[] = { 0x1, 0x10, 0x100, 0x1000, 0x10000 };
+constexpr size_t MOST_LEVEL_ITEMS = 5;
+
+// ---- the settings in the registry -------------------------------------------------------------------------------
+
+[[noreturn]] void ThrowRegistryFailure( const char* pWhat, CRegistry& rRegistry )
+{
+    const DWORD dwError = static_cast<DWORD>( rRegistry.GetErrorCode() );
+    char szText[512] = "";
+    FormatMessageA( FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, NULL, dwError, 0, szText,
+                    sizeof( szText ), NULL );
+    std::string_view aText( szText );
+    aText = aText.substr( 0, aText.find_last_not_of( "\r\n. " ) + 1 );
+    throw ToolFailure( ExitCode::Output, std::string( pWhat ) + " HKEY_LOCAL_MACHINE\\" + DEBUG_SETTINGS_KEY +
+                                             ": error " + std::to_string( dwError ) + ", " +
+                                             std::string( aText ) );
+}
+
+void ConnectMachine( CRegistry& rRegistry )
+{
+    if ( !rRegistry.Connect( (HKEY)CRegistry::keyLocalMachine ) )
+        ThrowRegistryFailure( "cannot reach", rRegistry );
+}
+
+// Sets one of the two values; the other one gets its default where it is missing, so that the settings are whole.
+void StoreSetting( LPCTSTR pName, LPCTSTR pValue )
+{
+    CRegistry aRegistry;
+    ConnectMachine( aRegistry );
+    if ( !aRegistry.Create( DEBUG_SETTINGS_KEY ) )
+        ThrowRegistryFailure( "cannot make the key", aRegistry );
+    constexpr LPCTSTR DEFAULTS[][2] = { { QRN_CTRL_REG_DBG_OUT, "Yes" }, { QRN_CTRL_REG_DBG_LEVEL, "0" } };
+    for ( const auto& rDefault : DEFAULTS )
+    {
+        MString aValue;
+        const bool fMissing = !aRegistry.GetValue( rDefault[0], aValue );
+        const bool fWanted = std::string_view( pName ) == rDefault[0];
+        if ( ( fMissing || fWanted ) &&
+             !aRegistry.SetValue( rDefault[0], MString( fWanted ? pValue : rDefault[1] ) ) )
+            ThrowRegistryFailure( "cannot write to", aRegistry );
+    }
+    OnGlobalValuesChanged();
+}
+
+// ---- commands ---------------------------------------------------------------------------------------------------
+
+std::string DescribeLevels()
+{
+    std::string aLevels;
+    for ( size_t i = 0; i < std::size( LEVEL_BITS ); i++ )
+        if ( internalIsDbgMessageLevel( LEVEL_BITS[i] ) )
+            aLevels += ( aLevels.empty() ? "" : ";" ) + std::to_string( i + 1 );
+    return aLevels;
+}
+
+// What the settings say; "-" for a value that is missing.
+std::string ReadSetting( LPCTSTR pName )
+{
+    CRegistry aRegistry;
+    ConnectMachine( aRegistry );
+    MString aValue;
+    const bool fRead = aRegistry.Open( DEBUG_SETTINGS_KEY, CRegistry::permissionRead ) &&
+                       aRegistry.GetValue( pName, aValue );
+    return fRead ? aValue.data() : "-";
+}
+
+ExitCode ShowStatus( bool fJson )
+{
+    const std::string aLevels = DescribeLevels();
+    const char* pOn = IsDbgMessage() ? "on" : "off";
+    if ( fJson )
+        WriteOutput( std::string( "{\"on\":" ) + ( IsDbgMessage() ? "true" : "false" ) + ",\"levels\":\"" +
+                     aLevels + "\"}\n" );
+    else
+        WriteOutput( std::string( "messages  " ) + pOn + "\nlevels    " +
+                     ( aLevels.empty() ? "none" : aLevels ) +
+                     "\nsettings  Out = " + ReadSetting( QRN_CTRL_REG_DBG_OUT ) +
+                     ", Level = " + ReadSetting( QRN_CTRL_REG_DBG_LEVEL ) + "\n" );
+    return ExitCode::Ok;
+}
+
+// An empty text when the list can be stored, else what is wrong with it.
+std::string CheckLevels( const std::string& aLevels )
+{
+    size_t nItems = 0;
+    for ( size_t nStart = 0; nStart <= aLevels.size(); nItems++ )
+    {
+        const size_t nEnd = std::min( aLevels.find( ';', nStart ), aLevels.size() );
+        const std::string aItem = aLevels.substr( nStart, nEnd - nStart );
+        if ( aItem != "all" && ( aItem.size() != 1 || aItem[0] < '1' || aItem[0] > '5' ) && aLevels != "0" )
+            return "\"" + aItem +
+                   "\" is no level; give 0 for none, all, or up to five of 1 to 5 divided by \";\"";
+        nStart = nEnd + 1;
+    }
+    return nItems > MOST_LEVEL_ITEMS ? "only five levels are read from the list" : "";
+}
+
+void AddSwitchCommand( CLI::App& rFamily, ExitCode& rExitCode, const char* pName, const char* pHelp,
+                       LPCTSTR pValue )
+{
+    CLI::App* pCommand = rFamily.add_subcommand( pName, pHelp );
+    pCommand->footer( std::string( "Examples:\n  bxtool debug " ) + pName + "\n" );
+    pCommand->callback(
+        [pValue, &rExitCode]
+        {
+            StoreSetting( QRN_CTRL_REG_DBG_OUT, pValue );
+            rExitCode = ExitCode::Ok;
+        } );
+}
+
+} // namespace
+
+void AddStatusCommand( CLI::App& rFamily, ExitCode& rExitCode )
+{
+    CLI::App* pCommand =
+        rFamily.add_subcommand( "status", "Tell whether messages are written, and the levels" );
+    pCommand->footer( "Examples:\n  bxtool debug status\n" );
+    auto pJson = std::make_shared<bool>( false );
+    pCommand->add_flag( "--json", *pJson, "Print JSON instead" );
+    pCommand->callback( [pJson, &rExitCode] { rExitCode = ShowStatus( *pJson ); } );
+}
+
+void AddOnCommand( CLI::App& rFamily, ExitCode& rExitCode )
+{
+    AddSwitchCommand( rFamily, rExitCode, "on", "Have messages written, by all processes at once", "Yes" );
+}
+
+void AddOffCommand( CLI::App& rFamily, ExitCode& rExitCode )
+{
+    AddSwitchCommand( rFamily, rExitCode, "off", "Have no messages written, by all processes at once", "No" );
+}
+
+void AddLevelCommand( CLI::App& rFamily, ExitCode& rExitCode )
+{
+    CLI::App* pCommand =
+        rFamily.add_subcommand( "level", "Set the wanted levels, for all processes at once" );
+    pCommand->footer(
+        "Examples:\n  bxtool debug level \"1;3\"\n  bxtool debug level all\n  bxtool debug level 0\n" );
+    auto pLevels = std::make_shared<std::string>();
+    pCommand->add_option( "LIST", *pLevels, "0, all, or up to five of 1 to 5 divided by ;" )
+        ->required()
+        ->check( CheckLevels );
+    pCommand->callback(
+        [pLevels, &rExitCode]
+        {
+            StoreSetting( QRN_CTRL_REG_DBG_LEVEL, pLevels->c_str() );
+            rExitCode = ExitCode::Ok;
+        } );
+}
+
+void AddSendCommand( CLI::App& rFamily, ExitCode& rExitCode )
+{
+    CLI::App* pCommand = rFamily.add_subcommand( "send", "Write a message as programs do" );
+    pCommand->footer( "The exit code is 1 where messages are switched off.\n\n"
+                      "Examples:\n  bxtool debug send \"night run begins\"\n" );
+    auto pText = std::make_shared<std::string>();
+    pCommand->add_option( "TEXT", *pText, "The message" )->required();
+    pCommand->callback(
+        [pText, &rExitCode]
+        {
+            DebugMessage( "bxtool", NULL, pText->c_str() );
+            rExitCode = IsDbgMessage() ? ExitCode::Ok : ExitCode::No;
+        } );
+}
