@@ -1,6 +1,7 @@
 #include "platform/forkhandlers.h"
 
 #include "platform/bell.h"
+#include "platform/fileobject.h"
 #include "platform/handletable.h"
 #include "platform/loadergate.h"
 #include "platform/module.h"
@@ -29,6 +30,7 @@ struct ForkHandlers
 constexpr ForkHandlers g_aFamilies[] = {
     { CloseLoaderGate, OpenLoaderGate, OpenLoaderGateInChild },
     { LockModules, UnlockModules, UnlockModules },
+    { HoldFileOpenings, ResumeFileOpenings, ResumeFileOpeningsInChild },
     { LockHandleTable, UnlockHandleTable, ResetHandleTableInChild },
     { LockNamedObjects, UnlockNamedObjects, ResetNamedObjectsInChild },
     { LockProcessSlots, UnlockProcessSlots, ResetProcessSlotsInChild },

@@ -6,12 +6,13 @@
 //   1. the library's own locks (SetLibraryForkHandlers)
 //   2. the gate to the system's loader
 //   3. modules
-//   4. handle table
-//   5. names of objects
-//   6. process slots, and the lock of the folder where processes meet
-//   7. views of mappings
-//   8. thread-local slots
-//   9. bells
+//   4. openings of files (one second at most)
+//   5. handle table
+//   6. names of objects
+//   7. process slots, and the lock of the folder where processes meet
+//   8. views of mappings
+//   9. thread-local slots
+//  10. bells
 //
 // and gives them back in the opposite order, in the parent and in the child. A thread that holds one of them
 // may take one further down, never one further up. Locks that are not in this list (critical sections of

@@ -11,6 +11,7 @@
 
 #if defined( BX_PLATFORM_LAYER )
 
+#include <bxtools/platform_files.h>
 #include <bxtools/platform_objects.h>
 #include <bxtools/platform_registry.h>
 

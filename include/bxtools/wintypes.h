@@ -19,6 +19,7 @@
 #endif
 // clang-format off
 #include <windows.h>
+#include <io.h>
 #include <oleauto.h>
 #include <tlhelp32.h>
 // clang-format on
@@ -218,6 +219,24 @@ typedef struct _FILETIME
     DWORD dwHighDateTime;
 } FILETIME, *PFILETIME, *LPFILETIME;
 
+// What a search finds; see FindFirstFileA.
+typedef struct _WIN32_FIND_DATAA
+{
+    DWORD dwFileAttributes;
+    FILETIME ftCreationTime;
+    FILETIME ftLastAccessTime;
+    FILETIME ftLastWriteTime;
+    DWORD nFileSizeHigh;
+    DWORD nFileSizeLow;
+    DWORD dwReserved0;
+    DWORD dwReserved1;
+    CHAR cFileName[MAX_PATH];
+    CHAR cAlternateFileName[14];
+} WIN32_FIND_DATAA, *PWIN32_FIND_DATAA, *LPWIN32_FIND_DATAA, WIN32_FIND_DATA;
+
+// Of calls that go on behind the caller's back, which are not offered: always null.
+typedef struct _OVERLAPPED* LPOVERLAPPED;
+
 typedef struct _OSVERSIONINFOA
 {
     DWORD dwOSVersionInfoSize;
@@ -322,6 +341,7 @@ typedef PVOID PSECURITY_DESCRIPTOR;
 
 // Constants only, a file for each family.
 #include <bxtools/wintypes_errors.h>
+#include <bxtools/wintypes_files.h>
 #include <bxtools/wintypes_kernel.h>
 #include <bxtools/wintypes_registry.h>
 
