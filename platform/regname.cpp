@@ -45,11 +45,12 @@ ULONGLONG Mixed( ULONGLONG ullHash, ULONGLONG ullWord ) noexcept
     return ullHash ^ ullHash >> 32;
 }
 
-unsigned char FoldedCharacter( char cCharacter ) noexcept
+// Lists are in the order of small letters: an underscore comes before them.
+unsigned char SmallCharacter( char cCharacter ) noexcept
 {
     const unsigned char ucCharacter = static_cast<unsigned char>( cCharacter );
-    return static_cast<unsigned char>( ucCharacter -
-                                       ( ucCharacter >= 'a' && ucCharacter <= 'z' ? 0x20 : 0 ) );
+    return static_cast<unsigned char>( ucCharacter +
+                                       ( ucCharacter >= 'A' && ucCharacter <= 'Z' ? 0x20 : 0 ) );
 }
 } // namespace
 
@@ -82,7 +83,7 @@ bool IsRegNameBefore( std::string_view aLeft, std::string_view aRight ) noexcept
 {
     return std::lexicographical_compare( aLeft.begin(), aLeft.end(), aRight.begin(), aRight.end(),
                                          []( char cLeft, char cRight )
-                                         { return FoldedCharacter( cLeft ) < FoldedCharacter( cRight ); } );
+                                         { return SmallCharacter( cLeft ) < SmallCharacter( cRight ); } );
 }
 
 LONG CheckRegPath( std::string_view aPath ) noexcept

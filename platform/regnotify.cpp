@@ -233,7 +233,7 @@ LONG RegNotifyChangeKeyValue( HKEY hKey, BOOL fSubtree, DWORD dwFilter, HANDLE h
             if ( aUse.GetError() != ERROR_SUCCESS )
                 return aUse.GetError();
             const DWORD dwKinds = dwFilter & EVERY_KIND;
-            if ( dwKinds == 0 || ( fAsynchronous && hEvent == nullptr ) )
+            if ( dwKinds == 0 )
                 return ERROR_INVALID_PARAMETER;
             RegWatch* pOver = TakeWatches( aUse.GetKey(), false );
             while ( pOver != nullptr )

@@ -1,0 +1,317 @@
+// Keys, values, their sizes, rights and errors, and what notifies.
+
+#include "platform/transcript.h"
+
+#include <cstring>
+#include <string>
+
+namespace
+{
+constexpr char ROOT[] = "Software\\BXTranscript";
+
+// Result: a new handle with these rights, or null.
+HKEY Make( HKEY hParent, const char* pPath, REGSAM dwAccess = KEY_ALL_ACCESS, DWORD dwOptions = 0,
+           const char* pClass = NULL )
+{
+    HKEY hKey = NULL;
+    std::string strClass = pClass != NULL ? pClass : "";
+    RegCreateKeyExA( hParent, pPath, 0, pClass != NULL ? strClass.data() : NULL, dwOptions, dwAccess, NULL,
+                     &hKey, NULL );
+    return hKey;
+}
+
+long Open( HKEY hParent, const char* pPath, REGSAM dwAccess = KEY_READ )
+{
+    HKEY hKey = NULL;
+    const LONG lError = RegOpenKeyExA( hParent, pPath, 0, dwAccess, &hKey );
+    RegCloseKey( hKey );
+    return lError;
+}
+
+long Create( HKEY hParent, const char* pPath, DWORD dwOptions = 0 )
+{
+    HKEY hKey = NULL;
+    DWORD dwDisposition = 0;
+    const LONG lError =
+        RegCreateKeyExA( hParent, pPath, 0, NULL, dwOptions, KEY_READ, NULL, &hKey, &dwDisposition );
+    RegCloseKey( hKey );
+    return lError == 0 ? 1000000 + static_cast<long>( dwDisposition ) : lError;
+}
+
+long Set( HKEY hKey, const char* pName, DWORD dwType, const void* pData, DWORD dwData )
+{
+    return RegSetValueExA( hKey, pName, 0, dwType, static_cast<const BYTE*>( pData ), dwData );
+}
+
+void SayValue( const char* pSay, HKEY hKey, const char* pName, DWORD dwRoom )
+{
+    BYTE aData[256];
+    std::memset( aData, 0xEE, sizeof( aData ) );
+    DWORD dwSize = dwRoom;
+    DWORD dwType = 99;
+    const LONG lError = RegQueryValueExA( hKey, pName, NULL, &dwType, aData, &dwSize );
+    std::string strBytes;
+    for ( DWORD i = 0; i < dwSize && i < 12 && lError != 2; ++i )
+    {
+        char aByte[8];
+        std::snprintf( aByte, sizeof( aByte ), " %02X", aData[i] );
+        strBytes += aByte;
+    }
+    Say( pSay, "%ld, type %u, size %u:%s", static_cast<long>( lError ), static_cast<unsigned>( dwType ),
+         static_cast<unsigned>( dwSize ), strBytes.c_str() );
+}
+
+void Remove( HKEY hParent, const char* pPath )
+{
+    HKEY hKey = NULL;
+    if ( RegOpenKeyExA( hParent, pPath, 0, KEY_ALL_ACCESS, &hKey ) != 0 )
+        return;
+    char aName[300];
+    while ( RegEnumKeyA( hKey, 0, aName, sizeof( aName ) ) == 0 )
+        Remove( hKey, aName );
+    RegCloseKey( hKey );
+    RegDeleteKeyA( hParent, pPath );
+}
+
+void SayKeys( HKEY hRoot )
+{
+    Say( "new", "%ld", Create( hRoot, "Key" ) );
+    Say( "existing", "%ld", Create( hRoot, "kEY" ) );
+    Say( "missing parents", "%ld", Create( hRoot, "A\\b\\C\\" ) );
+    Say( "leading backslash", "%ld %ld", Create( hRoot, "\\Key" ), Open( hRoot, "\\Key" ) );
+    Say( "open", "%ld %ld %ld", Open( hRoot, "a\\B\\c" ), Open( hRoot, "a\\B\\c\\" ), Open( hRoot, "a\\X" ) );
+    Say( "open nothing", "%ld %ld", Open( hRoot, "" ), Open( hRoot, NULL ) );
+    Say( "null parent", "%ld %ld", Create( NULL, "Key" ), Open( NULL, "Key" ) );
+    Say( "255", "%ld", Create( hRoot, std::string( 255, 'x' ).c_str() ) );
+    Say( "256", "%ld", Create( hRoot, std::string( 256, 'x' ).c_str() ) );
+    Say( "volatile", "%ld", Create( hRoot, "Passing", REG_OPTION_VOLATILE ) );
+    Say( "below a volatile one", "%ld %ld", Create( hRoot, "Passing\\Kept" ),
+         Create( hRoot, "Passing\\Too", REG_OPTION_VOLATILE ) );
+    Say( "close", "%ld %ld", static_cast<long>( RegCloseKey( NULL ) ),
+         static_cast<long>( RegCloseKey( HKEY_CURRENT_USER ) ) );
+    const HKEY hKey = Make( hRoot, "Key" );
+    Say( "closed", "%ld", static_cast<long>( RegCloseKey( hKey ) ) );
+    Say( "closed again", "%ld", static_cast<long>( RegCloseKey( hKey ) ) );
+    const HKEY hZero = reinterpret_cast<HKEY>( static_cast<ULONG_PTR>( 0x80000001u ) );
+    Say( "root with zeros above", "%ld", Open( hZero, ROOT ) );
+    Say( "no root", "%ld", Open( reinterpret_cast<HKEY>( static_cast<ULONG_PTR>( 0x80000077u ) ), NULL ) );
+}
+
+void SayDeleting( HKEY hRoot )
+{
+    const HKEY hOld = Make( hRoot, "Gone\\Below" );
+    Say( "delete with subkeys", "%ld", static_cast<long>( RegDeleteKeyA( hRoot, "Gone" ) ) );
+    Say( "delete missing", "%ld", static_cast<long>( RegDeleteKeyA( hRoot, "Never" ) ) );
+    Say( "delete null", "%ld", static_cast<long>( RegDeleteKeyA( hRoot, NULL ) ) );
+    Set( hOld, "n", REG_DWORD, "1234", 4 );
+    Say( "delete with values", "%ld", static_cast<long>( RegDeleteKeyA( hRoot, "Gone\\Below" ) ) );
+    RegCloseKey( Make( hRoot, "Gone\\Below" ) );
+    Say( "set in the deleted", "%ld", Set( hOld, "n", REG_DWORD, "1234", 4 ) );
+    Say( "query the deleted", "%ld",
+         static_cast<long>( RegQueryValueExA( hOld, "n", NULL, NULL, NULL, NULL ) ) );
+    Say( "open below the deleted", "%ld", Open( hOld, "x" ) );
+    Say( "create below the deleted", "%ld", Create( hOld, "x" ) );
+    RegCloseKey( hOld );
+    const HKEY hSelf = Make( hRoot, "Self" );
+    Say( "delete itself", "%ld", static_cast<long>( RegDeleteKeyA( hSelf, "" ) ) );
+    Say( "is gone", "%ld", Open( hRoot, "Self" ) );
+    RegCloseKey( hSelf );
+}
+
+void SayRights( HKEY hRoot )
+{
+    RegCloseKey( Make( hRoot, "Rights\\Below" ) );
+    const HKEY hRead = Make( hRoot, "Rights", KEY_READ );
+    const HKEY hWrite = Make( hRoot, "Rights", KEY_SET_VALUE );
+    const HKEY hQuery = Make( hRoot, "Rights", KEY_QUERY_VALUE );
+    char aName[8];
+    DWORD dwSize = 0;
+    Say( "create through read", "%ld", Create( hRead, "New" ) );
+    Say( "delete through read", "%ld", static_cast<long>( RegDeleteKeyA( hRead, "New" ) ) );
+    Say( "open for more", "%ld", Open( hRead, "Below", KEY_ALL_ACCESS ) );
+    Say( "set through read", "%ld", Set( hRead, "n", REG_SZ, "", 1 ) );
+    Say( "delete value through read", "%ld", static_cast<long>( RegDeleteValueA( hRead, "n" ) ) );
+    Say( "set through set", "%ld", Set( hWrite, "n", REG_SZ, "", 1 ) );
+    Say( "query through set", "%ld",
+         static_cast<long>( RegQueryValueExA( hWrite, "n", NULL, NULL, NULL, NULL ) ) );
+    Say( "list keys through query", "%ld",
+         static_cast<long>( RegEnumKeyA( hQuery, 0, aName, sizeof( aName ) ) ) );
+    Say( "info through set", "%ld",
+         static_cast<long>(
+             RegQueryInfoKeyA( hWrite, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL ) ) );
+    Say( "security through set", "%ld",
+         static_cast<long>( RegGetKeySecurity( hWrite, DACL_SECURITY_INFORMATION, NULL, &dwSize ) ) );
+    Say( "notify through set", "%ld",
+         static_cast<long>( RegNotifyChangeKeyValue( hWrite, FALSE, REG_NOTIFY_CHANGE_NAME, NULL, FALSE ) ) );
+    for ( const HKEY hKey : { hRead, hWrite, hQuery } )
+        RegCloseKey( hKey );
+}
+
+void SayValues( HKEY hRoot )
+{
+    const HKEY hKey = Make( hRoot, "Values" );
+    SayValue( "missing value", hKey, "missing", 16 );
+    Say( "text with its zero", "%ld", Set( hKey, "text", REG_SZ, "abc", 4 ) );
+    SayValue( "that text", hKey, "TEXT", 16 );
+    Say( "text without", "%ld", Set( hKey, "bare", REG_SZ, "abcd", 3 ) );
+    SayValue( "that bare text", hKey, "bare", 16 );
+    Say( "text with a zero behind", "%ld", Set( hKey, "behind", REG_SZ, "abc", 3 ) );
+    SayValue( "the zero is taken", hKey, "behind", 16 );
+    Say( "wrong sizes", "%ld %ld", Set( hKey, "two", REG_DWORD, "12", 2 ),
+         Set( hKey, "five", REG_DWORD, "12345", 5 ) );
+    SayValue( "two bytes", hKey, "two", 16 );
+    SayValue( "five bytes", hKey, "five", 16 );
+    Say( "unknown type", "%ld", Set( hKey, "type", 77, "x", 1 ) );
+    SayValue( "type 77", hKey, "type", 16 );
+    Say( "empty", "%ld", Set( hKey, "empty", REG_BINARY, NULL, 0 ) );
+    SayValue( "nothing in it", hKey, "empty", 16 );
+    Say( "default", "%ld", Set( hKey, NULL, REG_BINARY, "default", 7 ) );
+    SayValue( "default by no name", hKey, "", 16 );
+    Say( "backslash", "%ld", Set( hKey, "a\\b", REG_BINARY, "x", 1 ) );
+    SayValue( "name with backslash", hKey, "A\\B", 16 );
+    SayValue( "exact room", hKey, "five", 5 );
+    SayValue( "too small", hKey, "five", 4 );
+    SayValue( "no room", hKey, "five", 0 );
+    DWORD dwSize = 4711;
+    const LONG lAsked = RegQueryValueExA( hKey, "five", NULL, NULL, NULL, &dwSize );
+    Say( "only the size", "%ld %u", static_cast<long>( lAsked ), static_cast<unsigned>( dwSize ) );
+    BYTE aData[4];
+    Say( "no size", "%ld", static_cast<long>( RegQueryValueExA( hKey, "five", NULL, NULL, aData, NULL ) ) );
+    Say( "reserved", "%ld",
+         static_cast<long>( RegQueryValueExA( hKey, "five", &dwSize, NULL, NULL, NULL ) ) );
+    Say( "delete value", "%ld", static_cast<long>( RegDeleteValueA( hKey, "FIVE" ) ) );
+    Say( "delete it again", "%ld", static_cast<long>( RegDeleteValueA( hKey, "five" ) ) );
+    RegCloseKey( hKey );
+}
+
+void SayLists( HKEY hRoot )
+{
+    const HKEY hKey = Make( hRoot, "Lists", KEY_ALL_ACCESS, 0, "Kind" );
+    for ( const char* pName : { "beta", "ALPHA2", "10", "Alpha", "9", "a_b", "aB" } )
+        RegCloseKey( Make( hKey, pName, KEY_READ, 0, pName ) );
+    std::string strNames;
+    char aName[64];
+    char aClass[64];
+    for ( DWORD i = 0; RegEnumKeyA( hKey, i, aName, sizeof( aName ) ) == 0; ++i )
+        strNames += std::string( aName ) + " ";
+    Say( "order of keys", "%s", strNames.c_str() );
+    Say( "past the last", "%ld", static_cast<long>( RegEnumKeyA( hKey, 7, aName, sizeof( aName ) ) ) );
+    Say( "name too small", "%ld %ld", static_cast<long>( RegEnumKeyA( hKey, 2, aName, 3 ) ),
+         static_cast<long>( RegEnumKeyA( hKey, 2, aName, 2 ) ) );
+    DWORD dwName = 64;
+    DWORD dwClass = 64;
+    FILETIME aTime{ 0, 0 };
+    const LONG lError = RegEnumKeyExA( hKey, 6, aName, &dwName, NULL, aClass, &dwClass, &aTime );
+    Say( "key with class", "%ld %s %u %s %u %d", static_cast<long>( lError ), aName,
+         static_cast<unsigned>( dwName ), aClass, static_cast<unsigned>( dwClass ),
+         aTime.dwHighDateTime != 0 );
+    Set( hKey, "only", REG_DWORD, "1234", 4 );
+    BYTE aData[8];
+    DWORD dwType = 0;
+    for ( const DWORD dwRoom : { 5u, 4u } )
+    {
+        DWORD dwData = 8;
+        dwName = dwRoom;
+        const LONG lListed = RegEnumValueA( hKey, 0, aName, &dwName, NULL, &dwType, aData, &dwData );
+        Say( dwRoom == 5 ? "value" : "name of value too small", "%ld %u %u", static_cast<long>( lListed ),
+             static_cast<unsigned>( dwType ), static_cast<unsigned>( dwData ) );
+    }
+    DWORD dwData = 3;
+    dwName = 64;
+    const LONG lSmall = RegEnumValueA( hKey, 0, aName, &dwName, NULL, &dwType, aData, &dwData );
+    Say( "data too small", "%ld %u", static_cast<long>( lSmall ), static_cast<unsigned>( dwData ) );
+    dwName = 64;
+    Say( "past the last value", "%ld",
+         static_cast<long>( RegEnumValueA( hKey, 1, aName, &dwName, NULL, NULL, NULL, NULL ) ) );
+    DWORD aNumbers[5] = {};
+    dwClass = 64;
+    RegQueryInfoKeyA( hKey, aClass, &dwClass, NULL, &aNumbers[0], &aNumbers[1], &aNumbers[2], &aNumbers[3],
+                      &aNumbers[4], NULL, NULL, NULL );
+    Say( "info", "%s %u, %u %u %u %u %u", aClass, static_cast<unsigned>( dwClass ),
+         static_cast<unsigned>( aNumbers[0] ), static_cast<unsigned>( aNumbers[1] ),
+         static_cast<unsigned>( aNumbers[2] ), static_cast<unsigned>( aNumbers[3] ),
+         static_cast<unsigned>( aNumbers[4] ) );
+    dwClass = 4;
+    const LONG lInfo =
+        RegQueryInfoKeyA( hKey, aClass, &dwClass, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL );
+    Say( "class too small", "%ld", static_cast<long>( lInfo ) );
+    RegCloseKey( Make( hRoot, "Lists", KEY_ALL_ACCESS, 0, "Other" ) );
+    dwClass = 64;
+    RegQueryInfoKeyA( hKey, aClass, &dwClass, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL );
+    Say( "class of an existing key", "%s", aClass );
+    RegCloseKey( hKey );
+}
+
+void SayNotices( HKEY hRoot )
+{
+    HKEY hKey = Make( hRoot, "Watched" );
+    const HANDLE hEvent = CreateEventA( NULL, FALSE, FALSE, NULL );
+    const auto Arm = [&]( BOOL fSubtree, DWORD dwFilter )
+    { return static_cast<long>( RegNotifyChangeKeyValue( hKey, fSubtree, dwFilter, hEvent, TRUE ) ); };
+    const auto IsSet = [&] { return WaitForSingleObject( hEvent, 0 ) == WAIT_OBJECT_0; };
+    Say( "watch values", "%ld", Arm( FALSE, REG_NOTIFY_CHANGE_LAST_SET ) );
+    Say( "nothing yet", "%d", IsSet() );
+    RegCloseKey( Make( hKey, "New" ) );
+    Say( "a key is no value", "%d", IsSet() );
+    Set( hKey, "n", REG_SZ, "", 1 );
+    Say( "a value", "%d", IsSet() );
+    Set( hKey, "n", REG_SZ, "", 1 );
+    Say( "only once", "%d", IsSet() );
+    RegCloseKey( hKey );
+    hKey = Make( hRoot, "Watched" );
+    Say( "watch names", "%ld", Arm( FALSE, REG_NOTIFY_CHANGE_NAME ) );
+    RegCloseKey( Make( hKey, "New\\Below" ) );
+    Say( "not below", "%d", IsSet() );
+    RegCloseKey( hKey );
+    Say( "closed is told", "%d", IsSet() );
+    hKey = Make( hRoot, "Watched" );
+    Say( "no event", "%ld",
+         static_cast<long>( RegNotifyChangeKeyValue( hKey, FALSE, REG_NOTIFY_CHANGE_NAME, NULL, TRUE ) ) );
+    RegCloseKey( hKey );
+    CloseHandle( hEvent );
+}
+
+void SayTheRest( HKEY hRoot )
+{
+    HKEY hKey = NULL;
+    Say( "connect", "%ld", static_cast<long>( RegConnectRegistryA( NULL, HKEY_LOCAL_MACHINE, &hKey ) ) );
+    RegCloseKey( hKey );
+    Say( "connect users", "%ld", static_cast<long>( RegConnectRegistryA( NULL, HKEY_USERS, &hKey ) ) );
+    RegCloseKey( hKey );
+    Say( "connect without out", "%ld", static_cast<long>( RegConnectRegistryA( NULL, HKEY_USERS, NULL ) ) );
+    Say( "flush", "%ld %ld", static_cast<long>( RegFlushKey( hRoot ) ),
+         static_cast<long>( RegFlushKey( NULL ) ) );
+    DWORD dwSize = 0;
+    const LONG lSmall = RegGetKeySecurity( hRoot, DACL_SECURITY_INFORMATION, NULL, &dwSize );
+    Say( "security without room", "%ld %d", static_cast<long>( lSmall ), dwSize >= 20 );
+    std::string strDescriptor( dwSize, '\0' );
+    Say( "security", "%ld",
+         static_cast<long>(
+             RegGetKeySecurity( hRoot, DACL_SECURITY_INFORMATION, strDescriptor.data(), &dwSize ) ) );
+    Say( "set security", "%ld",
+         static_cast<long>( RegSetKeySecurity( hRoot, DACL_SECURITY_INFORMATION, strDescriptor.data() ) ) );
+    Say( "security of null", "%ld",
+         static_cast<long>( RegGetKeySecurity( NULL, DACL_SECURITY_INFORMATION, NULL, &dwSize ) ) );
+    Say( "load a missing file", "%ld",
+         static_cast<long>( RegLoadKeyA( HKEY_LOCAL_MACHINE, "BXLoaded", "missing.file" ) ) );
+    SetLastError( UNTOUCHED );
+    Open( hRoot, "Missing" );
+    Say( "last error", "%u", static_cast<unsigned>( GetLastError() ) );
+}
+} // namespace
+
+int main()
+{
+    Remove( HKEY_CURRENT_USER, ROOT );
+    const HKEY hRoot = Make( HKEY_CURRENT_USER, ROOT );
+    SayKeys( hRoot );
+    SayDeleting( hRoot );
+    SayRights( hRoot );
+    SayValues( hRoot );
+    SayLists( hRoot );
+    SayNotices( hRoot );
+    SayTheRest( hRoot );
+    RegCloseKey( hRoot );
+    Remove( HKEY_CURRENT_USER, ROOT );
+    return 0;
+}
