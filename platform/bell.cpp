@@ -20,6 +20,7 @@
 #include <sys/eventfd.h>
 #include <sys/random.h>
 #include <sys/stat.h>
+#include <utility>
 
 // A pipe's file is made under a name of its own and renamed when it has its reader, so that a bell that can be found and
 // has none is always a dead one. Names hold a random number: no name comes again.
@@ -31,8 +32,7 @@ constexpr std::string_view NEW_BELL = "newbell-";
 
 using BellLeaf = std::array<char, 32>;
 
-// Guards the chain of all bells and the lists of all objects of this process. Under it only the folder is
-// looked for.
+// Guards the chain of all bells and the lists of all objects of this process. Nothing else is taken under it.
 constinit CRITICAL_SECTION g_aLock{};
 
 BellLeaf MakeLeaf( std::string_view aPrefix, SharedBellName ullName ) noexcept
@@ -233,16 +233,15 @@ void Bell::Close() noexcept
         CloseDescriptor( rPipe.nDescriptor );
 }
 
+// By the path that was found once: at the end of the process its folder may be gone, and is not to come back.
 void Bell::RemovePipes() noexcept
 {
-    for ( size_t i = 0; i < m_aPipes.size(); ++i )
+    for ( Pipe& rPipe : m_aPipes )
     {
-        NamespacePath aPath;
-        const SharedBellName ullName = m_aPipes[i].ullName;
-        m_aPipes[i].ullName = 0;
-        if ( ullName != 0 &&
-             FindInNamespace( static_cast<NamespaceScope>( i ), MakeLeaf( BELL, ullName ).data(), aPath ) )
-            unlink( aPath.data() );
+        if ( rPipe.ullName != 0 )
+            unlink( rPipe.pPath.get() );
+        rPipe.ullName = 0;
+        rPipe.pPath.reset();
     }
 }
 
@@ -260,6 +259,16 @@ SharedBellName Bell::GetSharedName( NamespaceScope eScope ) noexcept
     if ( rPipe.ullName != 0 )
         return rPipe.ullName;
     const int nSavedErrno = errno;
+    const DWORD dwError = OpenPipe( eScope, rPipe );
+    errno = nSavedErrno;
+    if ( dwError != 0 )
+        SetLastError( dwError );
+    return rPipe.ullName;
+}
+
+// 0, or the error.
+DWORD Bell::OpenPipe( NamespaceScope eScope, Pipe& rPipe ) noexcept
+{
     // Somebody who sweeps may take the new file for a dead one.
     constexpr int ATTEMPTS = 100;
     int nPipe = -ENOENT;
@@ -270,22 +279,20 @@ SharedBellName Bell::GetSharedName( NamespaceScope eScope ) noexcept
         NamespacePath aPath;
         if ( !FindInNamespace( eScope, MakeLeaf( NEW_BELL, ullName ).data(), aNewPath ) ||
              !FindInNamespace( eScope, MakeLeaf( BELL, ullName ).data(), aPath ) )
-        {
-            errno = nSavedErrno;
-            return 0;
-        }
+            return GetLastError();
+        const size_t nPath = std::strlen( aPath.data() ) + 1;
+        std::unique_ptr<char[]> pPath( new ( std::nothrow ) char[nPath] );
+        if ( pPath == nullptr )
+            return ERROR_NOT_ENOUGH_MEMORY;
+        std::memcpy( pPath.get(), aPath.data(), nPath );
         nPipe = MakePipe( eScope, aNewPath.data(), aPath.data() );
-        if ( nPipe >= 0 )
-        {
-            const LockedScope aLocked( g_aLock );
-            CloseDescriptor( rPipe.nDescriptor );
-            rPipe = { nPipe, ullName };
-        }
+        if ( nPipe < 0 )
+            continue;
+        const LockedScope aLocked( g_aLock );
+        CloseDescriptor( rPipe.nDescriptor );
+        rPipe = { nPipe, ullName, std::move( pPath ) };
     }
-    errno = nSavedErrno;
-    if ( nPipe < 0 )
-        SetLastError( ErrnoToWin32( -nPipe ) );
-    return rPipe.ullName;
+    return nPipe >= 0 ? 0 : ErrnoToWin32( -nPipe );
 }
 
 void Bell::Drain() noexcept

@@ -14,6 +14,7 @@
 
 #include <array>
 #include <atomic>
+#include <memory>
 
 // A bell's name for other processes; 0 is no bell's.
 using SharedBellName = ULONGLONG;
@@ -44,6 +45,7 @@ private:
     {
         int nDescriptor;
         SharedBellName ullName; // 0 while there is none
+        std::unique_ptr<char[]> pPath;
     };
 
     Bell() noexcept = default;
@@ -52,9 +54,10 @@ private:
     bool IsOpen() const noexcept;
     void Close() noexcept;
     void RemovePipes() noexcept;
+    DWORD OpenPipe( NamespaceScope eScope, Pipe& rPipe ) noexcept;
 
     int m_nRinger = -1;
-    std::array<Pipe, 2> m_aPipes{ { { -1, 0 }, { -1, 0 } } };
+    std::array<Pipe, 2> m_aPipes{ { { -1, 0, nullptr }, { -1, 0, nullptr } } };
     Bell* m_pNext = nullptr;
 };
 

@@ -1,0 +1,170 @@
+// Threads and processes as objects: started, waited for, asked for their end.
+
+#include "platform/transcript.h"
+
+#include <atomic>
+#include <string>
+
+namespace
+{
+std::atomic<bool> g_fObjectGone{ false };
+
+struct GoneSlowly
+{
+    bool fUsed = false;
+    ~GoneSlowly()
+    {
+        Sleep( 100 );
+        g_fObjectGone = true;
+    }
+};
+thread_local GoneSlowly t_aObject;
+
+DWORD ToNumber( LPVOID pParameter )
+{
+    return static_cast<DWORD>( reinterpret_cast<ULONG_PTR>( pParameter ) );
+}
+
+LPVOID ToParameter( DWORD dwNumber )
+{
+    return reinterpret_cast<LPVOID>( static_cast<ULONG_PTR>( dwNumber ) );
+}
+
+DWORD WINAPI ReturnParameter( LPVOID pParameter )
+{
+    return ToNumber( pParameter );
+}
+
+DWORD WINAPI ExitWithParameter( LPVOID pParameter )
+{
+    ExitThread( ToNumber( pParameter ) );
+    return 1;
+}
+
+DWORD WINAPI UseObject( LPVOID pParameter )
+{
+    t_aObject.fUsed = true;
+    return ToNumber( pParameter );
+}
+
+DWORD WINAPI UseObjectAndExit( LPVOID pParameter )
+{
+    t_aObject.fUsed = true;
+    ExitThread( ToNumber( pParameter ) );
+    return 1;
+}
+
+DWORD WINAPI AwaitEvent( LPVOID pParameter )
+{
+    return WaitForSingleObject( pParameter, INFINITE );
+}
+
+DWORD WINAPI SetLater( LPVOID pParameter )
+{
+    Sleep( 50 );
+    SetEvent( pParameter );
+    return 0;
+}
+
+DWORD WINAPI OwnNumber( LPVOID )
+{
+    return GetCurrentThreadId();
+}
+
+void SayCode( const char* pName, HANDLE hThread )
+{
+    DWORD dwCode = UNTOUCHED;
+    SetLastError( UNTOUCHED );
+    const BOOL fDone = GetExitCodeThread( hThread, &dwCode );
+    Say( pName, "%d, code %u, last error %u", fDone, static_cast<unsigned>( dwCode ),
+         static_cast<unsigned>( GetLastError() ) );
+}
+
+void SayEnd( const char* pName, LPTHREAD_START_ROUTINE pFunction, DWORD dwParameter, SIZE_T nStackSize = 0 )
+{
+    g_fObjectGone = false;
+    const HANDLE hThread = CreateThread( NULL, nStackSize, pFunction, ToParameter( dwParameter ), 0, NULL );
+    const DWORD dwResult = WaitForSingleObject( hThread, INFINITE );
+    const bool fObjectGone = g_fObjectGone;
+    DWORD dwCode = UNTOUCHED;
+    const BOOL fDone = GetExitCodeThread( hThread, &dwCode );
+    Say( pName, "wait %u, %d, code %u, object gone %d", static_cast<unsigned>( dwResult ), fDone,
+         static_cast<unsigned>( dwCode ), fObjectGone );
+    CloseHandle( hThread );
+}
+
+void SayThreads()
+{
+    SayEnd( "returns 0", ReturnParameter, 0 );
+    SayEnd( "returns 259", ReturnParameter, STILL_ACTIVE );
+    SayEnd( "returns all ones", ReturnParameter, 0xFFFFFFFFu );
+    SayEnd( "exits with 7", ExitWithParameter, 7 );
+    SayEnd( "small stack", ReturnParameter, 8, 1 );
+    SayEnd( "large stack", ReturnParameter, 9, 16 * 1024 * 1024 );
+    SayEnd( "object of the thread", UseObject, 10 );
+    SayEnd( "object of the thread, exit", UseObjectAndExit, 11 );
+
+    const HANDLE hEvent = CreateEventA( NULL, FALSE, FALSE, NULL );
+    DWORD dwThreadId = 0;
+    SetLastError( UNTOUCHED );
+    const HANDLE hThread = CreateThread( NULL, 0, AwaitEvent, hEvent, 0, &dwThreadId );
+    Say( "last error after the start", "%u", static_cast<unsigned>( GetLastError() ) );
+    Say( "number, not the caller's", "%d", dwThreadId != 0 && dwThreadId != GetCurrentThreadId() );
+    SayCode( "while it runs", hThread );
+    Say( "wait while it runs", "%u", static_cast<unsigned>( WaitForSingleObject( hThread, 10 ) ) );
+    SetEvent( hEvent );
+    Say( "wait", "%u", static_cast<unsigned>( WaitForSingleObject( hThread, INFINITE ) ) );
+    Say( "wait again", "%u", static_cast<unsigned>( WaitForSingleObject( hThread, 0 ) ) );
+    SayCode( "after its end", hThread );
+    SayOutcome( "set a thread", SetEvent( hThread ) );
+    SayOutcome( "release a thread", ReleaseMutex( hThread ) );
+    SayOutcome( "close", CloseHandle( hThread ) );
+    SayCode( "closed handle", hThread );
+    SayCode( "null handle", NULL );
+    SayCode( "an event", hEvent );
+
+    // Closing the handle does not stop it.
+    CloseHandle( CreateThread( NULL, 0, SetLater, hEvent, 0, NULL ) );
+    Say( "goes on without a handle", "%u", static_cast<unsigned>( WaitForSingleObject( hEvent, 10000 ) ) );
+    CloseHandle( hEvent );
+
+    const HANDLE hNumbered = CreateThread( NULL, 0, OwnNumber, NULL, 0, &dwThreadId );
+    WaitForSingleObject( hNumbered, INFINITE );
+    DWORD dwCode = 0;
+    GetExitCodeThread( hNumbered, &dwCode );
+    Say( "its number is the one that it sees", "%d", dwCode == dwThreadId );
+    CloseHandle( hNumbered );
+}
+
+void SayProcess( const char* pName, DWORD dwAccess, DWORD dwProcessId )
+{
+    SetLastError( UNTOUCHED );
+    const HANDLE hProcess = OpenProcess( dwAccess, FALSE, dwProcessId );
+    const DWORD dwError = GetLastError();
+    Say( pName, "%s, last error %u", hProcess != NULL ? "opened" : "null", static_cast<unsigned>( dwError ) );
+    if ( hProcess == NULL )
+        return;
+    SetLastError( UNTOUCHED );
+    const DWORD dwResult = WaitForSingleObject( hProcess, 0 );
+    Say( ( std::string( pName ) + ", wait" ).c_str(), "%u, last error %u", static_cast<unsigned>( dwResult ),
+         static_cast<unsigned>( GetLastError() ) );
+    CloseHandle( hProcess );
+}
+
+void SayProcesses()
+{
+    SayProcess( "process 0", SYNCHRONIZE, 0 );
+    SayProcess( "process of all ones", SYNCHRONIZE, 0xFFFFFFFFu );
+    SayProcess( "process that is not", SYNCHRONIZE, 0x7FFFFFF0u );
+    SayProcess( "own process", SYNCHRONIZE, GetCurrentProcessId() );
+    SayProcess( "own process to end", SYNCHRONIZE | PROCESS_TERMINATE, GetCurrentProcessId() );
+    SayProcess( "own process to ask", PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, GetCurrentProcessId() );
+}
+} // namespace
+
+int main()
+{
+    SayThreads();
+    SayProcesses();
+    return 0;
+}

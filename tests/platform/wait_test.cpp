@@ -1,0 +1,367 @@
+// Waits among several processes, some of which are killed.
+
+#include "platform/bell.h"
+#include "support/secondprocess.h"
+#include "support/threads.h"
+
+#include <bxtools/platform.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace
+{
+constexpr DWORD LONG_TIME = 10000;
+
+// Names that begin with m are mutexes, the others events that reset themselves.
+HANDLE OpenNamed( const std::string& strName )
+{
+    return strName[0] == 'm' ? CreateMutexA( NULL, FALSE, strName.c_str() )
+                             : CreateEventA( NULL, FALSE, FALSE, strName.c_str() );
+}
+
+using Names = std::vector<std::string>;
+
+struct Handles : std::vector<HANDLE>
+{
+    using vector::vector;
+    explicit Handles( const Names& rNames )
+    {
+        for ( const std::string& strName : rNames )
+            push_back( OpenNamed( strName ) );
+    }
+    Handles( const Handles& ) = delete;
+    ~Handles()
+    {
+        for ( const HANDLE hObject : *this )
+            CloseHandle( hObject );
+    }
+};
+
+// A wait of a kind: "one" (on the first), "any" or "all".
+DWORD Wait( const std::string& strKind, const std::vector<HANDLE>& rHandles,
+            DWORD dwMilliseconds = LONG_TIME )
+{
+    return strKind == "one" ? WaitForSingleObject( rHandles[0], dwMilliseconds )
+                            : WaitForMultipleObjects( static_cast<DWORD>( rHandles.size() ), rHandles.data(),
+                                                      strKind == "all", dwMilliseconds );
+}
+
+// The process's first thread sleeps in the kernel for something to happen.
+void AwaitBlocked( const SecondProcess& rProcess )
+{
+    for ( long lCall = 0; lCall != SYS_futex && lCall != SYS_ppoll; Sleep( 1 ) )
+    {
+        lCall = 0;
+        std::ifstream( "/proc/" + std::to_string( rProcess.Id() ) + "/syscall" ) >> lCall;
+    }
+}
+
+// A process that waits for named objects and gives back what is a mutex, whenever it is told a line.
+class Waiter
+{
+public:
+    Waiter( const std::string& strKind, std::vector<std::string> aNames )
+        : m_aProcess( "waiter", ( aNames.insert( aNames.begin(), strKind ), aNames ) )
+    {
+        WaitOnce();
+    }
+    void WaitOnce()
+    {
+        m_aProcess.WriteLine( "wait" );
+        AwaitBlocked( m_aProcess );
+    }
+    std::string WaitForReady()
+    {
+        m_aProcess.WriteLine( "wait" );
+        return Result();
+    }
+    std::string Result() { return m_aProcess.ReadLine(); }
+    void Signal( int nSignal ) { kill( static_cast<pid_t>( m_aProcess.Id() ), nSignal ); }
+    void Kill()
+    {
+        m_aProcess.Kill();
+        m_aProcess.Wait();
+    }
+    void End()
+    {
+        m_aProcess.WriteLine( "" );
+        m_aProcess.Wait();
+    }
+
+private:
+    SecondProcess m_aProcess;
+};
+
+// But for those of this process, whose first thread keeps one until its end.
+std::ptrdiff_t BellFiles()
+{
+    using std::filesystem::directory_iterator;
+    const std::string strOwn = "bell-" + std::to_string( getpid() ) + "-";
+    return std::count_if( directory_iterator( std::getenv( "BXTOOLS_OBJECT_DIR" ) ), directory_iterator(),
+                          [&]( const auto& rEntry )
+                          {
+                              const std::string strName = rEntry.path().filename().string();
+                              return strName.find( "bell-" ) != std::string::npos &&
+                                     !strName.starts_with( strOwn );
+                          } );
+}
+
+// What processes share in a test on waits for all.
+struct Contended
+{
+    std::atomic<int> nInside;
+    std::atomic<int> nWrong;
+    int nRounds; // guarded by the objects waited for
+};
+
+Contended* MapContended( const std::string& strPath )
+{
+    const int nFile = open( strPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600 );
+    EXPECT_EQ( 0, ftruncate( nFile, sizeof( Contended ) ) );
+    void* const pMemory = mmap( NULL, sizeof( Contended ), PROT_READ | PROT_WRITE, MAP_SHARED, nFile, 0 );
+    close( nFile );
+    return static_cast<Contended*>( pMemory );
+}
+
+constexpr int ROUNDS = 2000;
+} // namespace
+
+BX_ROLE( waiter )
+{
+    const Handles aHandles( Names( Arguments.begin() + 1, Arguments.end() ) );
+    while ( !WaitForTest().empty() )
+    {
+        const DWORD dwResult = Wait( Arguments[0], aHandles );
+        TellTest( std::to_string( dwResult ) );
+        for ( const HANDLE hObject : aHandles )
+            ReleaseMutex( hObject );
+    }
+    return 0;
+}
+
+BX_ROLE( owner )
+{
+    const Handles aHandles( Arguments );
+    WaitForSingleObject( aHandles[0], LONG_TIME );
+    WaitForSingleObject( aHandles[0], LONG_TIME );
+    TellTest( "owned" );
+    WaitForTest();
+    return 0;
+}
+
+// Listens for a while, then leaves a child of fork behind.
+BX_ROLE( forker )
+{
+    const Handles aHandles( Arguments );
+    Wait( "any", aHandles, 1 );
+    const pid_t nChild = fork();
+    if ( nChild == 0 )
+    {
+        alarm( 20 );
+        for ( ;; )
+            pause();
+    }
+    TellTest( std::to_string( nChild ) );
+    Wait( "any", aHandles );
+    return 0;
+}
+
+// Takes all again and again; with "one" it takes only the first, which nobody may hold while he waits for the others.
+BX_ROLE( contender )
+{
+    const Handles aHandles( Names( Arguments.begin() + 2, Arguments.end() ) );
+    Contended* const pShared = MapContended( Arguments[1] );
+    const bool fAll = Arguments[0] == "all";
+    for ( int i = 0; i < ROUNDS; ++i )
+    {
+        if ( Wait( Arguments[0], aHandles ) != WAIT_OBJECT_0 ||
+             ( fAll && pShared->nInside.fetch_add( 1 ) != 0 ) )
+            return 1;
+        pShared->nRounds += fAll;
+        pShared->nInside -= fAll;
+        for ( const HANDLE hObject : aHandles )
+        {
+            if ( !ReleaseMutex( hObject ) && fAll )
+                SetEvent( hObject );
+        }
+    }
+    return 0;
+}
+
+TEST( Wait, AKilledWaiterEatsNoSignal )
+{
+    const Handles aEvents( Names{ "signal", "silent" } );
+    for ( const char* pKind : { "one", "any" } )
+    {
+        Waiter aFirstVictim( "one", { "signal" } );
+        Waiter aSecondVictim( "any", { "silent", "signal" } );
+        Waiter aSurvivor( pKind, { "signal", "silent" } );
+        // Stopped where they stand, as if the kill had begun: whoever wakes one of them alone wakes nobody.
+        aFirstVictim.Signal( SIGSTOP );
+        aSecondVictim.Signal( SIGSTOP );
+        SetEvent( aEvents[0] );
+        EXPECT_EQ( "0", aSurvivor.Result() ) << pKind;
+        aSurvivor.WaitOnce();
+        aFirstVictim.Kill();
+        aSecondVictim.Kill();
+        SetEvent( aEvents[0] );
+        EXPECT_EQ( "0", aSurvivor.Result() ) << pKind;
+        EXPECT_EQ( WAIT_TIMEOUT + 0u, WaitForSingleObject( aEvents[0], 0 ) );
+        // The bell of the dead went with the first signal after its end, the survivor's goes with the survivor.
+        EXPECT_EQ( pKind == std::string( "any" ) ? 1 : 0, BellFiles() );
+        aSurvivor.End();
+        EXPECT_EQ( 0, BellFiles() );
+    }
+}
+
+TEST( Wait, AKilledOwnerHandsOverAsAbandoned )
+{
+    const Handles aSet( Names{ "set" } );
+    SetEvent( aSet[0] );
+    using Case = std::pair<std::string, std::vector<std::string>>;
+    for ( const auto& [strKind, aNames] : { Case( "one", { "mutex" } ), Case( "any", { "silent", "mutex" } ),
+                                            Case( "all", { "set", "mutex" } ) } )
+    {
+        SecondProcess aOwner( "owner", { "mutex" } );
+        ASSERT_EQ( "owned", aOwner.ReadLine() );
+        Waiter aWaiter( strKind, aNames );
+        aOwner.Kill();
+        EXPECT_EQ( strKind == "any" ? "129" : "128", aWaiter.Result() ) << strKind;
+        SetEvent( aSet[0] );
+        EXPECT_EQ( strKind == "any" ? "1" : "0", aWaiter.WaitForReady() ) << strKind;
+    }
+}
+
+TEST( Wait, AKilledProcessIsReady )
+{
+    for ( const char* pKind : { "one", "any", "all" } )
+    {
+        SecondProcess aProcess( "waiter", { "one", "silent" } );
+        const auto dwProcessId = static_cast<DWORD>( aProcess.Id() );
+        const Handles aHandles{ OpenProcess( SYNCHRONIZE, FALSE, dwProcessId ),
+                                CreateEventA( NULL, TRUE, TRUE, NULL ) };
+        if ( pKind == std::string( "any" ) )
+            ResetEvent( aHandles[1] );
+        EXPECT_EQ( WAIT_TIMEOUT + 0u, Wait( "one", aHandles, 10 ) );
+        std::thread aKiller(
+            [&]
+            {
+                Sleep( 50 );
+                aProcess.Kill();
+            } );
+        EXPECT_EQ( WAIT_OBJECT_0, Wait( pKind, aHandles ) ) << pKind;
+        aKiller.join();
+        aProcess.Wait();
+        EXPECT_EQ( WAIT_OBJECT_0, Wait( pKind, aHandles, 0 ) ) << pKind;
+        EXPECT_EQ( NULL, OpenProcess( SYNCHRONIZE, FALSE, dwProcessId ) );
+        EXPECT_EQ( ERROR_INVALID_PARAMETER + 0u, GetLastError() );
+    }
+}
+
+TEST( Wait, AllAreTakenOrNothing )
+{
+    const std::string strPath = std::string( std::getenv( "BXTOOLS_STATE_DIR" ) ) + "/contended";
+    Contended* const pShared = MapContended( strPath );
+    const Handles aHandles( Names{ "first", "mutex", "third" } );
+    SetEvent( aHandles[0] );
+    SetEvent( aHandles[2] );
+    {
+        SecondProcess aOneOrder( "contender", { "all", strPath, "first", "mutex", "third" } );
+        SecondProcess aOtherOrder( "contender", { "all", strPath, "third", "mutex", "first" } );
+        SecondProcess aTwo( "contender", { "all", strPath, "mutex", "third" } );
+        SecondProcess aOne( "contender", { "one", strPath, "mutex" } );
+        for ( SecondProcess* const pProcess : { &aOneOrder, &aOtherOrder, &aTwo, &aOne } )
+            EXPECT_EQ( 0, pProcess->Wait() );
+    }
+    EXPECT_EQ( 3 * ROUNDS, pShared->nRounds );
+    EXPECT_EQ( WAIT_OBJECT_0, Wait( "all", aHandles, 0 ) );
+    munmap( pShared, sizeof( Contended ) );
+}
+
+TEST( Wait, ABlockedOneUsesNoTimeAndIsNotEarly )
+{
+    SecondProcess aOwner( "owner", { "mutex" } );
+    ASSERT_EQ( "owned", aOwner.ReadLine() );
+    const Handles aHandles( Names{ "mutex", "silent" } );
+    for ( const char* pKind : { "one", "any", "all" } )
+    {
+        rusage aBefore;
+        rusage aAfter;
+        getrusage( RUSAGE_THREAD, &aBefore );
+        const auto aStart = std::chrono::steady_clock::now();
+        EXPECT_EQ( WAIT_TIMEOUT + 0u, Wait( pKind, aHandles, 300 ) );
+        EXPECT_GE( std::chrono::steady_clock::now() - aStart, std::chrono::milliseconds( 300 ) ) << pKind;
+        getrusage( RUSAGE_THREAD, &aAfter );
+        EXPECT_LT( aAfter.ru_nvcsw - aBefore.ru_nvcsw, 10 ) << pKind;
+        EXPECT_LT( aAfter.ru_utime.tv_usec + aAfter.ru_stime.tv_usec - aBefore.ru_utime.tv_usec -
+                       aBefore.ru_stime.tv_usec,
+                   30000 )
+            << pKind;
+    }
+}
+
+TEST( Wait, BellsGoWithTheirListeners )
+{
+    const Handles aEvents( Names{ "signal", "silent" } );
+    SweepSharedBells( NamespaceScope::Local );
+    Waiter aListener( "any", { "signal", "silent" } );
+    EXPECT_EQ( 1, BellFiles() );
+    SetEvent( aEvents[0] );
+    EXPECT_EQ( "0", aListener.Result() );
+    aListener.End();
+    EXPECT_EQ( 0, BellFiles() );
+
+    // A child of fork does not listen in its parent's place.
+    SecondProcess aForker( "forker", { "signal", "silent" } );
+    const pid_t nChild = std::stoi( aForker.ReadLine() );
+    AwaitBlocked( aForker );
+    EXPECT_EQ( 1, BellFiles() );
+    SweepSharedBells( NamespaceScope::Local );
+    EXPECT_EQ( 1, BellFiles() );
+    aForker.Kill();
+    aForker.Wait();
+    SweepSharedBells( NamespaceScope::Local );
+    EXPECT_EQ( 0, BellFiles() );
+    kill( nChild, SIGKILL );
+}
+
+TEST( Wait, EndedThreadsLeaveNothing )
+{
+    const auto Count = []( const char* pPath )
+    {
+        std::ifstream aFile( pPath );
+        return std::count( std::istreambuf_iterator( aFile ), {}, '\n' );
+    };
+    static std::atomic<int> nEnded{ 0 };
+    const auto Start = []
+    {
+        return CreateThread(
+            NULL, 0, []( LPVOID ) -> DWORD { return static_cast<DWORD>( ++nEnded ); }, NULL, 0, NULL );
+    };
+    std::ptrdiff_t nBefore = 0;
+    for ( int i = 1; i <= 500; ++i )
+    {
+        if ( i == 100 )
+            nBefore = Count( "/proc/self/maps" );
+        const HANDLE hThread = Start();
+        // Half of them outlive their handle, half of them do not.
+        if ( i % 2 == 0 )
+            WaitForSingleObject( hThread, INFINITE );
+        CloseHandle( hThread );
+        while ( nEnded < i )
+            Sleep( 0 );
+    }
+    EXPECT_LT( Count( "/proc/self/maps" ), nBefore + 100 );
+}
