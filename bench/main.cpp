@@ -53,7 +53,10 @@ int main( int nArguments, char** ppArguments )
     RegisterDebugMeasurements();
     RegisterThreadMeasurements();
     RegisterStartMeasurements();
+    RegisterLockMeasurements();
+    RegisterWaitMeasurements();
     benchmark::RunSpecifiedBenchmarks();
+    RemoveLockPeers();
     std::filesystem::remove_all( pFolder );
     return 0;
 }

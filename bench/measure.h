@@ -92,3 +92,8 @@ void RegisterGrowthMeasurements();
 void RegisterDebugMeasurements();
 void RegisterThreadMeasurements();
 void RegisterStartMeasurements();
+void RegisterLockMeasurements();
+void RegisterWaitMeasurements();
+
+// What peers leave in the system.
+void RemoveLockPeers();

@@ -27,6 +27,7 @@ PACKAGES_BENCH=(
     "libglib2.0-dev             peer: GLib's strings and per-thread pointers"
     "libpoco-dev                peer: Poco's numbers"
     "libspdlog-dev              peer: spdlog's messages"
+    "libboost-dev               peer: Boost.Interprocess's named mutex"
 )
 
 is_installed()
