@@ -12,6 +12,7 @@
 // when they want to write. Changes of another store give error 170 meanwhile.
 #pragma once
 
+#include <bxtools/export.h>
 #include <bxtools/wintypes.h>
 
 #include <memory>
@@ -23,16 +24,17 @@ class RegTransaction;
 class RegistryBatch
 {
 public:
-    RegistryBatch() noexcept;
+    // What is exported is for bxtool, which shares the library's threads.
+    DLL_EXPORT_MOD RegistryBatch() noexcept;
     // Without Commit nothing has happened.
-    ~RegistryBatch();
+    DLL_EXPORT_MOD ~RegistryBatch();
     RegistryBatch( const RegistryBatch& ) = delete;
     RegistryBatch& operator=( const RegistryBatch& ) = delete;
 
     // Takes the lock of the store that the key is in. Errors: 170 the thread has a batch, and as the calls that write.
-    LONG Begin( HKEY hKey ) noexcept;
+    DLL_EXPORT_MOD LONG Begin( HKEY hKey ) noexcept;
     // The same thread. The batch is over then, with or without success.
-    LONG Commit() noexcept;
+    DLL_EXPORT_MOD LONG Commit() noexcept;
 
     // For the calls: the calling thread's batch or null, and what it is about.
     static RegistryBatch* OfThread() noexcept;

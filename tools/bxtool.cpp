@@ -12,11 +12,13 @@ namespace
 
 constexpr AddFamily FAMILIES[] = {
     AddErrorsFamily,
+    AddRegFamily,
     AddDebugFamily,
 };
 
 constexpr char EXAMPLES[] = "Examples:\n"
                             "  bxtool errors show failed.stream\n"
+                            "  bxtool reg list HKLM/Software --values\n"
                             "  bxtool debug watch\n"
                             "  bxtool errors --help\n\n";
 

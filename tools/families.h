@@ -12,5 +12,7 @@ using AddFamily = void ( * )( CLI::App& rProgram, ExitCode& rExitCode );
 
 // bxtool errors: error streams.
 void AddErrorsFamily( CLI::App& rProgram, ExitCode& rExitCode );
+// bxtool reg: the registry.
+void AddRegFamily( CLI::App& rProgram, ExitCode& rExitCode );
 // bxtool debug: debug messages.
 void AddDebugFamily( CLI::App& rProgram, ExitCode& rExitCode );

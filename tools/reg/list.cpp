@@ -1,0 +1,89 @@
+#include "tools/errors/displaytext.h"
+#include "tools/reg/commands.h"
+#include "tools/reg/regaccess.h"
+#include "tools/reg/utf16.h"
+#include "tools/reg/valuetext.h"
+#include "tools/talk.h"
+
+#include <memory>
+#include <nlohmann/json.hpp>
+
+namespace
+{
+
+constexpr char EXAMPLES[] =
+    "Prints a key and all keys below it, sorted by their names without regard to case.\n"
+    "Exit code 4: some keys cannot be read; they are named on standard error.\n\n"
+    "Examples:\n"
+    "  bxtool reg list HKLM/Software/Company\n"
+    "  bxtool reg list 'HKLM\\Software\\Company' --values\n"
+    "  bxtool reg list HKLM/Software/Company --values --json\n";
+
+using Json = nlohmann::ordered_json;
+
+struct ListOptions
+{
+    std::string aKey;
+    bool fValues = false;
+    bool fJson = false;
+};
+
+void WriteTree( const RegTree& rTree, const std::string& aIndent, bool fValues )
+{
+    if ( fValues )
+        for ( const RegValue& rValue : rTree.aValues )
+            WriteOutput( aIndent + GetValueLine( rValue ) + "\n" );
+    for ( const RegTree& rBelow : rTree.aKeys )
+    {
+        WriteOutput( aIndent );
+        WriteHeading( MakeVisible( FromSystemText( rBelow.aName ) ) );
+        WriteOutput( "\n" );
+        WriteTree( rBelow, aIndent + "  ", fValues );
+    }
+}
+
+Json ToJson( const RegTree& rTree, const std::string& aName, bool fValues )
+{
+    Json aJson;
+    aJson["key"] = FromSystemText( aName );
+    if ( fValues )
+    {
+        aJson["values"] = Json::array();
+        for ( const RegValue& rValue : rTree.aValues )
+            aJson["values"].push_back( GetValueJson( rValue ) );
+    }
+    aJson["keys"] = Json::array();
+    for ( const RegTree& rBelow : rTree.aKeys )
+        aJson["keys"].push_back( ToJson( rBelow, rBelow.aName, fValues ) );
+    return aJson;
+}
+
+ExitCode List( const ListOptions& rOptions )
+{
+    const KeyPath aPath = ParseKeyPath( rOptions.aKey );
+    const RegTree aTree = ReadTree( aPath, TreeDepth::AllBelow );
+    if ( rOptions.fJson )
+        WriteOutput( ToJson( aTree, aPath.GetTitle(), rOptions.fValues )
+                         .dump( 1, ' ', false, Json::error_handler_t::replace ) +
+                     "\n" );
+    else
+    {
+        WriteHeading( MakeVisible( FromSystemText( aPath.GetTitle() ) ) );
+        WriteOutput( "\n" );
+        WriteTree( aTree, "  ", rOptions.fValues );
+    }
+    return NameUnread( aPath, aTree ) ? ExitCode::Broken : ExitCode::Ok;
+}
+
+} // namespace
+
+void AddRegListCommand( CLI::App& rFamily, ExitCode& rExitCode )
+{
+    CLI::App* pCommand = rFamily.add_subcommand( "list", "Print a key and what is below it" );
+    pCommand->footer( EXAMPLES );
+    auto pOptions = std::make_shared<ListOptions>();
+    pCommand->add_option( "KEY", pOptions->aKey, "The key" )->required()->type_name( "" );
+    pCommand->add_flag( "--values", pOptions->fValues, "Print the values, too" );
+    pCommand->add_flag( "--json", pOptions->fJson, "Print JSON instead" );
+    pCommand->callback( [pOptions, &rExitCode] { rExitCode = List( *pOptions ); } );
+}
