@@ -3,6 +3,8 @@
 #include "platform/bell.h"
 #include "platform/fileobject.h"
 #include "platform/handletable.h"
+#include "platform/inicache.h"
+#include "platform/inisave.h"
 #include "platform/loadergate.h"
 #include "platform/module.h"
 #include "platform/mutex.h"
@@ -38,6 +40,8 @@ constexpr ForkHandlers g_aFamilies[] = {
     { LockTls, UnlockTls, ResetTlsInChild },
     { LockBells, UnlockBells, ResetBellsInChild },
     { LockRegStores, UnlockRegStores, ResetRegistryInChild },
+    { LockIniSaves, UnlockIniSaves, ResetIniSavesInChild },
+    { LockIniCache, UnlockIniCache, UnlockIniCache },
 };
 
 constinit std::atomic<ForkFunc> g_pLibraryPrepare{ nullptr };

@@ -2,6 +2,7 @@
 
 #include "platform/bell.h"
 #include "platform/debugout.h"
+#include "platform/inicache.h"
 #include "platform/namedobjects.h"
 #include "platform/threadend.h"
 #include "platform/tls.h"
@@ -12,5 +13,6 @@ void ClosePlatform() noexcept
     CloseBells();
     CloseNamedObjects();
     ReleaseTlsOfThread();
+    CloseIniCache();
     CloseDebugSinks();
 }

@@ -13,6 +13,7 @@
 
 #include <bxtools/platform_files.h>
 #include <bxtools/platform_objects.h>
+#include <bxtools/platform_profile.h>
 #include <bxtools/platform_registry.h>
 
 #include <stdarg.h>
