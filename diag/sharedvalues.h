@@ -29,12 +29,19 @@ inline ULONG GetDebugLevel() noexcept
     return g_aSharedDebugValues.ulLevel.load( std::memory_order_relaxed );
 }
 
+// Most processes find what they would write: then the page is not written to, which is dear the first time.
+inline void SetSharedDebugValue( std::atomic<ULONG>& rValue, ULONG ulNew ) noexcept
+{
+    if ( rValue.load( std::memory_order_relaxed ) != ulNew )
+        rValue.store( ulNew, std::memory_order_relaxed );
+}
+
 inline void SetDebugEnabled( bool fEnabled ) noexcept
 {
-    g_aSharedDebugValues.ulEnabled.store( fEnabled ? 1 : 0, std::memory_order_relaxed );
+    SetSharedDebugValue( g_aSharedDebugValues.ulEnabled, fEnabled ? 1 : 0 );
 }
 
 inline void SetDebugLevel( ULONG ulLevel ) noexcept
 {
-    g_aSharedDebugValues.ulLevel.store( ulLevel, std::memory_order_relaxed );
+    SetSharedDebugValue( g_aSharedDebugValues.ulLevel, ulLevel );
 }

@@ -24,8 +24,17 @@ namespace
 
 // All of the page is there before it is mapped: a full file system would end a process that touches what is not, and
 // beyond its limit for files a process would get a signal.
-bool MakeRoom( int nFile ) noexcept
+bool MakeRoom( int nFile, unsigned uMode ) noexcept
 {
+    constexpr off_t BLOCK = 512;
+    struct stat aStatus;
+    if ( fstat( nFile, &aStatus ) != 0 )
+        return false;
+    if ( aStatus.st_size >= static_cast<off_t>( sizeof( g_aPage ) ) &&
+         aStatus.st_blocks * BLOCK >= static_cast<off_t>( sizeof( g_aPage ) ) )
+        return true;
+    // The mask may have taken bits away that the folder's group needs. Only the owner's call succeeds.
+    fchmod( nFile, uMode );
     rlimit aLimit;
     return getrlimit( RLIMIT_FSIZE, &aLimit ) == 0 && aLimit.rlim_cur >= sizeof( g_aPage ) &&
            posix_fallocate( nFile, 0, sizeof( g_aPage ) ) == 0;
@@ -45,9 +54,7 @@ void ShareDebugValues() noexcept
         open( aPath.data(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK, uMode );
     if ( nFile < 0 )
         return;
-    // The mask may have taken bits away that the folder's group needs. Only the owner's call succeeds.
-    fchmod( nFile, uMode );
-    if ( MakeRoom( nFile ) )
+    if ( MakeRoom( nFile, uMode ) )
         mmap( &g_aPage, sizeof( g_aPage ), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, nFile, 0 );
     close( nFile );
 }
