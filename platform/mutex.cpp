@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <linux/futex.h>
 #include <new>
 #include <string_view>
 #include <sys/syscall.h>
@@ -19,15 +20,9 @@ namespace
 {
 // What the C library has in common with the kernel, which reads it when a thread ends: the owner's thread id and marks for
 // waiters and for an owner that died; 0 for a free lock.
-int LockWord( const pthread_mutex_t& rLock ) noexcept
+uint32_t LockWord( const pthread_mutex_t& rLock ) noexcept
 {
-    return __atomic_load_n( &rLock.__data.__lock, __ATOMIC_RELAXED );
-}
-
-DWORD OwnerThread( const pthread_mutex_t& rLock ) noexcept
-{
-    constexpr int THREAD_ID = 0x3FFFFFFF;
-    return static_cast<DWORD>( LockWord( rLock ) & THREAD_ID );
+    return static_cast<uint32_t>( __atomic_load_n( &rLock.__data.__lock, __ATOMIC_RELAXED ) );
 }
 
 // The process that a thread belongs to, 0 when it has ended.
@@ -207,7 +202,7 @@ void Mutex::PutBack( Taking eTaking ) noexcept
 // Ends of threads of this process ring the bells; the end of another process makes its descriptor readable.
 void Mutex::AddDescriptors( PollSet& rSet ) noexcept
 {
-    const DWORD dwThread = OwnerThread( m_raLock );
+    const DWORD dwThread = GetLockOwner( m_raLock );
     if ( m_pNamed == nullptr || dwThread == 0 )
         return;
     const int nSavedErrno = errno;
@@ -260,6 +255,16 @@ private:
     const bool m_fOwned;
 };
 } // namespace
+
+DWORD GetLockOwner( const pthread_mutex_t& rLock ) noexcept
+{
+    return LockWord( rLock ) & FUTEX_TID_MASK;
+}
+
+bool IsLockAbandoned( const pthread_mutex_t& rLock ) noexcept
+{
+    return ( LockWord( rLock ) & FUTEX_OWNER_DIED ) != 0;
+}
 
 bool MakeRobustLock( pthread_mutex_t& rLock, bool fShared ) noexcept
 {

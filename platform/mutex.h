@@ -64,3 +64,7 @@ void ForgetMutexesInChild() noexcept;
 //   fShared  it lies in memory that processes share.
 // False: the last error says why.
 bool MakeRobustLock( pthread_mutex_t& rLock, bool fShared ) noexcept;
+
+// What a robust lock's bytes say, for showing it: the owner's thread, 0 for none, and whether the last owner ended with it.
+DWORD GetLockOwner( const pthread_mutex_t& rLock ) noexcept;
+bool IsLockAbandoned( const pthread_mutex_t& rLock ) noexcept;

@@ -28,20 +28,10 @@ off_t FileBytes( ObjectKind eKind, ULONGLONG ullDataBytes ) noexcept
     return eKind != KIND_MAPPING ? PLAIN_BYTES : static_cast<off_t>( OBJECT_DATA_OFFSET + ullDataBytes );
 }
 
-// A file as we make them, and nobody else's.
-bool IsOwnKind( const struct stat& rStatus, unsigned uWantedMode ) noexcept
+bool IsWholeFile( const ObjectHeader& rHeader, off_t nFileBytes ) noexcept
 {
-    constexpr mode_t RIGHTS = S_IRWXU | S_IRWXG | S_IRWXO;
-    constexpr mode_t OWNER_ALONE = 0600;
-    return S_ISREG( rStatus.st_mode ) && rStatus.st_nlink == 1 &&
-           ( rStatus.st_mode & RIGHTS & ~uWantedMode ) == 0 &&
-           ( uWantedMode != OWNER_ALONE || rStatus.st_uid == geteuid() );
-}
-
-bool HasGoodHeader( const ObjectHeader& rHeader, off_t nFileBytes ) noexcept
-{
-    return rHeader.acMagic == OBJECT_MAGIC && rHeader.uVersion == OBJECT_VERSION &&
-           rHeader.uNameLength <= MOST_NAME_CHARACTERS && rHeader.ullDataBytes <= ULONGLONG{ 1 } << 62 &&
+    constexpr ULONGLONG MOST_BYTES = ULONGLONG{ 1 } << 62;
+    return HasGoodHeader( rHeader ) && rHeader.ullDataBytes <= MOST_BYTES &&
            nFileBytes >= FileBytes( static_cast<ObjectKind>( rHeader.uKind.load() ), rHeader.ullDataBytes );
 }
 
@@ -59,6 +49,26 @@ bool FillHeader( ObjectHeader& rHeader, std::string_view aName, ObjectKind eKind
     return true;
 }
 } // namespace
+
+bool IsObjectFile( int nDescriptor, NamespaceScope eScope, off_t& rnBytes ) noexcept
+{
+    constexpr mode_t RIGHTS = S_IRWXU | S_IRWXG | S_IRWXO;
+    constexpr mode_t OWNER_ALONE = 0600;
+    const mode_t nMode = GetNamespaceFileMode( eScope );
+    struct stat aStatus;
+    if ( fstat( nDescriptor, &aStatus ) != 0 )
+        return false;
+    rnBytes = aStatus.st_size;
+    return S_ISREG( aStatus.st_mode ) && aStatus.st_nlink == 1 &&
+           ( aStatus.st_mode & RIGHTS & ~nMode ) == 0 &&
+           ( nMode != OWNER_ALONE || aStatus.st_uid == geteuid() ) && aStatus.st_size >= PLAIN_BYTES;
+}
+
+bool HasGoodHeader( const ObjectHeader& rHeader ) noexcept
+{
+    return rHeader.acMagic == OBJECT_MAGIC && rHeader.uVersion == OBJECT_VERSION &&
+           rHeader.uNameLength <= MOST_NAME_CHARACTERS;
+}
 
 bool ObjectFile::Map( int nDescriptor ) noexcept
 {
@@ -117,17 +127,16 @@ ObjectFile::Opening ObjectFile::Open( NamespaceScope eScope, const ObjectLeaf& r
                : nError == ELOOP || nError == EISDIR || nError == ENXIO ? Opening::Damaged
                                                                         : Opening::Failed;
     }
-    struct stat aStatus;
+    off_t nBytes = 0;
     Opening eOpening = Opening::Damaged;
-    if ( fstat( nDescriptor, &aStatus ) == 0 && IsOwnKind( aStatus, GetNamespaceFileMode( eScope ) ) &&
-         aStatus.st_size >= PLAIN_BYTES )
+    if ( IsObjectFile( nDescriptor, eScope, nBytes ) )
     {
         const int nError = posix_fallocate( nDescriptor, 0, BytesUpToHolder( rSlot.dwSlot ) );
         if ( nError != 0 )
             SetLastError( ErrnoToWin32( nError ) );
         if ( nError != 0 || !Map( nDescriptor ) )
             eOpening = Opening::Failed;
-        else if ( HasGoodHeader( GetHeader(), aStatus.st_size ) && GetHeader().eState != ObjectState::New )
+        else if ( IsWholeFile( GetHeader(), nBytes ) && GetHeader().eState != ObjectState::New )
             eOpening = Opening::Done;
     }
     if ( eOpening == Opening::Done )

@@ -5,6 +5,8 @@
 #include "platform/objectname.h"
 #include "platform/processslots.h"
 
+#include <sys/types.h>
+
 class ObjectFile
 {
 public:
@@ -55,6 +57,11 @@ private:
     ULONGLONG m_ullDevice = 0;
     ULONGLONG m_ullFile = 0;
 };
+
+// Whether a file is one as we make them, and nobody else's.
+//   rnBytes  out: its length.
+bool IsObjectFile( int nDescriptor, NamespaceScope eScope, off_t& rnBytes ) noexcept;
+bool HasGoodHeader( const ObjectHeader& rHeader ) noexcept;
 
 // Takes a file's name out of the folder. With the folder's lock, after its state says Unlinked.
 void RemoveObjectFile( NamespaceScope eScope, const char* pLeaf ) noexcept;

@@ -84,14 +84,14 @@ DLL_EXPORT_MOD DWORD GetTickCount();
 // ---- threads and processes --------------------------------------------------------------------------------
 
 // Starts a thread. Result: a handle with all rights, null on failure. Closing it does not stop the thread.
-//   nStackSize      bytes, 0 for the system's usual size.
+//   nStackSize      bytes; never less than the system's usual size.
 //   dwFlags         0 (87 otherwise).
 //   pThreadId       out: the thread's number; may be null.
 DLL_EXPORT_MOD HANDLE CreateThread( LPSECURITY_ATTRIBUTES pSecurity, SIZE_T nStackSize,
                                     LPTHREAD_START_ROUTINE pStart, LPVOID pParameter, DWORD dwFlags,
                                     LPDWORD pThreadId );
-// Ends the calling thread, which CreateThread started, as a return from its function does. The handle is ready when the
-// thread's C++ thread_local objects are gone.
+// Ends the calling thread, which CreateThread started, as a return from its function does; what is on the stack is not
+// destroyed. The handle is ready when the thread's C++ thread_local objects are gone; their destructors cannot call this.
 DLL_EXPORT_MOD void ExitThread( DWORD dwExitCode );
 // STILL_ACTIVE before the end.
 DLL_EXPORT_MOD BOOL GetExitCodeThread( HANDLE hThread, LPDWORD pExitCode );

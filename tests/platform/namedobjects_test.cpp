@@ -3,6 +3,7 @@
 #include "platform/event.h"
 #include "platform/handletable.h"
 #include "platform/namedobjects.h"
+#include "platform/objectlist.h"
 #include "support/failnew.h"
 #include "support/scratchfolder.h"
 #include "support/secondprocess.h"
@@ -23,6 +24,7 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -153,6 +155,18 @@ TEST( NamedObjects, EndWithTheirProcess )
     const HANDLE hMutex = MakeMutex( "held mutex" );
     EXPECT_EQ( DWORD{ ERROR_ALREADY_EXISTS }, GetLastError() );
     EXPECT_TRUE( Exists( "held event" ) );
+    std::vector<ListedObject> aListed;
+    ASSERT_TRUE( ListObjects( NamespaceScope::Local, aListed ) );
+    ASSERT_EQ( 3u, aListed.size() );
+    const std::vector<DWORD> aHolderAlone = { static_cast<DWORD>( aHolder.Id() ) };
+    EXPECT_EQ( "held event: event, set, automatic reset",
+               aListed[0].strName + ": " + aListed[0].strKind + ", " + aListed[0].strState );
+    EXPECT_EQ( "held mapping: mapping, 5000 bytes",
+               aListed[1].strName + ": " + aListed[1].strKind + ", " + aListed[1].strState );
+    EXPECT_EQ( "mutex, owned by thread " + std::to_string( aHolder.Id() ),
+               aListed[2].strKind + ", " + aListed[2].strState );
+    EXPECT_EQ( aHolderAlone, aListed[0].aHolders );
+    EXPECT_EQ( 2u, aListed[2].aHolders.size() );
     std::thread aKiller(
         [&]
         {
@@ -246,6 +260,35 @@ TEST( NamedObjects, AMutexKeepsThreadsOfAllProcessesOut )
     EXPECT_EQ( 3 * 2 * 500, *reinterpret_cast<int*>( pView ) );
     UnmapViewOfFile( pView );
     CloseHandle( hMapping );
+}
+
+// The kernel alone hands on what such a thread owned, and what was kept of the owner here is out of date.
+TEST( Mutex, IsHandedOnByAThreadThatEndsByForce )
+{
+    for ( const char* const pName : { "", "forced" } )
+    {
+        const HANDLE ahMutexes[] = { MakeMutex( pName ), MakeMutex( "" ) };
+        pthread_t aThread;
+        pthread_create(
+            &aThread, NULL,
+            []( void* pMutexes ) -> void*
+            {
+                WaitForMultipleObjects( 2, static_cast<const HANDLE*>( pMutexes ), TRUE, INFINITE );
+                syscall( SYS_exit, 0 );
+                return NULL;
+            },
+            const_cast<HANDLE*>( ahMutexes ) );
+        pthread_join( aThread, NULL );
+        EXPECT_EQ( DWORD{ WAIT_ABANDONED }, WaitForMultipleObjects( 2, ahMutexes, TRUE, LONG_TIME ) );
+        for ( const HANDLE hMutex : ahMutexes )
+        {
+            EXPECT_TRUE( ReleaseMutex( hMutex ) );
+            EXPECT_FALSE( ReleaseMutex( hMutex ) );
+            OnOtherThread( [&] { EXPECT_EQ( DWORD{ WAIT_OBJECT_0 }, WaitForSingleObject( hMutex, 0 ) ); } );
+            EXPECT_EQ( DWORD{ WAIT_ABANDONED }, WaitForSingleObject( hMutex, 0 ) );
+            CloseHandle( hMutex );
+        }
+    }
 }
 
 // A descriptor that a child or a started program still had would keep its dead parent's objects alive.
