@@ -124,7 +124,8 @@ Attempt Opener::LookAtPath() noexcept
         m_fMade = errno == ENOENT && m_rWish.MakesFiles();
         if ( !m_fMade )
             return FailAttempt( ErrorOfPath( m_rWish.aPath, errno ) );
-        return HasWildcards( m_rWish.aPath.LastPiece() ) ? FailAttempt( ERROR_INVALID_NAME ) : Attempt::Done;
+        const bool fBadName = m_rWish.aPath.EndsInSeparator() || HasWildcards( m_rWish.aPath.LastPiece() );
+        return fBadName ? FailAttempt( ERROR_INVALID_NAME ) : Attempt::Done;
     }
     if ( m_rWish.dwDisposition == CREATE_NEW )
         return FailAttempt( ERROR_FILE_EXISTS );

@@ -11,9 +11,17 @@ namespace
 constexpr mode_t ANY_READ = S_IRUSR | S_IRGRP | S_IROTH;
 constexpr mode_t ANY_WRITE = S_IWUSR | S_IWGRP | S_IWOTH;
 
+// What has a separator behind it is meant to be a folder.
+bool IsFileWithSeparator( FilePath aPath ) noexcept
+{
+    struct stat aStatus;
+    return aPath.EndsInSeparator() && ( aPath.CutSeparators(), stat( aPath.Text(), &aStatus ) == 0 );
+}
+
 bool IsFolderThere( const FilePath& rPath ) noexcept
 {
     FilePath aFolder( rPath );
+    aFolder.CutSeparators();
     aFolder.CutLastPiece();
     struct stat aStatus;
     return stat( aFolder.Text(), &aStatus ) == 0 && S_ISDIR( aStatus.st_mode );
@@ -30,16 +38,19 @@ bool FilePath::Set( LPCSTR pPath ) noexcept
     return true;
 }
 
-void FilePath::CutLastPiece() noexcept
+void FilePath::CutSeparators() noexcept
 {
     while ( m_nLength > 1 && EndsInSeparator() )
-        --m_nLength;
+        m_aText[--m_nLength] = '\0';
+}
+
+void FilePath::CutLastPiece() noexcept
+{
     m_nLength -= LastPiece().size();
-    while ( m_nLength > 1 && EndsInSeparator() )
-        --m_nLength;
     if ( m_nLength == 0 )
         m_aText[m_nLength++] = '.';
     m_aText[m_nLength] = '\0';
+    CutSeparators();
 }
 
 bool HasWildcards( std::string_view aText ) noexcept
@@ -49,6 +60,8 @@ bool HasWildcards( std::string_view aText ) noexcept
 
 DWORD ErrorOfPath( const FilePath& rPath, int nErrno ) noexcept
 {
+    if ( nErrno == ENOTDIR && IsFileWithSeparator( rPath ) )
+        return ERROR_INVALID_NAME;
     if ( nErrno != ENOENT )
         return ErrnoToWin32( nErrno );
     if ( HasWildcards( rPath.View() ) )

@@ -20,7 +20,9 @@ public:
     bool EndsInSeparator() const noexcept { return m_nLength > 0 && m_aText[m_nLength - 1] == '/'; }
     // What follows the last separator.
     std::string_view LastPiece() const noexcept { return View().substr( View().rfind( '/' ) + 1 ); }
-    // Takes the last piece off; the folder that is left is "." or "/" where nothing else is.
+    // Takes separators at the end off, but not the root.
+    void CutSeparators() noexcept;
+    // Takes what follows the last separator off; the folder that is left is "." or "/" where nothing else is.
     void CutLastPiece() noexcept;
 
 private:
@@ -31,8 +33,8 @@ private:
 // Whether a name holds a character that stands for others.
 bool HasWildcards( std::string_view aText ) noexcept;
 
-// What a system call's failure on a path means: a file that is missing in a folder, a folder that is missing, and a pattern
-// where a name is meant are told apart.
+// What a system call's failure on a path means: a file that is missing in a folder, a folder that is missing, and what can
+// be no file's name are told apart.
 DWORD ErrorOfPath( const FilePath& rPath, int nErrno ) noexcept;
 // Sets the last error from errno, likewise; false.
 bool FailForPath( const FilePath& rPath ) noexcept;

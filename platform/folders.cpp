@@ -19,7 +19,7 @@ bool IsNoFolder( const FilePath& rPath ) noexcept
 int CheckAccess( const FilePath& rPath, int nMode ) noexcept
 {
     if ( faccessat( AT_FDCWD, rPath.Text(), nMode, nMode == F_OK ? 0 : AT_EACCESS ) != 0 )
-        return errno;
+        return errno == ENOTDIR ? ENOENT : errno;
     if ( nMode == F_OK || geteuid() != 0 )
         return 0;
     struct stat aStatus;
