@@ -50,6 +50,7 @@ DLL_EXPORT_MOD DWORD GetPrivateProfileStringA( LPCSTR pSection, LPCSTR pKey, LPC
 // crash, finds the one or the other whole. Writers wait for each other, over all processes, and lose nothing. Other hard
 // links to the file keep the old text. Where the folder cannot be written, or owner, group or access list could not be kept,
 // the file is changed in place; debug output says so, and a crash may then leave it half-written.
-DLL_EXPORT_MOD BOOL WritePrivateProfileStringA( LPCSTR pSection, LPCSTR pKey, LPCSTR pValue, LPCSTR pFileName );
+DLL_EXPORT_MOD BOOL WritePrivateProfileStringA( LPCSTR pSection, LPCSTR pKey, LPCSTR pValue,
+                                                LPCSTR pFileName );
 
 #endif
