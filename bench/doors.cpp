@@ -2,7 +2,7 @@
 
 #include "core/buffserver.h"
 #include "diag/sharedvalues.h"
-#include "platform/debugout.h"
+#include "platform/debug/debugout.h"
 
 #include <cstdlib>
 

@@ -1,10 +1,10 @@
 // What holds for the text of a profile file whatever bytes it has.
 #pragma once
 
-#include "platform/iniedit.h"
-#include "platform/inifold.h"
-#include "platform/iniindex.h"
-#include "platform/iniscan.h"
+#include "platform/profile/iniedit.h"
+#include "platform/profile/inifold.h"
+#include "platform/profile/iniindex.h"
+#include "platform/profile/iniscan.h"
 
 // The index finds what the search from the front finds, and nothing else is listed.
 inline bool IniIndexAgrees( std::string_view aText )

@@ -1,9 +1,9 @@
 #include "platform/lifecycle.h"
 
-#include "platform/bell.h"
-#include "platform/debugout.h"
-#include "platform/inicache.h"
-#include "platform/namedobjects.h"
+#include "platform/debug/debugout.h"
+#include "platform/object/bell.h"
+#include "platform/object/namedobjects.h"
+#include "platform/profile/inicache.h"
 #include "platform/threadend.h"
 #include "platform/tls.h"
 

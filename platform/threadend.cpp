@@ -1,10 +1,10 @@
 #include "platform/threadend.h"
 
-#include "platform/bell.h"
 #include "platform/forkhandlers.h"
 #include "platform/locked.h"
-#include "platform/module.h"
-#include "platform/mutex.h"
+#include "platform/module/module.h"
+#include "platform/object/bell.h"
+#include "platform/object/mutex.h"
 #include "platform/threadstate.h"
 #include "platform/tls.h"
 

@@ -8,6 +8,7 @@
 #include <bxtools/debug.h>
 #include <bxtools/error.h>
 #include <bxtools/platform.h>
+#include <bxtools/registry.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -143,6 +144,35 @@ void OverflowStack()
     ClearErrors();
 }
 
+// ---- messages switched off and on -------------------------------------------------------------------------------
+
+// As an administrator does with bxtool debug: the setting is stored, and all running processes follow at once.
+bool SwitchMessages( LPCTSTR pOut )
+{
+    CRegistry aRegistry;
+    if ( !aRegistry.Connect( (HKEY)CRegistry::keyLocalMachine ) ||
+         !aRegistry.Create( "Software\\Q.R.N. GmbH\\brindlex\\1.0\\DBG" ) ||
+         !aRegistry.SetValue( "Out", MString( pOut ) ) || !aRegistry.SetValue( "Level", MString( "0" ) ) )
+        return false;
+    OnGlobalValuesChanged();
+    return true;
+}
+
+void SwitchOffAndOn()
+{
+    Narrate( "\n6. Debug messages are switched for all processes at once:" );
+    for ( const char* pOut : { "No", "Yes" } )
+    {
+        if ( !SwitchMessages( pOut ) )
+        {
+            Narrate( "     the settings cannot be written here" );
+            return;
+        }
+        Narrate( "     they are %s", IsDbgMessage() ? "on again, and this one can be seen" : "off" );
+        DebugMessage( "BXTOUR", "From SwitchOffAndOn()", IsDbgMessage() ? "switched on" : "switched off" );
+    }
+}
+
 } // namespace
 
 int main()
@@ -153,9 +183,11 @@ int main()
     const bool fShown = ShowInSecondProcess( aStream );
     ShowReport();
     OverflowStack();
+    SwitchOffAndOn();
     Narrate( "\nWhat to look at next:" );
     Narrate( "     bxtool errors show %s         the same errors as a table", STREAM_FILE );
     Narrate( "     bxtool errors show --json %s  and for other programs", STREAM_FILE );
+    Narrate( "     bxtool debug last --process bxtour     what it wrote as debug messages" );
     Narrate( "     include/bxtools/error.h                the calls you have just seen" );
     Narrate( "     examples/tour                          this program" );
     return fSaved && fShown ? 0 : 1;

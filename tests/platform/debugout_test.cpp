@@ -1,7 +1,7 @@
 // Where debug output goes, and what it never does to its caller.
 
-#include "platform/debugout.h"
-#include "platform/debugringreader.h"
+#include "platform/debug/debugout.h"
+#include "platform/debug/debugringreader.h"
 #include "support/scratchfolder.h"
 
 #include <bxtools/platform.h>

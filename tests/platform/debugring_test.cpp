@@ -1,9 +1,9 @@
 // The ring of debug messages: many writers, many viewers, and what is left when some of them are killed.
 
 #include "diag/sharedvalues.h"
-#include "platform/debugout.h"
-#include "platform/debugring.h"
-#include "platform/debugringreader.h"
+#include "platform/debug/debugout.h"
+#include "platform/debug/debugring.h"
+#include "platform/debug/debugringreader.h"
 #include "platform/namespacefolder.h"
 #include "support/scratchfolder.h"
 #include "support/secondprocess.h"

@@ -1,6 +1,6 @@
 // fork in a process with threads inside the layer.
 
-#include "platform/handletable.h"
+#include "platform/object/handletable.h"
 #include "platform/testobject.h"
 #include "support/threads.h"
 

@@ -1,4 +1,4 @@
-#include "platform/handletable.h"
+#include "platform/object/handletable.h"
 #include "platform/testobject.h"
 #include "support/failnew.h"
 #include "support/threads.h"

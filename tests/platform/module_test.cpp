@@ -2,7 +2,7 @@
 
 #include "platform/errno_to_win32.h"
 #include "platform/errortext.h"
-#include "platform/modulepath.h"
+#include "platform/module/modulepath.h"
 #include "platform/threadend.h"
 #include "platform/version.h"
 #include "support/failnew.h"

@@ -1,9 +1,9 @@
 // Objects that processes share by name, while processes are killed, fork, and find damaged files.
 
-#include "platform/event.h"
-#include "platform/handletable.h"
-#include "platform/namedobjects.h"
-#include "platform/objectlist.h"
+#include "platform/object/event.h"
+#include "platform/object/handletable.h"
+#include "platform/object/namedobjects.h"
+#include "platform/object/objectlist.h"
 #include "support/failnew.h"
 #include "support/scratchfolder.h"
 #include "support/secondprocess.h"

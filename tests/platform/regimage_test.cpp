@@ -1,8 +1,8 @@
 // The registry's files: damaged ones, hostile ones, and those that keys are saved to.
 
+#include "platform/registry/regname.h"
+#include "platform/registry/regstore.h"
 #include "platform/registrysupport.h"
-#include "platform/regname.h"
-#include "platform/regstore.h"
 #include "support/scratchfolder.h"
 
 #include <gtest/gtest.h>

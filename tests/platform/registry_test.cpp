@@ -1,8 +1,8 @@
 // The registry between processes: nothing is lost, nothing half-made is seen, and watches notice.
 
-#include "platform/regbatch.h"
+#include "platform/registry/regbatch.h"
+#include "platform/registry/regstore.h"
 #include "platform/registrysupport.h"
-#include "platform/regstore.h"
 #include "support/failnew.h"
 #include "support/scratchfolder.h"
 #include "support/secondprocess.h"

@@ -1,7 +1,7 @@
 // A kernel object that counts what happens to it.
 #pragma once
 
-#include "platform/kernelobject.h"
+#include "platform/object/kernelobject.h"
 
 #include <atomic>
 

@@ -1,6 +1,6 @@
 // Waits among several processes, some of which are killed.
 
-#include "platform/bell.h"
+#include "platform/object/bell.h"
 #include "support/secondprocess.h"
 #include "support/threads.h"
 

@@ -25,6 +25,9 @@ TEST( Tour, CarriesTheErrorsOfItsThreadsToAnotherProcess )
         << aTour.strOutput;
     EXPECT_TRUE( Holds( aTour.strOutput, "Error number 71 was not taken any more." ) ) << aTour.strOutput;
 
+    // Its debug messages, which were switched off and on.
+    EXPECT_TRUE( Holds( aTour.strOutput, "they are off\n     they are on again" ) ) << aTour.strOutput;
+
     // What it recommends to look at next.
     const ProgramResult aShown = aFolder.Errors( { "show", "--json", "tour.stream" } );
     EXPECT_EQ( 0, aShown.nExitCode ) << aShown.strErrors;

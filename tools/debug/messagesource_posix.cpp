@@ -1,4 +1,4 @@
-#include "platform/debugringreader.h"
+#include "platform/debug/debugringreader.h"
 #include "tools/debug/messagesource.h"
 #include "tools/toolfailure.h"
 

@@ -1,4 +1,4 @@
-#include "platform/regbatch.h"
+#include "platform/registry/regbatch.h"
 #include "tools/reg/regaccess.h"
 #include "tools/reg/regapply.h"
 

@@ -1,0 +1,311 @@
+#include "platform/object/mutex.h"
+
+#include "platform/errno_to_win32.h"
+#include "platform/object/handletable.h"
+#include "platform/threadend.h"
+#include "platform/threadstate.h"
+
+#include <bxtools/platform.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <linux/futex.h>
+#include <new>
+#include <string_view>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace
+{
+// What the C library has in common with the kernel, which reads it when a thread ends: the owner's thread id and marks for
+// waiters and for an owner that died; 0 for a free lock.
+uint32_t LockWord( const pthread_mutex_t& rLock ) noexcept
+{
+    return static_cast<uint32_t>( __atomic_load_n( &rLock.__data.__lock, __ATOMIC_RELAXED ) );
+}
+
+// The process that a thread belongs to, 0 when it has ended.
+DWORD ProcessOfThread( DWORD dwThread ) noexcept
+{
+    std::array<char, 512> aText;
+    std::snprintf( aText.data(), aText.size(), "/proc/%u/status", static_cast<unsigned>( dwThread ) );
+    const long nFile = syscall( SYS_openat, AT_FDCWD, aText.data(), O_RDONLY | O_CLOEXEC );
+    if ( nFile < 0 )
+        return 0;
+    const long nRead = syscall( SYS_read, nFile, aText.data(), aText.size() );
+    syscall( SYS_close, nFile );
+    constexpr std::string_view FIELD = "\nTgid:\t";
+    const std::string_view aStatus( aText.data(), nRead > 0 ? static_cast<size_t>( nRead ) : 0 );
+    const size_t nField = aStatus.find( FIELD );
+    DWORD dwProcess = 0;
+    for ( size_t i = nField + FIELD.size();
+          nField != std::string_view::npos && i < aStatus.size() && aStatus[i] >= '0' && aStatus[i] <= '9';
+          ++i )
+        dwProcess = dwProcess * 10 + static_cast<DWORD>( aStatus[i] - '0' );
+    return dwProcess;
+}
+} // namespace
+
+// The mutexes that a thread owns, chained through them. The thread's own business alone; of a thread that was ended by
+// force nobody follows the chain any more.
+class OwnedMutexes
+{
+public:
+    static void Add( Mutex& rMutex ) noexcept
+    {
+        Mutex*& rpFirst = t_aThreadState.pOwnedMutexes;
+        rMutex.m_pPreviousOwned = nullptr;
+        rMutex.m_pNextOwned = rpFirst;
+        if ( rpFirst != nullptr )
+            rpFirst->m_pPreviousOwned = &rMutex;
+        rpFirst = &rMutex;
+    }
+
+    static void Remove( Mutex& rMutex ) noexcept
+    {
+        if ( rMutex.m_pNextOwned != nullptr )
+            rMutex.m_pNextOwned->m_pPreviousOwned = rMutex.m_pPreviousOwned;
+        if ( rMutex.m_pPreviousOwned != nullptr )
+            rMutex.m_pPreviousOwned->m_pNextOwned = rMutex.m_pNextOwned;
+        else
+            t_aThreadState.pOwnedMutexes = rMutex.m_pNextOwned;
+    }
+
+    // The locks are the parent's.
+    static void ForgetAll() noexcept
+    {
+        while ( Mutex* const pMutex = t_aThreadState.pOwnedMutexes )
+        {
+            t_aThreadState.pOwnedMutexes = pMutex->m_pNextOwned;
+            pMutex->Release();
+        }
+    }
+
+    static void AbandonAll() noexcept
+    {
+        while ( Mutex* const pMutex = t_aThreadState.pOwnedMutexes )
+            pMutex->Unlock( true );
+    }
+};
+
+Mutex::Mutex() noexcept
+    : WaitableObject( KIND_MUTEX ),
+      m_raLock( m_aOwnLock ),
+      m_ruAbandoned( m_uOwnAbandoned ),
+      m_aBells( nullptr )
+{
+    MakeRobustLock( m_aOwnLock, false );
+}
+
+Mutex::Mutex( std::unique_ptr<NamedObject> pNamed ) noexcept
+    : WaitableObject( KIND_MUTEX ),
+      m_pNamed( std::move( pNamed ) ),
+      m_raLock( m_pNamed->GetHeader().aMutex ),
+      m_ruAbandoned( m_pNamed->GetHeader().uAbandoned ),
+      m_aBells( &m_pNamed->GetFile() )
+{
+}
+
+// Whoever owns it holds a reference.
+Mutex::~Mutex() = default;
+
+bool Mutex::IsOwn() const noexcept
+{
+    return m_ullOwner.load( std::memory_order_relaxed ) == GetThreadNumber();
+}
+
+// What the C library's lock answered.
+Taking Mutex::NoteTaken( int nOutcome ) noexcept
+{
+    if ( nOutcome == EBUSY || nOutcome == ETIMEDOUT )
+        return Taking::NotReady;
+    if ( nOutcome == EOWNERDEAD )
+        pthread_mutex_consistent( &m_raLock );
+    else if ( nOutcome != 0 )
+    {
+        SetLastError( ERROR_INVALID_HANDLE );
+        return Taking::Failed;
+    }
+    // The memory must stay while the lock is held. A thread of this process that was ended by force left us its reference.
+    if ( m_ullOwner.exchange( GetThreadNumber(), std::memory_order_relaxed ) == 0 )
+        AddReference();
+    m_dwDepth = 1;
+    OwnedMutexes::Add( *this );
+    RequestThreadEnd();
+    const bool fAbandoned = m_ruAbandoned.exchange( 0 ) != 0;
+    return fAbandoned || nOutcome == EOWNERDEAD ? Taking::Abandoned : Taking::Taken;
+}
+
+bool Mutex::TakeAtBirth( bool fKeep ) noexcept
+{
+    if ( !fKeep && LockWord( m_raLock ) == 0 )
+    {
+        m_ruAbandoned = 0;
+        return true;
+    }
+    const Taking eTaking = NoteTaken( pthread_mutex_trylock( &m_raLock ) );
+    if ( eTaking != Taking::Taken && eTaking != Taking::Abandoned )
+        return false;
+    if ( !fKeep )
+        Unlock( false );
+    return true;
+}
+
+Taking Mutex::TryTake() noexcept
+{
+    if ( !IsOwn() )
+        return NoteTaken( pthread_mutex_trylock( &m_raLock ) );
+    ++m_dwDepth;
+    return Taking::Taken;
+}
+
+Taking Mutex::WaitAndTake( const WaitLimit& rLimit ) noexcept
+{
+    if ( IsOwn() )
+        return TryTake();
+    return NoteTaken( rLimit.IsInfinite()
+                          ? pthread_mutex_lock( &m_raLock )
+                          : pthread_mutex_clocklock( &m_raLock, CLOCK_MONOTONIC, &rLimit.GetPoint() ) );
+}
+
+void Mutex::Unlock( bool fAbandoned ) noexcept
+{
+    OwnedMutexes::Remove( *this );
+    m_ullOwner.store( 0, std::memory_order_relaxed );
+    if ( fAbandoned )
+        m_ruAbandoned = 1;
+    pthread_mutex_unlock( &m_raLock );
+    // What the listener looks at must not be seen before the lock is free.
+    std::atomic_thread_fence( std::memory_order_seq_cst );
+    m_aBells.RingAll();
+    Release();
+}
+
+bool Mutex::GiveBack() noexcept
+{
+    if ( !IsOwn() )
+        return false;
+    if ( --m_dwDepth == 0 )
+        Unlock( false );
+    return true;
+}
+
+void Mutex::PutBack( Taking eTaking ) noexcept
+{
+    if ( eTaking == Taking::Abandoned )
+        Unlock( true );
+    else
+        GiveBack();
+}
+
+// Ends of threads of this process ring the bells; the end of another process makes its descriptor readable.
+void Mutex::AddDescriptors( PollSet& rSet ) noexcept
+{
+    const DWORD dwThread = GetLockOwner( m_raLock );
+    if ( m_pNamed == nullptr || dwThread == 0 )
+        return;
+    const int nSavedErrno = errno;
+    const DWORD dwProcess = ProcessOfThread( dwThread );
+    if ( dwProcess != 0 && dwProcess != GetCurrentProcessId() )
+    {
+        const long nProcess = syscall( SYS_pidfd_open, dwProcess, 0 );
+        if ( nProcess >= 0 )
+            rSet.AddOwned( static_cast<int>( nProcess ) );
+    }
+    errno = nSavedErrno;
+}
+
+void Mutex::HandleClosed() noexcept
+{
+    if ( m_pNamed != nullptr )
+        m_pNamed->HandleClosed();
+}
+
+void AbandonMutexesOfThread() noexcept
+{
+    OwnedMutexes::AbandonAll();
+}
+
+void ForgetMutexesInChild() noexcept
+{
+    OwnedMutexes::ForgetAll();
+}
+
+// ---- the calls --------------------------------------------------------------------------------------------
+
+namespace
+{
+class MutexMaker final : public ObjectMaker
+{
+public:
+    explicit MutexMaker( bool fOwned ) noexcept : m_fOwned( fOwned ) {}
+
+    ObjectKind GetKind() const noexcept override { return KIND_MUTEX; }
+    KernelObject* MakeObject( std::unique_ptr<NamedObject> pNamed ) noexcept override
+    {
+        return new ( std::nothrow ) Mutex( std::move( pNamed ) );
+    }
+    bool Initialise( KernelObject& rObject ) noexcept override
+    {
+        return static_cast<Mutex&>( rObject ).TakeAtBirth( m_fOwned );
+    }
+
+private:
+    const bool m_fOwned;
+};
+} // namespace
+
+DWORD GetLockOwner( const pthread_mutex_t& rLock ) noexcept
+{
+    return LockWord( rLock ) & FUTEX_TID_MASK;
+}
+
+bool IsLockAbandoned( const pthread_mutex_t& rLock ) noexcept
+{
+    return ( LockWord( rLock ) & FUTEX_OWNER_DIED ) != 0;
+}
+
+bool MakeRobustLock( pthread_mutex_t& rLock, bool fShared ) noexcept
+{
+    pthread_mutexattr_t aAttributes;
+    pthread_mutexattr_init( &aAttributes );
+    pthread_mutexattr_setrobust( &aAttributes, PTHREAD_MUTEX_ROBUST );
+    pthread_mutexattr_setpshared( &aAttributes, fShared ? PTHREAD_PROCESS_SHARED : PTHREAD_PROCESS_PRIVATE );
+    const int nError = pthread_mutex_init( &rLock, &aAttributes );
+    pthread_mutexattr_destroy( &aAttributes );
+    if ( nError != 0 )
+        SetLastError( ErrnoToWin32( nError ) );
+    return nError == 0;
+}
+
+HANDLE CreateMutexA( LPSECURITY_ATTRIBUTES, BOOL fInitialOwner, LPCSTR pName )
+{
+    const ObjectName aName( pName );
+    if ( !aName.IsGood() )
+        return nullptr;
+    MutexMaker aMaker( fInitialOwner != FALSE );
+    if ( !aName.IsEmpty() )
+        return MakeNamedHandle( aName, aMaker, true, MUTEX_ALL_ACCESS );
+    Mutex* const pMutex = new ( std::nothrow ) Mutex;
+    if ( pMutex != nullptr )
+        pMutex->TakeAtBirth( fInitialOwner != FALSE );
+    return MakeUnnamedHandle( pMutex, MUTEX_ALL_ACCESS );
+}
+
+HANDLE OpenMutexA( DWORD dwAccess, BOOL, LPCSTR pName )
+{
+    MutexMaker aMaker( false );
+    return OpenNamedHandle( pName, aMaker, dwAccess );
+}
+
+BOOL ReleaseMutex( HANDLE hMutex )
+{
+    const HandleUse aUse( hMutex, KIND_MUTEX, 0 );
+    if ( !aUse.IsGood() )
+        return FALSE;
+    if ( aUse.GetObject<Mutex>()->GiveBack() )
+        return TRUE;
+    SetLastError( ERROR_NOT_OWNER );
+    return FALSE;
+}

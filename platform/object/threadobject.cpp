@@ -1,0 +1,253 @@
+#include "platform/object/threadobject.h"
+
+#include "platform/forkhandlers.h"
+#include "platform/futex.h"
+#include "platform/object/handletable.h"
+#include "platform/threadend.h"
+#include "platform/threadstate.h"
+
+#include <bxtools/platform.h>
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <new>
+
+namespace
+{
+// Its destructor tells of a thread's end: it comes after the C++ thread_local objects, and asks to be called again until
+// the round that is the last, so that nearly all other destructors have run as well.
+constinit pthread_once_t g_aKeyMade = PTHREAD_ONCE_INIT;
+constinit pthread_key_t g_aEndKey = 0;
+constinit bool g_fKeyMade = false;
+constinit std::atomic<bool> g_fPinned{ false };
+
+uint32_t Load( const uint32_t& ruWord ) noexcept
+{
+    return __atomic_load_n( &ruWord, __ATOMIC_SEQ_CST );
+}
+
+void StoreAndWake( uint32_t& ruWord, uint32_t uValue ) noexcept
+{
+    __atomic_store_n( &ruWord, uValue, __ATOMIC_SEQ_CST );
+    FutexWake( &ruWord, INT_MAX );
+}
+
+// The limit in the futex's milliseconds, rounded up.
+DWORD MillisecondsLeft( const WaitLimit& rLimit ) noexcept
+{
+    if ( rLimit.IsInfinite() )
+        return INFINITE;
+    const timespec aLeft = rLimit.GetLeft();
+    return static_cast<DWORD>( aLeft.tv_sec * 1000 + ( aLeft.tv_nsec + 999999 ) / 1000000 );
+}
+
+// Attributes of a thread, for a scope.
+class ThreadAttributes
+{
+public:
+    // Never smaller than the system's usual stack: callers know what another system's frames need.
+    explicit ThreadAttributes( SIZE_T nStackSize ) noexcept
+        : m_fMade( pthread_attr_init( &m_aAttributes ) == 0 )
+    {
+        size_t nUsual = 0;
+        m_fGood = m_fMade && pthread_attr_getstacksize( &m_aAttributes, &nUsual ) == 0 &&
+                  ( nStackSize <= nUsual || pthread_attr_setstacksize( &m_aAttributes, nStackSize ) == 0 );
+    }
+    ~ThreadAttributes()
+    {
+        if ( m_fMade )
+            pthread_attr_destroy( &m_aAttributes );
+    }
+    ThreadAttributes( const ThreadAttributes& ) = delete;
+    ThreadAttributes& operator=( const ThreadAttributes& ) = delete;
+
+    bool AreGood() const noexcept { return m_fGood; }
+    const pthread_attr_t* Get() const noexcept { return &m_aAttributes; }
+
+private:
+    pthread_attr_t m_aAttributes;
+    const bool m_fMade;
+    bool m_fGood;
+};
+
+// The handle comes first, since a thread that runs cannot be taken back.
+HANDLE StartWithHandle( ThreadObject& rThread, SIZE_T nStackSize ) noexcept
+{
+    rThread.AddReference();
+    const HANDLE hThread = MakeHandle( &rThread, THREAD_ALL_ACCESS );
+    if ( hThread == nullptr || rThread.Start( nStackSize ) )
+        return hThread;
+    CloseHandle( hThread );
+    return nullptr;
+}
+} // namespace
+
+ThreadObject::ThreadObject( LPTHREAD_START_ROUTINE pStart, LPVOID pParameter ) noexcept
+    : WaitableObject( KIND_THREAD ),
+      m_pStart( pStart ),
+      m_pParameter( pParameter )
+{
+}
+
+ThreadObject* ThreadObject::OfThread() noexcept
+{
+    return t_aThreadState.pThread;
+}
+
+void ThreadObject::MakeEndKey() noexcept
+{
+    g_fKeyMade = pthread_key_create( &g_aEndKey, OnThreadEnd ) == 0;
+}
+
+bool ThreadObject::Start( SIZE_T nStackSize ) noexcept
+{
+    InstallForkHandlers();
+    // The thread's end runs code of this module.
+    if ( !g_fPinned.load( std::memory_order_relaxed ) && PinCurrentModule() )
+        g_fPinned.store( true, std::memory_order_relaxed );
+    pthread_once( &g_aKeyMade, MakeEndKey );
+    const ThreadAttributes aAttributes( nStackSize );
+    if ( !g_fKeyMade || !aAttributes.AreGood() )
+        return false;
+    AddReference();
+    pthread_t aThread;
+    if ( pthread_create( &aThread, aAttributes.Get(), Run, this ) == 0 )
+        return true;
+    Release();
+    return false;
+}
+
+// May be left by unwinding, when the function calls pthread_exit or is cancelled.
+void* ThreadObject::Run( void* pObject )
+{
+    ThreadObject& rThread = *static_cast<ThreadObject*>( pObject );
+    t_aThreadState.pThread = &rThread;
+    const bool fNoticed = pthread_setspecific( g_aEndKey, pObject ) == 0;
+    StoreAndWake( rThread.m_uThreadId, GetCurrentThreadId() );
+    rThread.RunFunction();
+    if ( !fNoticed )
+        rThread.End();
+    return nullptr;
+}
+
+void ThreadObject::RunFunction()
+{
+    m_fInFunction = true;
+    if ( _setjmp( m_aExit ) == 0 )
+        m_dwExitCode = m_pStart( m_pParameter );
+    m_fInFunction = false;
+}
+
+void ThreadObject::LeaveFunction( DWORD dwExitCode ) noexcept
+{
+    // Once the function is left, destructors run that cannot be left.
+    if ( !m_fInFunction )
+        return;
+    m_dwExitCode = dwExitCode;
+    longjmp( m_aExit, 1 );
+}
+
+void ThreadObject::OnThreadEnd( void* pObject ) noexcept
+{
+    ThreadObject& rThread = *static_cast<ThreadObject*>( pObject );
+    if ( ++rThread.m_nEndRounds < PTHREAD_DESTRUCTOR_ITERATIONS &&
+         pthread_setspecific( g_aEndKey, pObject ) == 0 )
+        return;
+    rThread.End();
+}
+
+void ThreadObject::End() noexcept
+{
+    t_aThreadState.pThread = nullptr;
+    pthread_detach( pthread_self() );
+    StoreAndWake( m_uEnded, 1 );
+    m_aBells.RingAll();
+    Release();
+}
+
+bool ThreadObject::HasEnded() const noexcept
+{
+    return Load( m_uEnded ) != 0;
+}
+
+DWORD ThreadObject::GetThreadId() const noexcept
+{
+    uint32_t uThreadId = 0;
+    while ( ( uThreadId = Load( m_uThreadId ) ) == 0 )
+        FutexWait( &m_uThreadId, 0 );
+    return uThreadId;
+}
+
+DWORD ThreadObject::GetExitCode() const noexcept
+{
+    return HasEnded() ? m_dwExitCode : STILL_ACTIVE;
+}
+
+Taking ThreadObject::TryTake() noexcept
+{
+    return HasEnded() ? Taking::Taken : Taking::NotReady;
+}
+
+Taking ThreadObject::WaitAndTake( const WaitLimit& rLimit ) noexcept
+{
+    while ( !HasEnded() )
+    {
+        if ( rLimit.IsOver() )
+            return Taking::NotReady;
+        FutexWait( &m_uEnded, 0, MillisecondsLeft( rLimit ) );
+    }
+    return Taking::Taken;
+}
+
+// A thread that a fork lost never gives its reference back.
+void ThreadObject::AbandonInChild() noexcept
+{
+    if ( m_fLost || HasEnded() || t_aThreadState.pThread == this )
+        return;
+    m_fLost = true;
+    Release();
+}
+
+HANDLE CreateThread( LPSECURITY_ATTRIBUTES, SIZE_T nStackSize, LPTHREAD_START_ROUTINE pStart,
+                     LPVOID pParameter, DWORD dwFlags, LPDWORD pThreadId )
+{
+    if ( pStart == nullptr || dwFlags != 0 )
+    {
+        SetLastError( ERROR_INVALID_PARAMETER );
+        return nullptr;
+    }
+    const int nSavedErrno = errno;
+    ThreadObject* const pThread = new ( std::nothrow ) ThreadObject( pStart, pParameter );
+    const HANDLE hThread = pThread != nullptr ? StartWithHandle( *pThread, nStackSize ) : nullptr;
+    if ( hThread != nullptr && pThreadId != nullptr )
+        *pThreadId = pThread->GetThreadId();
+    if ( pThread != nullptr )
+        pThread->Release();
+    if ( hThread == nullptr )
+        SetLastError( ERROR_NOT_ENOUGH_MEMORY );
+    errno = nSavedErrno;
+    return hThread;
+}
+
+void ExitThread( DWORD dwExitCode )
+{
+    if ( ThreadObject* const pThread = ThreadObject::OfThread() )
+        pThread->LeaveFunction( dwExitCode );
+    else
+        pthread_exit( nullptr );
+}
+
+BOOL GetExitCodeThread( HANDLE hThread, LPDWORD pExitCode )
+{
+    const HandleUse aUse( hThread, KIND_THREAD, THREAD_QUERY_INFORMATION );
+    if ( !aUse.IsGood() )
+        return FALSE;
+    if ( pExitCode == nullptr )
+    {
+        SetLastError( ERROR_INVALID_PARAMETER );
+        return FALSE;
+    }
+    *pExitCode = aUse.GetObject<ThreadObject>()->GetExitCode();
+    return TRUE;
+}

@@ -1,0 +1,286 @@
+// Waits on one object sleep in the object; waits on several are here.
+
+#include "platform/object/bell.h"
+#include "platform/object/handletable.h"
+#include "platform/object/waitable.h"
+
+#include <bxtools/platform.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <functional>
+#include <optional>
+#include <span>
+
+namespace
+{
+// What became of a wait. The index is that of the object taken, of a wait on all always 0.
+struct WaitOutcome
+{
+    Taking eTaking;
+    DWORD dwIndex;
+};
+
+DWORD ToResult( const WaitOutcome& rOutcome ) noexcept
+{
+    switch ( rOutcome.eTaking )
+    {
+    case Taking::Taken: return WAIT_OBJECT_0 + rOutcome.dwIndex;
+    case Taking::Abandoned: return WAIT_ABANDONED_0 + rOutcome.dwIndex;
+    case Taking::NotReady: return WAIT_TIMEOUT;
+    case Taking::Failed: break;
+    }
+    return WAIT_FAILED;
+}
+
+bool IsTaken( Taking eTaking ) noexcept
+{
+    return eTaking == Taking::Taken || eTaking == Taking::Abandoned;
+}
+
+// A wait that does not fail keeps errno and the last error, whatever happened on its way.
+class ErrorsKept
+{
+public:
+    ErrorsKept() noexcept : m_nErrno( errno ), m_dwLastError( GetLastError() ) {}
+    ErrorsKept( const ErrorsKept& ) = delete;
+    ErrorsKept& operator=( const ErrorsKept& ) = delete;
+
+    DWORD After( const WaitOutcome& rOutcome ) const noexcept
+    {
+        errno = m_nErrno;
+        if ( rOutcome.eTaking != Taking::Failed )
+            SetLastError( m_dwLastError );
+        return ToResult( rOutcome );
+    }
+
+private:
+    const int m_nErrno;
+    const DWORD m_dwLastError;
+};
+
+using Waitables = std::span<WaitableObject* const>;
+
+// The objects of one wait, kept alive until its end.
+class WaitedObjects
+{
+public:
+    // False: the last error says why.
+    bool Find( DWORD dwCount, const HANDLE* pHandles ) noexcept
+    {
+        for ( ; m_dwCount < dwCount; ++m_dwCount )
+        {
+            const HandleUse& rUse =
+                m_aUses[m_dwCount].emplace( pHandles[m_dwCount], DWORD( KINDS_OF_WAITS ), SYNCHRONIZE );
+            if ( !rUse.IsGood() )
+                return false;
+            m_apObjects[m_dwCount] = rUse.GetObject<WaitableObject>();
+        }
+        return true;
+    }
+
+    Waitables All() const noexcept { return { m_apObjects.data(), m_dwCount }; }
+
+    // Two handles of one object count as well.
+    bool AnyTwice() const noexcept
+    {
+        auto apSorted = m_apObjects;
+        const auto pEnd = apSorted.begin() + m_dwCount;
+        std::sort( apSorted.begin(), pEnd, std::less<>() );
+        return std::adjacent_find( apSorted.begin(), pEnd ) != pEnd;
+    }
+
+private:
+    DWORD m_dwCount = 0;
+    std::array<std::optional<HandleUse>, MAXIMUM_WAIT_OBJECTS> m_aUses;
+    std::array<WaitableObject*, MAXIMUM_WAIT_OBJECTS> m_apObjects;
+};
+
+// ---- one of several ---------------------------------------------------------------------------------------
+
+// The thread's bell in all objects, for a scope.
+class BellsHung
+{
+public:
+    BellsHung( Bell& rBell, Waitables aObjects ) noexcept : m_rBell( rBell ), m_aObjects( aObjects )
+    {
+        while ( m_dwHung < aObjects.size() && aObjects[m_dwHung]->AddBell( rBell ) )
+            ++m_dwHung;
+    }
+    ~BellsHung()
+    {
+        const DWORD dwSavedError = GetLastError();
+        while ( m_dwHung > 0 )
+            m_aObjects[--m_dwHung]->RemoveBell( m_rBell );
+        SetLastError( dwSavedError );
+    }
+    BellsHung( const BellsHung& ) = delete;
+    BellsHung& operator=( const BellsHung& ) = delete;
+
+    bool AreAll() const noexcept { return m_dwHung == m_aObjects.size(); }
+
+private:
+    Bell& m_rBell;
+    const Waitables m_aObjects;
+    DWORD m_dwHung = 0;
+};
+
+WaitOutcome TakeFirst( Waitables aObjects ) noexcept
+{
+    for ( DWORD i = 0; i < aObjects.size(); ++i )
+    {
+        const Taking eTaking = aObjects[i]->TryTake();
+        if ( eTaking != Taking::NotReady )
+            return { eTaking, i };
+    }
+    return { Taking::NotReady, 0 };
+}
+
+WaitOutcome SleepForAny( Waitables aObjects, const WaitLimit& rLimit ) noexcept
+{
+    Bell* const pBell = Bell::OfThread();
+    if ( pBell == nullptr )
+        return { Taking::Failed, 0 };
+    const BellsHung aHung( *pBell, aObjects );
+    if ( !aHung.AreAll() )
+        return { Taking::Failed, 0 };
+    PollSet aSet;
+    for ( ;; )
+    {
+        pBell->Drain();
+        aSet.Clear();
+        pBell->AddDescriptors( aSet );
+        for ( WaitableObject* const pObject : aObjects )
+            pObject->AddDescriptors( aSet );
+        const WaitOutcome aOutcome = TakeFirst( aObjects );
+        if ( aOutcome.eTaking != Taking::NotReady || rLimit.IsOver() )
+            return aOutcome;
+        if ( !aSet.Sleep( rLimit ) )
+            return { Taking::Failed, 0 };
+    }
+}
+
+WaitOutcome WaitForAny( Waitables aObjects, DWORD dwMilliseconds ) noexcept
+{
+    const WaitOutcome aOutcome = TakeFirst( aObjects );
+    if ( aOutcome.eTaking != Taking::NotReady || dwMilliseconds == 0 )
+        return aOutcome;
+    return SleepForAny( aObjects, WaitLimit( dwMilliseconds ) );
+}
+
+// ---- all of several ---------------------------------------------------------------------------------------
+
+// What a wait on all has taken so far; put back unless it is kept.
+class AllTaken
+{
+public:
+    explicit AllTaken( Waitables aObjects ) noexcept : m_aObjects( aObjects )
+    {
+        m_aeTaken.fill( Taking::NotReady );
+    }
+    ~AllTaken() { PutBack(); }
+    AllTaken( const AllTaken& ) = delete;
+    AllTaken& operator=( const AllTaken& ) = delete;
+
+    void Note( DWORD dwIndex, Taking eTaking ) noexcept { m_aeTaken[dwIndex] = eTaking; }
+
+    // Tries those that are not taken yet. One that is not ready: everything is put back, and it is named.
+    WaitOutcome TryRest() noexcept
+    {
+        for ( DWORD i = 0; i < m_aObjects.size(); ++i )
+        {
+            if ( m_aeTaken[i] == Taking::NotReady )
+                m_aeTaken[i] = m_aObjects[i]->TryTake();
+            if ( IsTaken( m_aeTaken[i] ) )
+                continue;
+            const Taking eTaking = m_aeTaken[i];
+            PutBack();
+            return { eTaking, i };
+        }
+        return Keep();
+    }
+
+private:
+    void PutBack() noexcept
+    {
+        const DWORD dwSavedError = GetLastError();
+        for ( DWORD i = 0; i < m_aObjects.size(); ++i )
+        {
+            if ( IsTaken( m_aeTaken[i] ) )
+                m_aObjects[i]->PutBack( m_aeTaken[i] );
+            m_aeTaken[i] = Taking::NotReady;
+        }
+        SetLastError( dwSavedError );
+    }
+
+    WaitOutcome Keep() noexcept
+    {
+        const auto pEnd = m_aeTaken.begin() + m_aObjects.size();
+        const bool fAbandoned = std::find( m_aeTaken.begin(), pEnd, Taking::Abandoned ) != pEnd;
+        m_aeTaken.fill( Taking::NotReady );
+        return { fAbandoned ? Taking::Abandoned : Taking::Taken, 0 };
+    }
+
+    const Waitables m_aObjects;
+    std::array<Taking, MAXIMUM_WAIT_OBJECTS> m_aeTaken;
+};
+
+// Sleeps on one object that is not ready, holding nothing; then tries the others at once.
+WaitOutcome WaitForAll( Waitables aObjects, DWORD dwMilliseconds ) noexcept
+{
+    AllTaken aTaken( aObjects );
+    WaitOutcome aOutcome = aTaken.TryRest();
+    if ( aOutcome.eTaking != Taking::NotReady || dwMilliseconds == 0 )
+        return aOutcome;
+    const WaitLimit aLimit( dwMilliseconds );
+    while ( aOutcome.eTaking == Taking::NotReady && !aLimit.IsOver() )
+    {
+        const Taking eSlept = aObjects[aOutcome.dwIndex]->WaitAndTake( aLimit );
+        if ( !IsTaken( eSlept ) )
+            return { eSlept, 0 };
+        aTaken.Note( aOutcome.dwIndex, eSlept );
+        aOutcome = aTaken.TryRest();
+    }
+    return aOutcome;
+}
+} // namespace
+
+Taking PollAndTake( WaitableObject& rObject, const WaitLimit& rLimit ) noexcept
+{
+    WaitableObject* const pObject = &rObject;
+    return SleepForAny( { &pObject, 1 }, rLimit ).eTaking;
+}
+
+DWORD WaitForSingleObject( HANDLE hObject, DWORD dwMilliseconds )
+{
+    const HandleUse aUse( hObject, KINDS_OF_WAITS, SYNCHRONIZE );
+    if ( !aUse.IsGood() )
+        return WAIT_FAILED;
+    const ErrorsKept aKept;
+    WaitableObject* const pObject = aUse.GetObject<WaitableObject>();
+    Taking eTaking = pObject->TryTake();
+    if ( eTaking == Taking::NotReady && dwMilliseconds != 0 )
+        eTaking = pObject->WaitAndTake( WaitLimit( dwMilliseconds ) );
+    return aKept.After( { eTaking, 0 } );
+}
+
+DWORD WaitForMultipleObjects( DWORD dwCount, const HANDLE* pHandles, BOOL fWaitAll, DWORD dwMilliseconds )
+{
+    if ( dwCount == 0 || dwCount > MAXIMUM_WAIT_OBJECTS || pHandles == nullptr )
+    {
+        SetLastError( ERROR_INVALID_PARAMETER );
+        return WAIT_FAILED;
+    }
+    const ErrorsKept aKept;
+    WaitedObjects aObjects;
+    if ( !aObjects.Find( dwCount, pHandles ) )
+        return WAIT_FAILED;
+    if ( fWaitAll && aObjects.AnyTwice() )
+    {
+        SetLastError( ERROR_INVALID_PARAMETER );
+        return WAIT_FAILED;
+    }
+    return aKept.After( fWaitAll ? WaitForAll( aObjects.All(), dwMilliseconds )
+                                 : WaitForAny( aObjects.All(), dwMilliseconds ) );
+}

@@ -1,0 +1,411 @@
+#include "platform/registry/regimage.h"
+
+#include "platform/registry/regname.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <sys/mman.h>
+
+namespace
+{
+constexpr size_t GOOD_STEP = 8;             // bytes for each bit
+constexpr size_t GOOD_BYTE = GOOD_STEP * 8; // bytes for each byte of bits
+
+// An image without anything but its root, whose number is always the first.
+struct EmptyImage
+{
+    RegImageHead aHead;
+    RegKeyHead aRoot;
+};
+constinit EmptyImage g_aEmpty{};
+
+// The entry of a name: by slots where there are any, else one after the other.
+//   IsIt  whether the entry with this index has the name; asked only where the hash fits.
+// Result: the index, or the number of entries.
+template <class Entry, class Predicate>
+size_t FindEntry( const Entry* pEntries, size_t nEntries, const RegSlot* pSlots, size_t nSlots, DWORD dwHash,
+                  Predicate IsIt )
+{
+    if ( nSlots == 0 )
+    {
+        for ( size_t i = 0; i < nEntries; ++i )
+        {
+            if ( pEntries[i].dwHash == dwHash && IsIt( i ) )
+                return i;
+        }
+        return nEntries;
+    }
+    for ( size_t nSlot = dwHash & ( nSlots - 1 ); pSlots[nSlot] != 0; nSlot = ( nSlot + 1 ) & ( nSlots - 1 ) )
+    {
+        const size_t i = pSlots[nSlot] - 1;
+        if ( pEntries[i].dwHash == dwHash && IsIt( i ) )
+            return i;
+    }
+    return nEntries;
+}
+
+// Slots in which every search ends, and that lead to entries only.
+bool AreSlotsGood( const RegSlot* pSlots, size_t nSlots, size_t nEntries ) noexcept
+{
+    if ( nSlots == 0 )
+        return true;
+    const size_t nUsed = static_cast<size_t>(
+        std::count_if( pSlots, pSlots + nSlots, []( RegSlot uSlot ) { return uSlot != 0; } ) );
+    return nUsed < nSlots && *std::max_element( pSlots, pSlots + nSlots ) <= nEntries;
+}
+
+// The sizes that the head names fit into the block. All of them are 32 bits, so the sum cannot run over.
+bool IsBlockSizeGood( const RegKeyHead& rHead, ULONGLONG ullSize ) noexcept
+{
+    if ( rHead.dwBlockSize > ullSize || rHead.dwBlockSize % 8 != 0 ||
+         rHead.dwBlockSize < sizeof( RegKeyHead ) )
+        return false;
+    if ( ( rHead.dwChildSlots != 0 && !std::has_single_bit( rHead.dwChildSlots ) ) ||
+         ( rHead.dwValueSlots != 0 && !std::has_single_bit( rHead.dwValueSlots ) ) )
+        return false;
+    const ULONGLONG ullTables = sizeof( RegKeyHead ) +
+                                sizeof( RegChildEntry ) * ULONGLONG{ rHead.dwChildren } +
+                                sizeof( RegValueEntry ) * ULONGLONG{ rHead.dwValues } +
+                                sizeof( RegSlot ) * ( ULONGLONG{ rHead.dwChildSlots } + rHead.dwValueSlots );
+    return rHead.dwNameSize <= LONGEST_KEY_NAME &&
+           ullTables + rHead.dwNameSize + rHead.dwClassSize + rHead.dwSecuritySize <= rHead.dwBlockSize;
+}
+
+// The data of the values lies behind the block without a gap. Result: where it ends, 0 when it does not fit.
+ULONGLONG FindEndOfData( const RegKeyView& rKey, const char* pCharacters ) noexcept
+{
+    const RegKeyHead& rHead = rKey.GetHead();
+    const ULONGLONG ullCharacters =
+        rHead.dwBlockSize -
+        static_cast<ULONGLONG>( reinterpret_cast<const BYTE*>( pCharacters ) - rKey.GetBytes() );
+    ULONGLONG ullEnd = rHead.dwBlockSize;
+    for ( size_t i = 0; i < rHead.dwValues; ++i )
+    {
+        const RegValueEntry& rEntry = rKey.GetValueEntries()[i];
+        if ( rEntry.ullOffset != ullEnd || rEntry.dwNameSize > LONGEST_VALUE_NAME ||
+             ULONGLONG{ rEntry.dwNameOffset } + rEntry.dwNameSize > ullCharacters )
+            return 0;
+        ullEnd += AlignedInReg( rEntry.dwSize );
+        if ( ullEnd > rHead.ullSize )
+            return 0;
+    }
+    return ullEnd;
+}
+
+// The subkeys lie behind it without a gap, up to the key's end.
+bool AreChildrenGood( const RegKeyView& rKey, ULONGLONG ullEnd ) noexcept
+{
+    const RegKeyHead& rHead = rKey.GetHead();
+    for ( size_t i = 0; i < rHead.dwChildren; ++i )
+    {
+        const RegChildEntry& rEntry = rKey.GetChildEntries()[i];
+        if ( rEntry.ullOffset != ullEnd || rEntry.ullSize < sizeof( RegKeyHead ) || rEntry.ullSize % 8 != 0 ||
+             rEntry.ullSize > rHead.ullSize - ullEnd )
+            return false;
+        ullEnd += rEntry.ullSize;
+    }
+    return ullEnd == rHead.ullSize;
+}
+} // namespace
+
+// ---- a key ----------------------------------------------------------------------------------------------------------
+
+const RegChildEntry* RegKeyView::GetChildEntries() const noexcept
+{
+    return reinterpret_cast<const RegChildEntry*>( m_pHead + 1 );
+}
+
+const RegValueEntry* RegKeyView::GetValueEntries() const noexcept
+{
+    return reinterpret_cast<const RegValueEntry*>( GetChildEntries() + m_pHead->dwChildren );
+}
+
+const RegSlot* RegKeyView::GetChildSlots() const noexcept
+{
+    return reinterpret_cast<const RegSlot*>( GetValueEntries() + m_pHead->dwValues );
+}
+
+const char* RegKeyView::GetCharacters() const noexcept
+{
+    return reinterpret_cast<const char*>( GetChildSlots() + m_pHead->dwChildSlots + m_pHead->dwValueSlots );
+}
+
+std::string_view RegKeyView::GetName() const noexcept
+{
+    return { GetCharacters(), m_pHead->dwNameSize };
+}
+
+std::string_view RegKeyView::GetClassName() const noexcept
+{
+    return { GetCharacters() + m_pHead->dwNameSize, m_pHead->dwClassSize };
+}
+
+std::string_view RegKeyView::GetSecurity() const noexcept
+{
+    return { GetCharacters() + m_pHead->dwNameSize + m_pHead->dwClassSize, m_pHead->dwSecuritySize };
+}
+
+std::string_view RegKeyView::GetValueName( size_t nIndex ) const noexcept
+{
+    const RegValueEntry& rEntry = GetValueEntries()[nIndex];
+    return { GetCharacters() + rEntry.dwNameOffset, rEntry.dwNameSize };
+}
+
+LONG RegKeyView::GetChild( size_t nIndex, RegKeyView& rChild ) const noexcept
+{
+    if ( nIndex >= m_pHead->dwChildren )
+        return ERROR_FILE_NOT_FOUND;
+    const RegChildEntry& rEntry = GetChildEntries()[nIndex];
+    return m_pImage->ViewKey( GetBytes() + rEntry.ullOffset, rEntry.ullSize, rChild );
+}
+
+LONG RegKeyView::FindChild( std::string_view aName, RegKeyView& rChild ) const noexcept
+{
+    LONG lError = ERROR_SUCCESS;
+    RegKeyView aChild;
+    const size_t nFound = FindEntry(
+        GetChildEntries(), m_pHead->dwChildren, GetChildSlots(), m_pHead->dwChildSlots, HashRegName( aName ),
+        [&]( size_t nIndex )
+        {
+            lError = GetChild( nIndex, aChild );
+            return lError != ERROR_SUCCESS || IsSameRegName( aChild.GetName(), aName );
+        } );
+    if ( nFound == m_pHead->dwChildren )
+        return ERROR_FILE_NOT_FOUND;
+    if ( lError == ERROR_SUCCESS )
+        rChild = aChild;
+    return lError;
+}
+
+LONG RegKeyView::FindPath( std::string_view aPath, RegKeyView& rKey ) const noexcept
+{
+    RegKeyView aKey = *this;
+    std::string_view aName;
+    while ( TakeRegName( aPath, aName ) )
+    {
+        if ( const LONG lError = aKey.FindChild( aName, aKey ) )
+            return lError;
+    }
+    rKey = aKey;
+    return ERROR_SUCCESS;
+}
+
+LONG RegKeyView::GetValue( size_t nIndex, RegValueView& rValue ) const noexcept
+{
+    if ( nIndex >= m_pHead->dwValues )
+        return ERROR_FILE_NOT_FOUND;
+    const RegValueEntry& rEntry = GetValueEntries()[nIndex];
+    const BYTE* const pData = GetBytes() + rEntry.ullOffset;
+    if ( !m_pImage->IsDataGood( pData, rEntry ) )
+        return ERROR_REGISTRY_CORRUPT;
+    rValue = { GetValueName( nIndex ), rEntry.dwType, rEntry.dwSize, pData, &rEntry };
+    return ERROR_SUCCESS;
+}
+
+LONG RegKeyView::FindValue( std::string_view aName, RegValueView& rValue ) const noexcept
+{
+    const size_t nFound =
+        FindEntry( GetValueEntries(), m_pHead->dwValues, GetChildSlots() + m_pHead->dwChildSlots,
+                   m_pHead->dwValueSlots, HashRegName( aName ),
+                   [&]( size_t nIndex ) { return IsSameRegName( GetValueName( nIndex ), aName ); } );
+    return GetValue( nFound, rValue );
+}
+
+// ---- an image -------------------------------------------------------------------------------------------------------
+
+RegImage::RegImage( const BYTE* pBytes, ULONGLONG ullSize, bool fMapped ) noexcept
+    : m_pBytes( pBytes ),
+      m_ullSize( ullSize ),
+      m_fMapped( fMapped )
+{
+}
+
+RegImage::~RegImage()
+{
+    if ( m_fMapped )
+        munmap( const_cast<BYTE*>( m_pBytes ), m_ullSize );
+    else
+        delete[] m_pBytes;
+}
+
+void RegImage::Release() noexcept
+{
+    if ( m_lReferences.fetch_sub( 1, std::memory_order_acq_rel ) == 1 )
+        delete this;
+}
+
+LONG RegImage::OpenOrRelease( RegImage*& rpImage ) noexcept
+{
+    const LONG lError = rpImage->Open();
+    if ( lError != ERROR_SUCCESS )
+    {
+        rpImage->Release();
+        rpImage = nullptr;
+    }
+    return lError;
+}
+
+LONG RegImage::Map( int nFile, ULONGLONG ullSize, RegImage*& rpImage ) noexcept
+{
+    rpImage = nullptr;
+    if ( ullSize < sizeof( RegImageHead ) + sizeof( RegKeyHead ) )
+        return ERROR_REGISTRY_CORRUPT;
+    void* const pBytes = mmap( nullptr, ullSize, PROT_READ, MAP_SHARED, nFile, 0 );
+    if ( pBytes == MAP_FAILED )
+        return ERROR_NOT_ENOUGH_MEMORY;
+    rpImage = new ( std::nothrow ) RegImage( static_cast<const BYTE*>( pBytes ), ullSize, true );
+    if ( rpImage != nullptr )
+        return OpenOrRelease( rpImage );
+    munmap( pBytes, ullSize );
+    return ERROR_NOT_ENOUGH_MEMORY;
+}
+
+LONG RegImage::Adopt( std::unique_ptr<BYTE[]> pBytes, ULONGLONG ullSize, RegImage*& rpImage ) noexcept
+{
+    rpImage = nullptr;
+    if ( pBytes == nullptr )
+        return ERROR_NOT_ENOUGH_MEMORY;
+    if ( ullSize < sizeof( RegImageHead ) + sizeof( RegKeyHead ) )
+        return ERROR_REGISTRY_CORRUPT;
+    rpImage = new ( std::nothrow ) RegImage( pBytes.get(), ullSize, false );
+    if ( rpImage == nullptr )
+        return ERROR_NOT_ENOUGH_MEMORY;
+    pBytes.release();
+    return OpenOrRelease( rpImage );
+}
+
+RegImage* RegImage::Empty() noexcept
+{
+    // Never destroyed, since its first reference is never given back.
+    alignas( RegImage ) static constinit BYTE aStorage[sizeof( RegImage )]{};
+    static RegImage* const pImage = []
+    {
+        g_aEmpty.aHead.ullFileSize = sizeof( g_aEmpty );
+        g_aEmpty.aHead.ullNextId = 2;
+        g_aEmpty.aRoot.ullSize = g_aEmpty.aRoot.dwBlockSize = sizeof( RegKeyHead );
+        g_aEmpty.aRoot.ullId = 1;
+        RegImage* const pEmpty = new ( aStorage )
+            RegImage( reinterpret_cast<const BYTE*>( &g_aEmpty ), sizeof( g_aEmpty ), false );
+        pEmpty->MarkAllGood();
+        return pEmpty;
+    }();
+    pImage->AddReference();
+    return pImage;
+}
+
+LONG RegImage::Open() noexcept
+{
+    const RegImageHead& rHead = GetHead();
+    constexpr size_t SUMMED_FROM = offsetof( RegImageHead, ullFileSize );
+    if ( std::memcmp( rHead.aMark, REG_IMAGE_MARK, sizeof( REG_IMAGE_MARK ) ) != 0 ||
+         rHead.dwVersion != REG_IMAGE_VERSION || rHead.ullFileSize != m_ullSize ||
+         rHead.ullChecksum != ChecksumOfReg( m_pBytes + SUMMED_FROM, sizeof( RegImageHead ) - SUMMED_FROM ) )
+        return ERROR_REGISTRY_CORRUPT;
+    m_pGood.reset( new ( std::nothrow ) std::atomic<BYTE>[m_ullSize / GOOD_BYTE + 1] {} );
+    if ( m_pGood == nullptr )
+        return ERROR_NOT_ENOUGH_MEMORY;
+    RegKeyView aRoot;
+    return GetRoot( aRoot );
+}
+
+LONG RegImage::GetRoot( RegKeyView& rRoot ) const noexcept
+{
+    return ViewKey( m_pBytes + sizeof( RegImageHead ), m_ullSize - sizeof( RegImageHead ), rRoot );
+}
+
+LONG RegImage::ViewKey( const BYTE* pKey, ULONGLONG ullSize, RegKeyView& rKey ) const noexcept
+{
+    const RegKeyHead* const pHead = reinterpret_cast<const RegKeyHead*>( pKey );
+    if ( pHead->ullSize != ullSize )
+        return ERROR_REGISTRY_CORRUPT;
+    if ( !IsKnownGood( pKey ) )
+    {
+        if ( const LONG lError = CheckKey( pKey, ullSize ) )
+            return lError;
+        RememberGood( pKey );
+    }
+    rKey.m_pImage = this;
+    rKey.m_pHead = pHead;
+    return ERROR_SUCCESS;
+}
+
+LONG RegImage::CheckKey( const BYTE* pKey, ULONGLONG ullSize ) const noexcept
+{
+    const RegKeyHead& rHead = *reinterpret_cast<const RegKeyHead*>( pKey );
+    constexpr size_t SUMMED_FROM = offsetof( RegKeyHead, ullSize );
+    if ( !IsBlockSizeGood( rHead, ullSize ) ||
+         rHead.ullChecksum != ChecksumOfReg( pKey + SUMMED_FROM, rHead.dwBlockSize - SUMMED_FROM ) )
+        return ERROR_REGISTRY_CORRUPT;
+    RegKeyView aKey;
+    aKey.m_pImage = this;
+    aKey.m_pHead = &rHead;
+    const ULONGLONG ullEnd = FindEndOfData( aKey, aKey.GetCharacters() );
+    const bool fGood =
+        ullEnd != 0 && AreChildrenGood( aKey, ullEnd ) &&
+        AreSlotsGood( aKey.GetChildSlots(), rHead.dwChildSlots, rHead.dwChildren ) &&
+        AreSlotsGood( aKey.GetChildSlots() + rHead.dwChildSlots, rHead.dwValueSlots, rHead.dwValues );
+    return fGood ? ERROR_SUCCESS : ERROR_REGISTRY_CORRUPT;
+}
+
+bool RegImage::IsDataGood( const BYTE* pData, const RegValueEntry& rEntry ) const noexcept
+{
+    if ( rEntry.dwSize == 0 || IsKnownGood( pData ) )
+        return true;
+    if ( ChecksumOfReg( pData, rEntry.dwSize ) != rEntry.ullChecksum )
+        return false;
+    RememberGood( pData );
+    return true;
+}
+
+LONG RegImage::CheckTree( const RegKeyView& rKey, size_t nDepth ) const noexcept
+{
+    if ( nDepth > DEEPEST_KEY )
+        return ERROR_REGISTRY_CORRUPT;
+    LONG lError = ERROR_SUCCESS;
+    RegValueView aValue;
+    for ( size_t i = 0; i < rKey.GetHead().dwValues && lError == ERROR_SUCCESS; ++i )
+        lError = rKey.GetValue( i, aValue );
+    RegKeyView aChild;
+    for ( size_t i = 0; i < rKey.GetHead().dwChildren && lError == ERROR_SUCCESS; ++i )
+    {
+        lError = rKey.GetChild( i, aChild );
+        if ( lError == ERROR_SUCCESS )
+            lError = CheckTree( aChild, nDepth + 1 );
+    }
+    return lError;
+}
+
+LONG RegImage::CheckAll() const noexcept
+{
+    if ( m_fAllGood.load( std::memory_order_relaxed ) )
+        return ERROR_SUCCESS;
+    RegKeyView aRoot;
+    LONG lError = GetRoot( aRoot );
+    if ( lError == ERROR_SUCCESS )
+        lError = CheckTree( aRoot, 0 );
+    if ( lError == ERROR_SUCCESS )
+        MarkAllGood();
+    return lError;
+}
+
+void RegImage::MarkAllGood() const noexcept
+{
+    m_fAllGood.store( true, std::memory_order_relaxed );
+}
+
+bool RegImage::IsKnownGood( const BYTE* pPlace ) const noexcept
+{
+    if ( m_fAllGood.load( std::memory_order_relaxed ) )
+        return true;
+    const size_t nPlace = static_cast<size_t>( pPlace - m_pBytes );
+    const BYTE ucBits = m_pGood[nPlace / GOOD_BYTE].load( std::memory_order_relaxed );
+    return ( ucBits >> ( nPlace / GOOD_STEP % 8 ) & 1 ) != 0;
+}
+
+void RegImage::RememberGood( const BYTE* pPlace ) const noexcept
+{
+    const size_t nPlace = static_cast<size_t>( pPlace - m_pBytes );
+    m_pGood[nPlace / GOOD_BYTE].fetch_or( static_cast<BYTE>( 1u << ( nPlace / GOOD_STEP % 8 ) ),
+                                          std::memory_order_relaxed );
+}
