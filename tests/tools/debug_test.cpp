@@ -50,13 +50,14 @@ TEST_F( DebugTool, ShowsWhatProgramsWroteThatHaveEnded )
 TEST_F( DebugTool, WatchersSeeMessagesAsTheyCome )
 {
     Debug( { "on" } );
-    // Each has a line out before it is ended; were there a watcher that sees nothing, this would not end.
+    // What is looked for is out before they are ended; were there a watcher that sees nothing, this would not end. One may
+    // begin to watch between the two messages, so the wanted one of each is waited for.
     const std::string strTool = "\"" BXTOOL_PROGRAM "\" debug ";
     const ProgramResult aResult = m_aFolder.Run(
         "/bin/sh",
         { "-c",
           strTool + "watch --text live >w1 2>e1 & A=$!; " + strTool +
-              "watch --process bxtool --json >w2 & B=$!; until grep -q live w1 && grep -q live w2; do " +
+              "watch --process bxtool --json >w2 & B=$!; until grep -q live w1 && grep -q quiet w2; do " +
               strTool + "send 'quiet'; " + strTool + "send 'live'; done; kill $A $B; wait" } );
     EXPECT_EQ( 0, aResult.nExitCode ) << aResult.strErrors;
     EXPECT_EQ( "bxtool: watching; end with Ctrl-C\n", ReadBytes( m_aFolder.Path( "e1" ) ) );
