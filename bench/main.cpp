@@ -55,6 +55,7 @@ int main( int nArguments, char** ppArguments )
     RegisterStartMeasurements();
     RegisterLockMeasurements();
     RegisterWaitMeasurements();
+    RegisterRegistryMeasurements();
     benchmark::RunSpecifiedBenchmarks();
     RemoveLockPeers();
     std::filesystem::remove_all( pFolder );

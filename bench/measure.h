@@ -94,6 +94,7 @@ void RegisterThreadMeasurements();
 void RegisterStartMeasurements();
 void RegisterLockMeasurements();
 void RegisterWaitMeasurements();
+void RegisterRegistryMeasurements();
 
 // What peers leave in the system.
 void RemoveLockPeers();

@@ -24,7 +24,9 @@ PACKAGES_WINDOWS=(
 PACKAGES_BENCH=(
     "libbenchmark-dev           the framework of the measurements"
     "pkgconf                    finds GLib"
-    "libglib2.0-dev             peer: GLib's strings and per-thread pointers"
+    "libglib2.0-dev             peer: GLib's strings, per-thread pointers and settings"
+    "libglib2.0-bin             the settings' schema for that"
+    "liblmdb-dev                peer: LMDB's store"
     "libpoco-dev                peer: Poco's numbers"
     "libspdlog-dev              peer: spdlog's messages"
     "libboost-dev               peer: Boost.Interprocess's named mutex"
