@@ -15,6 +15,7 @@
 #include <bxtools/platform_objects.h>
 #include <bxtools/platform_profile.h>
 #include <bxtools/platform_registry.h>
+#include <bxtools/platform_threads.h>
 
 #include <stdarg.h>
 

@@ -1,4 +1,4 @@
-// Part of platform.h, which callers include instead: events, mutexes, mappings, threads, processes and waits.
+// Part of platform.h, which callers include instead: events, mutexes, mappings and waits.
 //
 // Names. Events, mutexes and mappings of all processes that share a namespace folder share one space of names: a name
 // that is taken by another kind of object gives error 6. An object exists exactly while a living process holds a handle
@@ -80,24 +80,5 @@ DLL_EXPORT_MOD DWORD WaitForMultipleObjects( DWORD dwCount, const HANDLE* pHandl
 DLL_EXPORT_MOD void Sleep( DWORD dwMilliseconds );
 // Milliseconds since the system's start; wraps after 49.7 days.
 DLL_EXPORT_MOD DWORD GetTickCount();
-
-// ---- threads and processes --------------------------------------------------------------------------------
-
-// Starts a thread. Result: a handle with all rights, null on failure. Closing it does not stop the thread.
-//   nStackSize      bytes; never less than the system's usual size.
-//   dwFlags         0 (87 otherwise).
-//   pThreadId       out: the thread's number; may be null.
-DLL_EXPORT_MOD HANDLE CreateThread( LPSECURITY_ATTRIBUTES pSecurity, SIZE_T nStackSize,
-                                    LPTHREAD_START_ROUTINE pStart, LPVOID pParameter, DWORD dwFlags,
-                                    LPDWORD pThreadId );
-// Ends the calling thread, which CreateThread started, as a return from its function does; what is on the stack is not
-// destroyed. The handle is ready when the thread's C++ thread_local objects are gone; their destructors cannot call this.
-DLL_EXPORT_MOD void ExitThread( DWORD dwExitCode );
-// STILL_ACTIVE before the end.
-DLL_EXPORT_MOD BOOL GetExitCodeThread( HANDLE hThread, LPDWORD pExitCode );
-
-// Opens a running process. Errors: 87 no such process; 5 rights that the system does not give (PROCESS_TERMINATE).
-//   dwAccess  SYNCHRONIZE to wait for its end, PROCESS_QUERY_INFORMATION, PROCESS_VM_READ, PROCESS_TERMINATE.
-DLL_EXPORT_MOD HANDLE OpenProcess( DWORD dwAccess, BOOL fInherit, DWORD dwProcessId );
 
 #endif

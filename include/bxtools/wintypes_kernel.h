@@ -44,5 +44,48 @@
 
 #define CREATE_SUSPENDED 0x00000004u
 #define STILL_ACTIVE 259u
+#define MAXIMUM_SUSPEND_COUNT 127
+
+// Messages of threads.
+typedef struct tagPOINT
+{
+    LONG x;
+    LONG y;
+} POINT, *PPOINT, *LPPOINT;
+
+typedef struct tagMSG
+{
+    HWND hwnd;
+    UINT message;
+    WPARAM wParam;
+    LPARAM lParam;
+    DWORD time;
+    POINT pt;
+} MSG, *PMSG, *LPMSG;
+
+#define WM_NULL 0x0000u
+#define WM_PAINT 0x000Fu
+#define WM_CLOSE 0x0010u
+#define WM_QUIT 0x0012u
+#define WM_USER 0x0400u
+#define WM_APP 0x8000u
+
+#define PM_NOREMOVE 0x0000u
+#define PM_REMOVE 0x0001u
+
+// What kinds of input a wait looks for. Messages of threads are of the kinds POSTMESSAGE and ALLPOSTMESSAGE.
+#define QS_KEY 0x0001u
+#define QS_MOUSEMOVE 0x0002u
+#define QS_MOUSEBUTTON 0x0004u
+#define QS_POSTMESSAGE 0x0008u
+#define QS_TIMER 0x0010u
+#define QS_PAINT 0x0020u
+#define QS_SENDMESSAGE 0x0040u
+#define QS_HOTKEY 0x0080u
+#define QS_ALLPOSTMESSAGE 0x0100u
+#define QS_MOUSE ( QS_MOUSEMOVE | QS_MOUSEBUTTON )
+#define QS_INPUT ( QS_MOUSE | QS_KEY )
+#define QS_ALLEVENTS ( QS_INPUT | QS_POSTMESSAGE | QS_TIMER | QS_PAINT | QS_HOTKEY )
+#define QS_ALLINPUT ( QS_ALLEVENTS | QS_SENDMESSAGE )
 
 #endif
