@@ -8,6 +8,7 @@
 #include <bxtools/debug.h>
 #include <bxtools/errobject.h>
 #include <bxtools/error.h>
+#include <bxtools/file.h>
 #include <bxtools/lifecycle.h>
 #include <bxtools/lists.h>
 #include <bxtools/mstring.h>
