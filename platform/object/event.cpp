@@ -3,20 +3,59 @@
 #include "platform/futex.h"
 #include "platform/locked.h"
 #include "platform/object/handletable.h"
+#include "platform/object/sharedlock.h"
 
 #include <bxtools/platform.h>
 
+#include <cerrno>
 #include <new>
 
 namespace
 {
-// The word that sleepers sleep on. Who finds CLEAR makes it AWAITED before it sleeps; who sets an AWAITED event does so
-// and wakes in one system call, since one who is killed between the two would leave the sleepers asleep.
+// The word that sleepers sleep on. Who finds CLEAR makes it AWAITED before it sleeps, on the word or with a bell; who sets an
+// AWAITED event does so and wakes in one system call, since one who is killed between the two would leave the sleepers
+// asleep.
 enum EventWord : uint32_t
 {
     CLEAR,
     SET,
-    AWAITED // clear, and somebody may sleep
+    AWAITED,     // clear, and somebody may sleep
+    AWAITED_ANEW // the same, and who went to sleep on the other one is to look again
+};
+
+bool IsAwaited( uint32_t uWord ) noexcept
+{
+    return uWord != CLEAR && uWord != SET;
+}
+
+// An event's lock, for who sets it. Not for ever: others set it although one who has the lock was stopped.
+class Signaller
+{
+public:
+    explicit Signaller( pthread_mutex_t& raLock ) noexcept : m_raLock( raLock )
+    {
+        constexpr DWORD MOST_MILLISECONDS = 100;
+        int nOutcome = pthread_mutex_trylock( &raLock );
+        if ( nOutcome == EBUSY )
+            nOutcome = pthread_mutex_clocklock( &raLock, CLOCK_MONOTONIC,
+                                                &WaitLimit( MOST_MILLISECONDS ).GetPoint() );
+        m_fHasLock = nOutcome == 0 || ( nOutcome == EOWNERDEAD && pthread_mutex_consistent( &raLock ) == 0 );
+        // What is looked at now must not have been seen before others could see the lock.
+        std::atomic_thread_fence( std::memory_order_seq_cst );
+    }
+    ~Signaller()
+    {
+        if ( m_fHasLock )
+            pthread_mutex_unlock( &m_raLock );
+    }
+    Signaller( const Signaller& ) = delete;
+    Signaller& operator=( const Signaller& ) = delete;
+
+    bool HasLock() const noexcept { return m_fHasLock; }
+
+private:
+    pthread_mutex_t& m_raLock;
+    bool m_fHasLock = false;
 };
 
 // Guards the feeders of all events.
@@ -63,9 +102,29 @@ void Event::Set() noexcept
     while ( uWord == CLEAR && !m_ruWord.compare_exchange_weak( uWord, SET ) )
     {
     }
-    if ( uWord != CLEAR && uWord != SET )
-        FutexSetAndWakeAll( m_ruWord, SET, m_pNamed != nullptr );
+    // Nobody sleeps on what was clear; those who slept on what is set were woken by who set it.
+    if ( !IsAwaited( uWord ) )
+        return;
+    if ( m_pNamed != nullptr )
+        return SetAndTellProcesses();
+    FutexSetAndWakeAll( m_ruWord, SET, false );
     m_aBells.RingAll();
+}
+
+// Bells are rung one after the other, and whoever does it may be killed at any moment. So they are rung first, under the
+// lock: a listener who comes to look before the event is set finds the lock taken, and from then on sleeps with an eye on the
+// process that has it. If that one lives on it rings once more.
+//
+// One who sleeps without having seen the lock has hung its bell, and marked the word, before the lock was taken: it is rung
+// before the word changes.
+void Event::SetAndTellProcesses() noexcept
+{
+    ObjectHeader& rHeader = m_pNamed->GetHeader();
+    const Signaller aSignaller( rHeader.aLock );
+    m_aBells.RingAll();
+    FutexSetAndWakeAll( m_ruWord, SET, true );
+    if ( !aSignaller.HasLock() || rHeader.uWatched.exchange( 0 ) != 0 )
+        m_aBells.RingAll();
 }
 
 void Event::Reset() noexcept
@@ -100,12 +159,16 @@ bool Event::SleepOnWord( const WaitLimit& rLimit ) noexcept
     uint32_t uWord = m_ruWord;
     if ( uWord == SET )
         return true;
-    if ( uWord == CLEAR && !m_ruWord.compare_exchange_strong( uWord, AWAITED ) )
-        return true;
+    if ( uWord == CLEAR )
+    {
+        if ( !m_ruWord.compare_exchange_strong( uWord, AWAITED ) )
+            return true;
+        uWord = AWAITED;
+    }
     // A feeder that was attached before the mark went unseen would not wake us.
     if ( m_pFeeders.load() != nullptr )
         return true;
-    return FutexWaitUntil( m_ruWord, AWAITED, rLimit.IsInfinite() ? nullptr : &rLimit.GetPoint(),
+    return FutexWaitUntil( m_ruWord, uWord, rLimit.IsInfinite() ? nullptr : &rLimit.GetPoint(),
                            m_pNamed != nullptr );
 }
 
@@ -125,8 +188,12 @@ Taking Event::WaitAndTake( const WaitLimit& rLimit ) noexcept
 // Who sleeps looks again and finds the feeder.
 void Event::WakeSleepers() noexcept
 {
-    uint32_t uWord = AWAITED;
-    if ( m_ruWord.compare_exchange_strong( uWord, CLEAR ) )
+    uint32_t uWord = m_ruWord;
+    while ( IsAwaited( uWord ) &&
+            !m_ruWord.compare_exchange_weak( uWord, uWord == AWAITED ? AWAITED_ANEW : AWAITED ) )
+    {
+    }
+    if ( IsAwaited( uWord ) )
         FutexWakeAll( m_ruWord, m_pNamed != nullptr );
     m_aBells.RingAll();
 }
@@ -203,8 +270,27 @@ void Event::AskFeeders() noexcept
         Set();
 }
 
+// Before the look that precedes a sleep with a bell. Once it is marked, who sets it rings.
+void Event::MarkAwaited( PollSet& rSet ) noexcept
+{
+    uint32_t uWord = CLEAR;
+    if ( !m_ruWord.compare_exchange_strong( uWord, AWAITED ) && uWord == SET )
+        rSet.LookAgain(); // if somebody else takes it the mark is missing
+}
+
 void Event::AddDescriptors( PollSet& rSet ) noexcept
 {
+    if ( m_pNamed != nullptr )
+    {
+        ObjectHeader& rHeader = m_pNamed->GetHeader();
+        std::atomic_thread_fence( std::memory_order_seq_cst );
+        if ( GetLockOwner( rHeader.aLock ) != 0 )
+        {
+            rHeader.uWatched = 1;
+            AddLockOwner( rHeader.aLock, rSet );
+        }
+    }
+    MarkAwaited( rSet );
     if ( m_pFeeders.load() == nullptr )
         return;
     const LockedScope aLocked( g_aFeedersLock );

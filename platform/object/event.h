@@ -49,6 +49,8 @@ private:
     void Detach( AttachedFeeder* pBefore, AttachedFeeder* pAttached ) noexcept;
     void AskFeeders() noexcept;
     void WakeSleepers() noexcept;
+    void SetAndTellProcesses() noexcept;
+    void MarkAwaited( PollSet& rSet ) noexcept;
     bool SleepOnWord( const WaitLimit& rLimit ) noexcept;
 
     const std::unique_ptr<NamedObject> m_pNamed; // null without a name

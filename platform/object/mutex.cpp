@@ -1,51 +1,14 @@
 #include "platform/object/mutex.h"
 
-#include "platform/errno_to_win32.h"
 #include "platform/object/handletable.h"
+#include "platform/object/sharedlock.h"
 #include "platform/threadend.h"
 #include "platform/threadstate.h"
 
 #include <bxtools/platform.h>
 
 #include <cerrno>
-#include <cstdio>
-#include <fcntl.h>
-#include <linux/futex.h>
 #include <new>
-#include <string_view>
-#include <sys/syscall.h>
-#include <unistd.h>
-
-namespace
-{
-// What the C library has in common with the kernel, which reads it when a thread ends: the owner's thread id and marks for
-// waiters and for an owner that died; 0 for a free lock.
-uint32_t LockWord( const pthread_mutex_t& rLock ) noexcept
-{
-    return static_cast<uint32_t>( __atomic_load_n( &rLock.__data.__lock, __ATOMIC_RELAXED ) );
-}
-
-// The process that a thread belongs to, 0 when it has ended.
-DWORD ProcessOfThread( DWORD dwThread ) noexcept
-{
-    std::array<char, 512> aText;
-    std::snprintf( aText.data(), aText.size(), "/proc/%u/status", static_cast<unsigned>( dwThread ) );
-    const long nFile = syscall( SYS_openat, AT_FDCWD, aText.data(), O_RDONLY | O_CLOEXEC );
-    if ( nFile < 0 )
-        return 0;
-    const long nRead = syscall( SYS_read, nFile, aText.data(), aText.size() );
-    syscall( SYS_close, nFile );
-    constexpr std::string_view FIELD = "\nTgid:\t";
-    const std::string_view aStatus( aText.data(), nRead > 0 ? static_cast<size_t>( nRead ) : 0 );
-    const size_t nField = aStatus.find( FIELD );
-    DWORD dwProcess = 0;
-    for ( size_t i = nField + FIELD.size();
-          nField != std::string_view::npos && i < aStatus.size() && aStatus[i] >= '0' && aStatus[i] <= '9';
-          ++i )
-        dwProcess = dwProcess * 10 + static_cast<DWORD>( aStatus[i] - '0' );
-    return dwProcess;
-}
-} // namespace
 
 // The mutexes that a thread owns, chained through them. The thread's own business alone; of a thread that was ended by
 // force nobody follows the chain any more.
@@ -101,7 +64,7 @@ Mutex::Mutex() noexcept
 Mutex::Mutex( std::unique_ptr<NamedObject> pNamed ) noexcept
     : WaitableObject( KIND_MUTEX ),
       m_pNamed( std::move( pNamed ) ),
-      m_raLock( m_pNamed->GetHeader().aMutex ),
+      m_raLock( m_pNamed->GetHeader().aLock ),
       m_ruAbandoned( m_pNamed->GetHeader().uAbandoned ),
       m_aBells( &m_pNamed->GetFile() )
 {
@@ -139,7 +102,7 @@ Taking Mutex::NoteTaken( int nOutcome ) noexcept
 
 bool Mutex::TakeAtBirth( bool fKeep ) noexcept
 {
-    if ( !fKeep && LockWord( m_raLock ) == 0 )
+    if ( !fKeep && IsLockFree( m_raLock ) )
     {
         m_ruAbandoned = 0;
         return true;
@@ -202,18 +165,8 @@ void Mutex::PutBack( Taking eTaking ) noexcept
 // Ends of threads of this process ring the bells; the end of another process makes its descriptor readable.
 void Mutex::AddDescriptors( PollSet& rSet ) noexcept
 {
-    const DWORD dwThread = GetLockOwner( m_raLock );
-    if ( m_pNamed == nullptr || dwThread == 0 )
-        return;
-    const int nSavedErrno = errno;
-    const DWORD dwProcess = ProcessOfThread( dwThread );
-    if ( dwProcess != 0 && dwProcess != GetCurrentProcessId() )
-    {
-        const long nProcess = syscall( SYS_pidfd_open, dwProcess, 0 );
-        if ( nProcess >= 0 )
-            rSet.AddOwned( static_cast<int>( nProcess ) );
-    }
-    errno = nSavedErrno;
+    if ( m_pNamed != nullptr )
+        AddLockOwner( m_raLock, rSet );
 }
 
 void Mutex::HandleClosed() noexcept
@@ -255,29 +208,6 @@ private:
     const bool m_fOwned;
 };
 } // namespace
-
-DWORD GetLockOwner( const pthread_mutex_t& rLock ) noexcept
-{
-    return LockWord( rLock ) & FUTEX_TID_MASK;
-}
-
-bool IsLockAbandoned( const pthread_mutex_t& rLock ) noexcept
-{
-    return ( LockWord( rLock ) & FUTEX_OWNER_DIED ) != 0;
-}
-
-bool MakeRobustLock( pthread_mutex_t& rLock, bool fShared ) noexcept
-{
-    pthread_mutexattr_t aAttributes;
-    pthread_mutexattr_init( &aAttributes );
-    pthread_mutexattr_setrobust( &aAttributes, PTHREAD_MUTEX_ROBUST );
-    pthread_mutexattr_setpshared( &aAttributes, fShared ? PTHREAD_PROCESS_SHARED : PTHREAD_PROCESS_PRIVATE );
-    const int nError = pthread_mutex_init( &rLock, &aAttributes );
-    pthread_mutexattr_destroy( &aAttributes );
-    if ( nError != 0 )
-        SetLastError( ErrnoToWin32( nError ) );
-    return nError == 0;
-}
 
 HANDLE CreateMutexA( LPSECURITY_ATTRIBUTES, BOOL fInitialOwner, LPCSTR pName )
 {

@@ -59,12 +59,3 @@ private:
 void AbandonMutexesOfThread() noexcept;
 // In the child of a fork the calling thread owns nothing.
 void ForgetMutexesInChild() noexcept;
-
-// Makes a lock ready that survives its owner.
-//   fShared  it lies in memory that processes share.
-// False: the last error says why.
-bool MakeRobustLock( pthread_mutex_t& rLock, bool fShared ) noexcept;
-
-// What a robust lock's bytes say, for showing it: the owner's thread, 0 for none, and whether the last owner ended with it.
-DWORD GetLockOwner( const pthread_mutex_t& rLock ) noexcept;
-bool IsLockAbandoned( const pthread_mutex_t& rLock ) noexcept;

@@ -2,7 +2,7 @@
 
 #include "platform/errno_to_win32.h"
 #include "platform/highdescriptor.h"
-#include "platform/object/mutex.h"
+#include "platform/object/sharedlock.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -38,7 +38,7 @@ bool IsWholeFile( const ObjectHeader& rHeader, off_t nFileBytes ) noexcept
 bool FillHeader( ObjectHeader& rHeader, std::string_view aName, ObjectKind eKind,
                  ULONGLONG ullDataBytes ) noexcept
 {
-    if ( !MakeRobustLock( rHeader.aGuard, true ) || !MakeRobustLock( rHeader.aMutex, true ) )
+    if ( !MakeRobustLock( rHeader.aGuard, true ) || !MakeRobustLock( rHeader.aLock, true ) )
         return false;
     rHeader.acMagic = OBJECT_MAGIC;
     rHeader.uVersion = OBJECT_VERSION;
@@ -49,26 +49,6 @@ bool FillHeader( ObjectHeader& rHeader, std::string_view aName, ObjectKind eKind
     return true;
 }
 } // namespace
-
-bool IsObjectFile( int nDescriptor, NamespaceScope eScope, off_t& rnBytes ) noexcept
-{
-    constexpr mode_t RIGHTS = S_IRWXU | S_IRWXG | S_IRWXO;
-    constexpr mode_t OWNER_ALONE = 0600;
-    const mode_t nMode = GetNamespaceFileMode( eScope );
-    struct stat aStatus;
-    if ( fstat( nDescriptor, &aStatus ) != 0 )
-        return false;
-    rnBytes = aStatus.st_size;
-    return S_ISREG( aStatus.st_mode ) && aStatus.st_nlink == 1 &&
-           ( aStatus.st_mode & RIGHTS & ~nMode ) == 0 &&
-           ( nMode != OWNER_ALONE || aStatus.st_uid == geteuid() ) && aStatus.st_size >= PLAIN_BYTES;
-}
-
-bool HasGoodHeader( const ObjectHeader& rHeader ) noexcept
-{
-    return rHeader.acMagic == OBJECT_MAGIC && rHeader.uVersion == OBJECT_VERSION &&
-           rHeader.uNameLength <= MOST_NAME_CHARACTERS;
-}
 
 bool ObjectFile::Map( int nDescriptor ) noexcept
 {

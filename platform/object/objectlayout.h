@@ -45,7 +45,9 @@ struct ObjectHeader
     // What waiters hammer on has a cache line of its own.
     alignas( 64 ) std::atomic<uint32_t> uEvent; // an EventWord
     std::atomic<uint32_t> uManualReset;
-    alignas( 64 ) pthread_mutex_t aMutex;
+    std::atomic<uint32_t> uWatched; // somebody sleeps who saw an event's lock taken
+    // A mutex's own lock. That of an event is taken by who sets it while others sleep.
+    alignas( 64 ) pthread_mutex_t aLock;
     std::atomic<uint32_t> uAbandoned;
     alignas( 64 ) std::array<char, MOST_NAME_CHARACTERS + 1> acName;
 };

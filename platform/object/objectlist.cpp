@@ -2,8 +2,8 @@
 
 #include "platform/errno_to_win32.h"
 #include "platform/highdescriptor.h"
-#include "platform/object/mutex.h"
 #include "platform/object/objectfile.h"
+#include "platform/object/sharedlock.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -33,10 +33,10 @@ std::string EventState( const ObjectHeader& rHeader )
 
 std::string MutexState( const ObjectHeader& rHeader )
 {
-    const DWORD dwOwner = GetLockOwner( rHeader.aMutex );
+    const DWORD dwOwner = GetLockOwner( rHeader.aLock );
     if ( dwOwner != 0 )
         return "owned by thread " + std::to_string( dwOwner );
-    return rHeader.uAbandoned != 0 || IsLockAbandoned( rHeader.aMutex ) ? "abandoned" : "free";
+    return rHeader.uAbandoned != 0 || IsLockAbandoned( rHeader.aLock ) ? "abandoned" : "free";
 }
 
 std::string MappingState( const ObjectHeader& rHeader )

@@ -30,11 +30,14 @@ void PollSet::Clear() noexcept
             CloseDescriptor( m_aEntries[i].fd );
     }
     m_nCount = 0;
+    m_fLookAgain = false;
     errno = nSavedErrno;
 }
 
 bool PollSet::Sleep( const WaitLimit& rLimit ) noexcept
 {
+    if ( m_fLookAgain )
+        return true;
     const int nSavedErrno = errno;
     timespec aLeft = rLimit.IsInfinite() ? timespec{} : rLimit.GetLeft();
     const long nReady = syscall( SYS_ppoll, m_aEntries.data(), m_nCount,

@@ -22,6 +22,9 @@ public:
     // The descriptor is closed by the set with the next Clear.
     void AddOwned( int nDescriptor ) noexcept { AddEntry( nDescriptor, true ); }
 
+    // Until the next Clear there is no sleep: what the caller looks at is changing.
+    void LookAgain() noexcept { m_fLookAgain = true; }
+
     // Sleeps until one of them is readable, a signal came or the limit is over. No cancellation point; keeps errno.
     // False: the last error says why (6, a descriptor was closed behind our back).
     bool Sleep( const WaitLimit& rLimit ) noexcept;
@@ -33,6 +36,7 @@ private:
     void AddEntry( int nDescriptor, bool fOwned ) noexcept;
 
     size_t m_nCount = 0;
+    bool m_fLookAgain = false;
     std::array<pollfd, MOST_ENTRIES> m_aEntries;
     std::array<bool, MOST_ENTRIES> m_afOwned;
 };

@@ -4,7 +4,7 @@
 #include "platform/highdescriptor.h"
 #include "platform/locked.h"
 #include "platform/object/foldersweep.h"
-#include "platform/object/objectlayout.h"
+#include "platform/object/processlayout.h"
 
 #include <cerrno>
 #include <cstring>
@@ -13,29 +13,6 @@
 
 namespace
 {
-struct SlotRecord
-{
-    std::atomic<uint32_t> uGeneration;
-    std::atomic<uint32_t> uProcess; // 0 when the slot's last process gave it back
-};
-
-constexpr char FILE_NAME[] = "processes";
-constexpr off_t FILE_BYTES = MOST_PROCESSES * sizeof( SlotRecord );
-
-// The bytes that are locked; nothing stands in them. Who takes a slot locks the first one, raises the generation, and
-// locks the second one: a generation is never seen alive that is not its own.
-constexpr off_t TakenByte( DWORD dwSlot ) noexcept
-{
-    return 2 * static_cast<off_t>( dwSlot );
-}
-
-constexpr off_t AliveByte( DWORD dwSlot ) noexcept
-{
-    return TakenByte( dwSlot ) + 1;
-}
-
-constexpr off_t FOLDER_BYTE = TakenByte( MOST_PROCESSES );
-
 // What this process has of a folder's file.
 struct SlotFile
 {
@@ -67,18 +44,6 @@ SlotFile& FileOf( NamespaceScope eScope ) noexcept
     return g_aFiles[static_cast<size_t>( eScope )];
 }
 
-struct flock RangeOf( short nType, off_t nByte ) noexcept
-{
-    struct flock aRange
-    {
-    };
-    aRange.l_type = nType;
-    aRange.l_whence = SEEK_SET;
-    aRange.l_start = nByte;
-    aRange.l_len = 1;
-    return aRange;
-}
-
 // 0, or the errno. Straight to the kernel: no cancellation point.
 int ChangeLock( int nDescriptor, int nCommand, short nType, off_t nByte ) noexcept
 {
@@ -88,12 +53,6 @@ int ChangeLock( int nDescriptor, int nCommand, short nType, off_t nByte ) noexce
         nResult = syscall( SYS_fcntl, nDescriptor, nCommand, &aRange );
     while ( nResult != 0 && errno == EINTR );
     return nResult == 0 ? 0 : errno;
-}
-
-bool IsLockedByOther( int nDescriptor, off_t nByte ) noexcept
-{
-    struct flock aRange = RangeOf( F_WRLCK, nByte );
-    return syscall( SYS_fcntl, nDescriptor, F_OFD_GETLK, &aRange ) != 0 || aRange.l_type != F_UNLCK;
 }
 
 // Whether the descriptor still is the one we opened.
@@ -115,7 +74,7 @@ void Forget( SlotFile& rFile ) noexcept
 {
     struct stat aStatus;
     if ( rFile.pRecords != nullptr )
-        munmap( rFile.pRecords, FILE_BYTES );
+        munmap( rFile.pRecords, PROCESSES_BYTES );
     if ( IsOurs( rFile, aStatus ) )
         CloseDescriptor( rFile.nDescriptor );
     rFile.nDescriptor = NO_DESCRIPTOR;
@@ -142,7 +101,7 @@ int OpenFile( NamespaceScope eScope, const char* pPath, int& rnDescriptor, struc
     if ( rStatus.st_uid == geteuid() && ( rStatus.st_mode & 0777 ) != nMode &&
          fchmod( rnDescriptor, nMode ) != 0 )
         return errno;
-    return posix_fallocate( rnDescriptor, 0, FILE_BYTES );
+    return posix_fallocate( rnDescriptor, 0, PROCESSES_BYTES );
 }
 
 // Opens and maps the file; the folder's lock is held then.
@@ -159,9 +118,9 @@ bool MapFile( NamespaceScope eScope, const char* pPath, SlotFile& rFile ) noexce
         CloseDescriptor( rFile.nDescriptor );
         nError = OpenFile( eScope, pPath, rFile.nDescriptor, aStatus );
     }
-    void* const pMemory =
-        nError == 0 ? mmap( nullptr, FILE_BYTES, PROT_READ | PROT_WRITE, MAP_SHARED, rFile.nDescriptor, 0 )
-                    : MAP_FAILED;
+    void* const pMemory = nError == 0 ? mmap( nullptr, PROCESSES_BYTES, PROT_READ | PROT_WRITE, MAP_SHARED,
+                                              rFile.nDescriptor, 0 )
+                                      : MAP_FAILED;
     if ( pMemory == MAP_FAILED )
     {
         SetLastError( ErrnoToWin32( nError != 0 ? nError : errno ) );
@@ -260,8 +219,8 @@ NamespaceScope FindCommonScope( NamespaceScope eScope ) noexcept
     {
         NamespacePath aLocal;
         NamespacePath aGlobal;
-        const bool fOne = FindInNamespace( NamespaceScope::Local, FILE_NAME, aLocal ) &&
-                          FindInNamespace( NamespaceScope::Global, FILE_NAME, aGlobal ) &&
+        const bool fOne = FindInNamespace( NamespaceScope::Local, PROCESSES_LEAF, aLocal ) &&
+                          FindInNamespace( NamespaceScope::Global, PROCESSES_LEAF, aGlobal ) &&
                           std::strcmp( aLocal.data(), aGlobal.data() ) == 0;
         eCommon = fOne ? Common::OneFolder : Common::TwoFolders;
         g_eCommon.store( eCommon, std::memory_order_relaxed );
@@ -272,7 +231,7 @@ NamespaceScope FindCommonScope( NamespaceScope eScope ) noexcept
 bool TakeProcessSlot( NamespaceScope eScope, ProcessSlot& rSlot ) noexcept
 {
     NamespacePath aPath;
-    if ( !FindInNamespace( eScope, FILE_NAME, aPath ) )
+    if ( !FindInNamespace( eScope, PROCESSES_LEAF, aPath ) )
         return false;
     const LockedScope aLocked( g_aLock );
     SlotFile& rFile = FileOf( eScope );
@@ -317,31 +276,6 @@ FolderLock::~FolderLock()
     if ( --rFile.dwFolderLocks == 0 )
         ChangeLock( rFile.nDescriptor, F_OFD_SETLK, F_UNLCK, FOLDER_BYTE );
     LeaveCriticalSection( &g_aLock );
-}
-
-bool VisitProcesses( NamespaceScope eScope, ProcessVisitor& rVisitor )
-{
-    NamespacePath aPath;
-    if ( !FindInNamespace( eScope, FILE_NAME, aPath ) )
-        return false;
-    int nDescriptor = open( aPath.data(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY );
-    if ( nDescriptor < 0 )
-        return errno == ENOENT;
-    for ( DWORD dwSlot = 0; dwSlot < MOST_PROCESSES; ++dwSlot )
-    {
-        struct
-        {
-            uint32_t uGeneration;
-            uint32_t uProcess;
-        } aRecord;
-        if ( pread( nDescriptor, &aRecord, sizeof( aRecord ),
-                    static_cast<off_t>( dwSlot * sizeof( aRecord ) ) ) != sizeof( aRecord ) )
-            break;
-        if ( aRecord.uProcess != 0 && IsLockedByOther( nDescriptor, AliveByte( dwSlot ) ) )
-            rVisitor.OnProcess( { dwSlot, aRecord.uGeneration }, aRecord.uProcess );
-    }
-    CloseDescriptor( nDescriptor );
-    return true;
 }
 
 void GiveProcessSlotsBack() noexcept

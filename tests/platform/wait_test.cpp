@@ -16,8 +16,10 @@
 #include <fstream>
 #include <memory>
 #include <sys/mman.h>
+#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace
@@ -166,14 +168,14 @@ BX_ROLE( forker )
 {
     const Handles aHandles( Arguments );
     Wait( "any", aHandles, 1 );
-    const pid_t nChild = fork();
-    if ( nChild == 0 )
+    if ( fork() == 0 )
     {
+        // Here the child has closed what it has inherited.
+        TellTest( std::to_string( getpid() ) );
         alarm( 20 );
         for ( ;; )
             pause();
     }
-    TellTest( std::to_string( nChild ) );
     Wait( "any", aHandles );
     return 0;
 }
@@ -224,6 +226,61 @@ TEST( Wait, AKilledWaiterEatsNoSignal )
         aSurvivor.End();
         EXPECT_EQ( 0, BellFiles() );
     }
+}
+
+// Sets the event of a name, and stops at the beginning and the end of each system call on the way.
+BX_ROLE( setter )
+{
+    const HANDLE hEvent = OpenEventA( EVENT_ALL_ACCESS, FALSE, Arguments[0].c_str() );
+    TellTest( "ready" );
+    ptrace( PTRACE_TRACEME, 0, NULL, NULL );
+    raise( SIGSTOP );
+    SetEvent( hEvent );
+    raise( SIGSTOP );
+    return 0;
+}
+
+// Lets it go on to its next stop. False: it has set the event.
+bool GoOn( const SecondProcess& rSetter )
+{
+    const auto nSetter = static_cast<pid_t>( rSetter.Id() );
+    int nStatus = 0;
+    ptrace( PTRACE_SYSCALL, nSetter, NULL, NULL );
+    waitpid( nSetter, &nStatus, 0 );
+    return WSTOPSIG( nStatus ) == ( SIGTRAP | 0x80 );
+}
+
+TEST( Wait, ASignalIsSeenOrWasNeverGivenWhereverItsGiverIsKilled )
+{
+    const HANDLE hEvent = CreateEventA( NULL, TRUE, FALSE, "given" );
+    int nWoken = 0;
+    for ( int nStops = 1, nLast = 0; nLast == 0; ++nStops )
+    {
+        ResetEvent( hEvent );
+        Waiter aWaiter( "any", { "silent", "given" } );
+        SecondProcess aSetter( "setter", { "given" } );
+        ASSERT_EQ( "ready", aSetter.ReadLine() );
+        const auto nSetter = static_cast<pid_t>( aSetter.Id() );
+        waitpid( nSetter, NULL, 0 );
+        ptrace( PTRACE_SETOPTIONS, nSetter, NULL, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL );
+        for ( int i = 0; i < nStops && nLast == 0; ++i )
+        {
+            if ( !GoOn( aSetter ) )
+                nLast = i;
+            // The waiter comes to look in between and sleeps again.
+            Sleep( 2 );
+        }
+        aSetter.Kill();
+        aSetter.Wait();
+        const bool fSet = WaitForSingleObject( hEvent, 0 ) == WAIT_OBJECT_0;
+        EXPECT_TRUE( fSet || nLast == 0 );
+        nWoken += fSet;
+        if ( !fSet )
+            SetEvent( hEvent );
+        EXPECT_EQ( "1", aWaiter.Result() ) << "killed at stop " << nStops;
+    }
+    EXPECT_GT( nWoken, 1 );
+    CloseHandle( hEvent );
 }
 
 TEST( Wait, AKilledOwnerHandsOverAsAbandoned )
