@@ -175,7 +175,7 @@ void RegTree::DropPassingKeys( RegTreeKey& rKey )
     { return IsPassing( rChild.pKey != nullptr ? rChild.pKey->dwFlags : rChild.aView.GetHead().dwFlags ); };
     std::erase_if( rKey.aChildren, IsGone );
     for ( RegTreeChild& rChild : rKey.aChildren )
-        DropPassingKeys( *FindChild( rKey, rChild.GetName() ) );
+        DropPassingKeys( TakeOutChild( rChild ) );
     MeasureChildren( rKey );
 }
 
@@ -187,19 +187,23 @@ size_t RegTree::PlaceOf( const RegTreeKey& rParent, std::string_view aName ) con
     return static_cast<size_t>( pPlace - rParent.aChildren.begin() );
 }
 
-RegTreeKey* RegTree::FindChild( RegTreeKey& rParent, std::string_view aName )
+RegTreeKey& RegTree::TakeOutChild( RegTreeChild& rChild )
 {
-    const size_t nPlace = PlaceOf( rParent, aName );
-    if ( nPlace == rParent.aChildren.size() || !IsSameRegName( rParent.aChildren[nPlace].GetName(), aName ) )
-        return nullptr;
-    RegTreeChild& rChild = rParent.aChildren[nPlace];
     if ( rChild.pKey == nullptr )
     {
         auto pKey = std::make_unique<RegTreeKey>();
         TakeOut( *pKey, rChild.aView );
         rChild.pKey = std::move( pKey );
     }
-    return rChild.pKey.get();
+    return *rChild.pKey;
+}
+
+RegTreeKey* RegTree::FindChild( RegTreeKey& rParent, std::string_view aName )
+{
+    const size_t nPlace = PlaceOf( rParent, aName );
+    if ( nPlace == rParent.aChildren.size() || !IsSameRegName( rParent.aChildren[nPlace].GetName(), aName ) )
+        return nullptr;
+    return &TakeOutChild( rParent.aChildren[nPlace] );
 }
 
 RegTreeKey& RegTree::AddChild( RegTreeKey& rParent, std::string_view aName, std::string_view aClassName,

@@ -127,6 +127,7 @@ public:
 
 private:
     void TakeOut( RegTreeKey& rKey, const RegKeyView& aView );
+    RegTreeKey& TakeOutChild( RegTreeChild& rChild );
     void DropPassingKeys( RegTreeKey& rKey );
     void CopyValues( RegTreeKey& rKey, const RegKeyView& aSource );
     void Index( RegTreeKey& rKey );

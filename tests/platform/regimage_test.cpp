@@ -255,6 +255,16 @@ TEST( RegImage, PassingKeysGoWithTheMachinesStart )
     EXPECT_TRUE( strBytes == ReadBytes( ImageFile() ) );
     EXPECT_EQ( 0, SetBytes( TestKey( "Stays" ), "n", "1" ) );
     EXPECT_EQ( std::string::npos, ShownImage( ReadBytes( ImageFile() ) ).find( "Passing" ) );
+
+    // Whoever wrote the image: keys in a wrong order, too.
+    strBytes = WrittenByHand();
+    PartAt<RegChildEntry>( strBytes, ROOT + 152 ).dwHash = HashRegName( "Zne" );
+    strBytes[ROOT + 152 + 48 + 80 + 8 + 8 + 152] = 'Z';
+    SumAgain( strBytes, ROOT + 152 + 48 + 80 + 8 + 8 );
+    PartAt<RegImageHead>( strBytes, 0 ).dwFlags = IMAGE_HAS_PASSING_KEYS;
+    SumAgain( strBytes );
+    PutImage( strBytes );
+    EXPECT_EQ( 0, OpenError( "Zne" ) );
 }
 
 TEST( RegImage, SavedKeysComeBack )

@@ -16,6 +16,7 @@
 #include <functional>
 #include <random>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -139,6 +140,32 @@ TEST( Registry, KilledWriterLeavesOldOrNew )
     }
     EXPECT_GT( rnDone.load(), 50 );
     munmap( pShared, 4096 );
+}
+
+// The nearest to a full disk that needs no rights: files may not grow.
+TEST( Registry, FullDiskChangesNothing )
+{
+    const TestKey aKey( "Full" );
+    ASSERT_EQ( 0, SetBytes( aKey, "n", "old" ) );
+    EXPECT_EQ( 0, InChild(
+                      [&]
+                      {
+                          signal( SIGXFSZ, SIG_IGN );
+                          const rlimit aLimit = { 100, RLIM_INFINITY };
+                          setrlimit( RLIMIT_FSIZE, &aLimit );
+                          const TestKey aInChild( "Full" );
+                          const bool fRefused = SetBytes( aInChild, "n", "new" ) == 112 &&
+                                                TestKey( "Full\\New" ).lError == 112 &&
+                                                SetBytes( HKEY_CURRENT_USER, "n", "new" ) == 112 &&
+                                                GetBytes( aInChild, "n" ) == "old";
+                          const rlimit aNone = { RLIM_INFINITY, RLIM_INFINITY };
+                          setrlimit( RLIMIT_FSIZE, &aNone );
+                          const bool fLeft = std::filesystem::exists( StoreFile( ".next" ) );
+                          return fRefused && !fLeft && SetBytes( HKEY_CURRENT_USER, "n", "new" ) == 0 ? 0 : 1;
+                      } ) );
+    EXPECT_EQ( "old", GetBytes( aKey, "n" ) );
+    EXPECT_EQ( 0, SetBytes( aKey, "n", "new" ) );
+    EXPECT_EQ( "new", GetBytes( HKEY_CURRENT_USER, "n" ) );
 }
 
 // Reads, and is refused every change.
