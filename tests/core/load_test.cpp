@@ -1,10 +1,13 @@
 // A program that loads the library at run time: whatever the order in which threads use it, threads end and the library
 // goes, nothing crashes; and where it can go, it leaves nothing behind.
 #include "core/loadedlibrary.h"
+#include "diag/debugsettings.h"
 #include "support/leftovers.h"
 #include "support/recorder.h"
 #include "support/secondprocess.h"
 #include "support/threads.h"
+
+#include <bxtools/platform.h>
 
 #include <gtest/gtest.h>
 
@@ -44,6 +47,27 @@ void Await( int nStep )
         std::this_thread::yield();
 }
 
+// Without its settings the library reports, whenever it is loaded, that they are missing.
+void StoreDebugSettings()
+{
+    const LoadedBXTools hLibrary = LoadBXTools();
+    const auto pCreateKey =
+        reinterpret_cast<decltype( &RegCreateKeyExA )>( FindRegistryFunction( hLibrary, "RegCreateKeyExA" ) );
+    const auto pSetValue =
+        reinterpret_cast<decltype( &RegSetValueExA )>( FindRegistryFunction( hLibrary, "RegSetValueExA" ) );
+    const auto pCloseKey =
+        reinterpret_cast<decltype( &RegCloseKey )>( FindRegistryFunction( hLibrary, "RegCloseKey" ) );
+    HKEY hKey = NULL;
+    EXPECT_EQ( ERROR_SUCCESS, pCreateKey( HKEY_LOCAL_MACHINE, DEBUG_SETTINGS_KEY, 0, NULL, 0, KEY_SET_VALUE,
+                                          NULL, &hKey, NULL ) );
+    for ( const auto& [pName, pText] : { std::pair( "Out", "Yes" ), std::pair( "Level", "0" ) } )
+        EXPECT_EQ( ERROR_SUCCESS,
+                   pSetValue( hKey, pName, 0, REG_SZ, reinterpret_cast<const BYTE*>( pText ),
+                              static_cast<DWORD>( std::char_traits<char>::length( pText ) + 1 ) ) );
+    pCloseKey( hKey );
+    UnloadBXTools( hLibrary );
+}
+
 int Result()
 {
     return ::testing::Test::HasFailure() ? 1 : ROLE_DONE;
@@ -53,9 +77,9 @@ int Result()
 
 TEST( Load, LibraryOfOneThreadGoesWithoutATrace )
 {
+    // Once, too, for what the loader itself keeps.
+    StoreDebugSettings();
     DebugRecorder aDebug;
-    // Once for what the loader itself keeps.
-    UnloadBXTools( LoadBXTools() );
     EXPECT_FALSE( IsBXToolsMapped() );
     const int nFreeKeys = CountFreeThreadKeys();
     for ( const bool fLastCall : { false, false, false, true, true } )
@@ -81,6 +105,7 @@ TEST( Load, AnotherThreadThanTheLoadingOneMayUnload )
 {
     // The loading thread's own objects, where it goes on: nobody else may touch them.
     AllowLeftovers();
+    StoreDebugSettings();
     DebugRecorder aDebug;
     LoadedBXTools hLibrary = NULL;
     const auto Load = [&]
@@ -167,6 +192,7 @@ BX_ROLE( exit_while_threads_use_it )
 
 TEST( Load, ThreadsMayUseItUnloadItAndEndInAnyOrder )
 {
+    StoreDebugSettings();
     for ( const char* pRole :
           { "user_ends_after_unload", "user_ends_before_unload", "many_load_and_unload" } )
         EXPECT_EQ( ROLE_DONE, RunInRole( pRole ) ) << pRole;

@@ -13,6 +13,8 @@ bool IsBXToolsMapped();
 bool IsPinnedByThreads();
 
 void* FindBXToolsFunction( LoadedBXTools hLibrary, const char* pName );
+// A call on the registry: the library's own where the system has none.
+void* FindRegistryFunction( LoadedBXTools hLibrary, const char* pName );
 
 // How many thread-local slots, or keys, the process could still make.
 int CountFreeThreadKeys();

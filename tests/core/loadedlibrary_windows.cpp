@@ -32,6 +32,11 @@ void* FindBXToolsFunction( LoadedBXTools hLibrary, const char* pName )
     return reinterpret_cast<void*>( GetProcAddress( static_cast<HMODULE>( hLibrary ), pName ) );
 }
 
+void* FindRegistryFunction( LoadedBXTools, const char* pName )
+{
+    return reinterpret_cast<void*>( GetProcAddress( GetModuleHandleA( "ADVAPI32.DLL" ), pName ) );
+}
+
 int CountFreeThreadKeys()
 {
     std::vector<DWORD> aSlots;

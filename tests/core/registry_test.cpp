@@ -5,9 +5,12 @@
 #include "core/servedobjects.h"
 #include "core/taskname.h"
 #include "core/threadcontainer.h"
+#include "diag/debugsettings.h"
 #include "support/leftovers.h"
 #include "support/recorder.h"
 #include "support/threads.h"
+
+#include <bxtools/registry.h>
 
 #include <gtest/gtest.h>
 
@@ -361,6 +364,12 @@ TEST( GlobalObject, SecondAttachReportsNothingAndKeepsItsReason )
 
 TEST( GlobalObject, HasOneDataLogUntilItsEnd )
 {
+    // Each such object reads the settings of the debug messages, and reports what is missing of them.
+    CRegistry aSettings;
+    ASSERT_TRUE( aSettings.Connect( (HKEY)CRegistry::keyLocalMachine ) &&
+                 aSettings.Create( DEBUG_SETTINGS_KEY ) );
+    ASSERT_TRUE( aSettings.SetValue( "Out", MString( "Yes" ) ) &&
+                 aSettings.SetValue( "Level", MString( "0" ) ) );
     DebugRecorder aDebug;
     DBGServer* pDBGServer = GetDBGServer();
     ASSERT_NE( nullptr, pDBGServer );
