@@ -93,9 +93,9 @@ BOOL CRegistry::Finish( LONG lCode )
 
 BOOL CRegistry::Close()
 {
-    CloseKey();
     if ( m_hRegistryKey == NULL )
         return TRUE;
+    CloseKey();
     if ( !Finish( RegCloseKey( m_hRegistryKey ) ) )
         return FALSE;
     m_Initialize();
@@ -107,6 +107,7 @@ BOOL CRegistry::Connect( HKEY hRoot, LPCTSTR pComputerName )
     return Guarded( m_lErrorCode,
                     [&]() -> BOOL
                     {
+                        // Texts first: what can throw stands before what would have to be undone.
                         const Root aRoot = Recognised( hRoot );
                         MString aComputerName =
                             pComputerName != NULL ? CopyOf( pComputerName ) : LocalComputerName();

@@ -12,7 +12,8 @@
 namespace
 {
 
-// Room for the name of a key or value, and for a class, zero included.
+// Room for the name of a key or value, and for a class, zero included. The system is told of one less, but for the name
+// of a value; kept so.
 constexpr DWORD NAME_BUFFER = 2048;
 // Room for a key's name in the recursive deletion; the system's longest has 255 characters.
 constexpr DWORD SUBKEY_BUFFER = 260;
@@ -44,7 +45,8 @@ private:
 LONG DeleteTree( HKEY hParent, LPCTSTR pName );
 
 // Result: 0, or why the subkeys could not be gone through. One that resists ends the walk, which would meet it again and
-// again; its parent's deletion then says that there are subkeys. One that another process has deleted meanwhile does not.
+// again; its parent's deletion then says that there are subkeys. One that another process has deleted meanwhile does
+// not, unless its name comes once more: then it is there, and cannot be opened by that name.
 LONG DeleteSubkeys( HKEY hParent, LPCTSTR pName )
 {
     const OpenKey aKey( hParent, pName, KEY_ALL_ACCESS );
@@ -53,10 +55,14 @@ LONG DeleteSubkeys( HKEY hParent, LPCTSTR pName )
     const std::unique_ptr<TCHAR[]> pSubkey( new ( std::nothrow ) TCHAR[SUBKEY_BUFFER] );
     if ( !pSubkey )
         return ERROR_NOT_ENOUGH_MEMORY;
-    while ( RegEnumKeyA( aKey.Get(), 0, pSubkey.get(), SUBKEY_BUFFER ) == ERROR_SUCCESS )
+    TCHAR szGone[SUBKEY_BUFFER] = {};
+    while ( RegEnumKeyA( aKey.Get(), 0, pSubkey.get(), SUBKEY_BUFFER ) == ERROR_SUCCESS &&
+            std::strcmp( pSubkey.get(), szGone ) != 0 )
     {
         const LONG lStatus = DeleteTree( aKey.Get(), pSubkey.get() );
-        if ( lStatus != ERROR_SUCCESS && lStatus != ERROR_FILE_NOT_FOUND && lStatus != ERROR_KEY_DELETED )
+        if ( lStatus == ERROR_FILE_NOT_FOUND || lStatus == ERROR_KEY_DELETED )
+            std::strcpy( szGone, pSubkey.get() );
+        else if ( lStatus != ERROR_SUCCESS )
             break;
     }
     return ERROR_SUCCESS;
@@ -130,13 +136,15 @@ BOOL CRegistry::DeleteKey( LPCTSTR pPath )
                             return Finish( DeleteTree( m_hKey, pPath ) );
                         MString aParent;
                         aParent.assign( pPath, static_cast<size_t>( pLastSeparator - pPath ) );
+                        // A copy: the path may be the key name itself, which opening replaces.
+                        const MString aChild = CopyOf( pLastSeparator + 1 );
                         MString aSavedName( m_aKeyName );
                         if ( !Open( aParent, permissionAllAccess ) )
                         {
                             m_aKeyName = std::move( aSavedName );
                             return FALSE;
                         }
-                        return Finish( DeleteTree( m_hKey, pLastSeparator + 1 ) );
+                        return Finish( DeleteTree( m_hKey, aChild ) );
                     } );
 }
 
@@ -187,7 +195,7 @@ BOOL CRegistry::QueryInfo()
                                     &m_dwSecurityDescriptorLength, &m_aLastWriteTime ) ) )
         return FALSE;
     m_aClassName = szClassName;
-    return TRUE;
+    return m_aClassName.GetLength() == std::strlen( szClassName ) ? TRUE : Finish( ERROR_NOT_ENOUGH_MEMORY );
 }
 
 BOOL CRegistry::Flush()

@@ -9,8 +9,10 @@
 namespace
 {
 
-// Room for a value's name, and for the text of a string value.
+// Room for the text of a string value.
 constexpr DWORD VALUE_BUFFER = 2048;
+// The system's sizes are numbers of 32 bits.
+constexpr size_t MOST_DATA = 0xFFFFFFFF;
 
 using Bytes = std::unique_ptr<BYTE[]>;
 
@@ -90,13 +92,17 @@ BOOL CRegistry::GetBinaryValue( LPCTSTR pName, MByteArray& aValue )
     if ( pName == NULL )
         return Finish( ERROR_INVALID_PARAMETER );
     QueryInfo();
-    DWORD dwSize = m_dwLongestValueData;
+    const DWORD dwRoom = m_dwLongestValueData;
+    DWORD dwSize = dwRoom;
     const Bytes pBuffer = NewBytes( dwSize );
     if ( !pBuffer )
         return FailForMemory();
     KeyValueTypes aType = typeBinary;
     if ( !QueryValue( pName, aType, pBuffer.get(), dwSize ) )
         return FALSE;
+    // The query may be a derived class's own.
+    if ( dwSize > dwRoom )
+        return Finish( ERROR_MORE_DATA );
     return TakeBytes( aValue, pBuffer.get(), dwSize ) ? TRUE : FailForMemory();
 }
 
@@ -126,7 +132,8 @@ BOOL CRegistry::GetStringArrayValue( LPCTSTR pName, MStringArray& aValue )
     if ( pName == NULL )
         return Finish( ERROR_INVALID_PARAMETER );
     QueryInfo();
-    DWORD dwSize = m_dwLongestValueData;
+    const DWORD dwRoom = m_dwLongestValueData;
+    DWORD dwSize = dwRoom;
     // One more than the system is told of, for data without a zero.
     const Bytes pBuffer = NewBytes( size_t( dwSize ) + 1 );
     if ( !pBuffer )
@@ -134,6 +141,9 @@ BOOL CRegistry::GetStringArrayValue( LPCTSTR pName, MStringArray& aValue )
     KeyValueTypes aType = typeStringArray;
     if ( !QueryValue( pName, aType, pBuffer.get(), dwSize ) )
         return FALSE;
+    // The query may be a derived class's own.
+    if ( dwSize > dwRoom )
+        return Finish( ERROR_MORE_DATA );
     pBuffer[dwSize] = 0;
     return TakeTexts( aValue, pBuffer.get(), pBuffer.get() + dwSize ) ? TRUE : FailForMemory();
 }
@@ -162,6 +172,8 @@ BOOL CRegistry::SetStringValue( LPCTSTR pName, const MString& aValue )
 {
     if ( pName == NULL )
         return Finish( ERROR_INVALID_PARAMETER );
+    if ( aValue.GetLength() >= MOST_DATA )
+        return Finish( ERROR_INVALID_PARAMETER );
     BYTE* pText = reinterpret_cast<BYTE*>( const_cast<TCHAR*>( aValue.data() ) );
     return SetValue( pName, typeString, pText, static_cast<DWORD>( aValue.GetLength() + 1 ) );
 }
@@ -171,6 +183,8 @@ BOOL CRegistry::SetStringArrayValue( LPCTSTR pName, const MStringArray& aValue )
     if ( pName == NULL )
         return Finish( ERROR_INVALID_PARAMETER );
     const size_t uSize = SizeOf( aValue );
+    if ( uSize > MOST_DATA )
+        return Finish( ERROR_INVALID_PARAMETER );
     const Bytes pBuffer = NewBytes( uSize );
     if ( !pBuffer )
         return FailForMemory();

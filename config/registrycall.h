@@ -16,7 +16,7 @@ inline MString CopyOf( LPCTSTR pText )
     return aText;
 }
 
-// Runs aBody; any exception becomes the code of an exception. The forced unwinding of a cancelled thread passes. (It
+// Runs aBody; any exception becomes error 1064 and FALSE. The forced unwinding of a cancelled thread passes. (It
 // comes without an object: the reference is bound to null.)
 template <class Body>
 __attribute__( ( no_sanitize( "null", "alignment" ) ) ) BOOL Guarded( LONG& rErrorCode, Body&& aBody )

@@ -11,12 +11,13 @@
 // In all of it:
 // - An object is connected to one root, and opens or makes one key below it at a time.
 // - Operations give TRUE, or FALSE with the reason in GetErrorCode: the system's error number of the last operation, 0
-//   for success. They send no report and set no error of the error stack. What an operation does besides the system's
-//   call of its name is said here; what that call asks for and fails with is in platform_registry.h.
+//   for success (Open and failed allocations are exceptions, see there). They set no error of the error stack and send no
+//   report; only a string or array that finds no memory sends its own. What an operation does besides the system's call
+//   of its name is said here; what that call asks for and fails with is in platform_registry.h.
 // - A null value name, key name or file name is error 87, without a call to the system.
 // - Names and values are bytes as the system's A calls take them: UTF-8 on Linux. Sizes are in bytes.
-// - Nothing throws. Connect, Create, DeleteKey, Open and the two enumerations turn any exception, lack of memory and what an
-//   overridden operation throws, into error 1064; what an override throws passes through the others.
+// - Nothing of the class itself throws. What an overridden operation throws passes to the caller, but Connect, Create,
+//   DeleteKey, Open and the two enumerations turn any exception, lack of memory too, into error 1064.
 // - The order of the virtual operations is fixed: callers of another compiler use the table. The typed readers and
 //   writers call QueryValue, QueryInfo, Open and the SetValue of bytes through it, so that a derived class that overrides
 //   one of these changes them all.
@@ -51,7 +52,7 @@ public:
     MString GetAt( int nIndex ) const;
 
 private:
-    MStringList* m_pMStringList = NULL; // made by the first Add
+    MStringList* m_pMStringList = NULL; // made by the first Add; the others do without
     mutable int m_nLastRead = -1;       // where the list stands, if not -1
 };
 
@@ -136,7 +137,7 @@ public:
     // Connects to a root. One that was connected before, and an open key, are not closed first; kept so.
     //   hRoot          a root, whether its 32 bits were sign- or zero-extended.
     //   pComputerName  NULL: this computer. HKEY_CLASSES_ROOT and HKEY_CURRENT_USER cannot be reached elsewhere: error 6.
-    // After TRUE GetRegistryName gives the root's name, "Unknown" for one beyond HKEY_DYN_DATA, and GetComputerName the
+    // After TRUE GetRegistryName gives the root's name, "Unknown" for any other handle, and GetComputerName the
     // computer's.
     virtual BOOL Connect( HKEY hRoot, LPCTSTR pComputerName = NULL );
 

@@ -1,6 +1,8 @@
 #include "tools/reg/regaccess.h"
 
 #include "tools/errors/decodedrecord.h"
+#include "tools/errors/displaytext.h"
+#include "tools/reg/utf16.h"
 #include "tools/talk.h"
 #include "tools/toolfailure.h"
 
@@ -86,7 +88,7 @@ LONG ReadValues( HKEY hKey, std::vector<RegValue>& rValues )
                           for ( DWORD dwIndex = 0;; dwIndex++ )
                           {
                               DWORD dwName = rSizes.dwValueName * 3 + 1;
-                              DWORD dwData = rSizes.dwData;
+                              DWORD dwData = rSizes.dwData + rSizes.dwData / 2 + 1;
                               RegValue aValue;
                               aName.resize( dwName );
                               aData.resize( size_t( dwData ) + 1 );
@@ -141,7 +143,7 @@ LONG FillTree( HKEY hKey, RegTree& rTree, TreeDepth aDepth )
 
 void ThrowRegistryFailure( LONG lError, const std::string& aWhat, bool fWriting )
 {
-    if ( IsGone( lError ) )
+    if ( IsGone( lError ) && !( fWriting && lError == ERROR_KEY_DELETED ) )
         throw ToolFailure( ExitCode::No, aWhat + " does not exist" );
     const std::string aText = GetSystemText( static_cast<DWORD>( lError ) );
     throw ToolFailure( fWriting ? ExitCode::Output : ExitCode::Input,
@@ -234,8 +236,11 @@ bool NameUnread( const KeyPath& rPath, const RegTree& rTree )
 {
     bool fAny = rTree.lError != ERROR_SUCCESS;
     if ( fAny )
-        SayNote( rPath.GetTitle() + " cannot be read: error " + std::to_string( rTree.lError ) + ", " +
-                 GetSystemText( static_cast<DWORD>( rTree.lError ) ) );
+    {
+        const std::string aText = GetSystemText( static_cast<DWORD>( rTree.lError ) );
+        SayNote( MakeVisible( FromSystemText( rPath.GetTitle() ) ) + " cannot be read: error " +
+                 std::to_string( rTree.lError ) + ( aText.empty() ? "" : ", " + aText ) );
+    }
     for ( const RegTree& rBelow : rTree.aKeys )
         fAny = NameUnread( rPath.GetBelow( rBelow.aName ), rBelow ) || fAny;
     return fAny;
@@ -262,4 +267,12 @@ bool DeleteTree( const KeyPath& rPath )
     if ( !IsGone( aRegistry.GetErrorCode() ) )
         ThrowRegistryFailure( aRegistry.GetErrorCode(), rPath.GetTitle(), true );
     return false;
+}
+
+bool DeleteKeyAlone( const KeyPath& rPath )
+{
+    const LONG lError = RegDeleteKeyA( rPath.hRoot, rPath.aPath.c_str() );
+    if ( lError != ERROR_SUCCESS && !IsGone( lError ) )
+        ThrowRegistryFailure( lError, rPath.GetTitle(), true );
+    return lError == ERROR_SUCCESS;
 }

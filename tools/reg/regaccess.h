@@ -8,6 +8,7 @@
 #include <bxtools/platform.h>
 
 #include <string>
+#include <utility>
 
 // An open key.
 class OpenedKey
@@ -17,7 +18,7 @@ public:
     // Makes the key, if it is not there.
     static OpenedKey Make( const KeyPath& rPath );
     ~OpenedKey() { Close(); }
-    OpenedKey( OpenedKey&& rOther ) noexcept : m_aPath( rOther.m_aPath ), m_hKey( rOther.m_hKey )
+    OpenedKey( OpenedKey&& rOther ) noexcept : m_aPath( std::move( rOther.m_aPath ) ), m_hKey( rOther.m_hKey )
     {
         rOther.m_hKey = NULL;
     }
@@ -58,8 +59,10 @@ struct TreeCount
 };
 TreeCount CountTree( const RegTree& rTree );
 
-// Deletes a key with all that ReadTree found below it. Result: whether there was such a key.
+// Deletes a key with everything below it. Result: whether there was such a key.
 bool DeleteTree( const KeyPath& rPath );
+// Deletes a key without subkeys. Result: likewise.
+bool DeleteKeyAlone( const KeyPath& rPath );
 
 // "value "NAME" of KEY", as messages call it.
 std::string ValueTitle( const KeyPath& rPath, const std::string& aName );

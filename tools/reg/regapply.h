@@ -3,10 +3,11 @@
 
 #include "tools/reg/regtext.h"
 
-// Makes the steps in their order. On Linux all of one root are there at once or none, and it is one write; on Windows each
-// is a call of its own, and those before one that fails stay.
+// Makes the steps in their order. On Linux neighbouring steps of one root are there at once or none, and they are one
+// write; those of a root before stay when a later one fails. On Windows each is a call of its own, and those before one
+// that fails stay.
 //   aTitle  the file, as messages call it.
-// Throws a ToolFailure that names the line that failed.
+// Throws a ToolFailure that names the line that failed, or the first of those that could not be written together.
 void ApplySteps( const std::vector<RegStep>& rSteps, const std::string& aTitle );
 
 // For the files of each system: the steps from nFirst up to nEnd, one after the other.

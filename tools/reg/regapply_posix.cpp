@@ -30,7 +30,9 @@ void ApplySteps( const std::vector<RegStep>& rSteps, const std::string& aTitle )
             lError = aBatch.Commit();
         }
         if ( lError != ERROR_SUCCESS )
-            ThrowRegistryFailure( lError, rKey.GetTitle(), true );
+            ThrowRegistryFailure(
+                lError, aTitle + ":" + std::to_string( rSteps[nFirst].nLine ) + ": " + rKey.GetTitle(),
+                true );
         nFirst = nEnd;
     }
 }

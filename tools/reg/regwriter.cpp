@@ -1,4 +1,5 @@
 // AppendRegTree: from keys and values to text; and what values hold.
+#include "tools/errors/displaytext.h"
 #include "tools/reg/regtext.h"
 #include "tools/reg/utf16.h"
 #include "tools/toolfailure.h"
@@ -54,8 +55,9 @@ void CheckName( const KeyPath& rKey, const std::string& aName )
 {
     if ( aName.find_first_of( "\r\n" ) != std::string::npos )
         throw ToolFailure( ExitCode::Input,
-                           rKey.GetTitle() + ": the name of a key or value in it holds a line end, which a "
-                                             ".reg file cannot carry; leave it out or rename it" );
+                           MakeVisible( FromSystemText( rKey.GetTitle() ) ) +
+                               ": the name of a key or value in it holds a line end, which a "
+                               ".reg file cannot carry; leave it out or rename it" );
 }
 
 void AppendBytes( std::string& rOut, size_t nLineStart, std::string_view aBytes )

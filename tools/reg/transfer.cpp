@@ -18,7 +18,8 @@ namespace
 constexpr char EXPORT_EXAMPLES[] =
     "Writes a key and all below it as a .reg file of version 5.00, sorted by names, so that\n"
     "equal contents give equal files. FILE is replaced where it exists; - or nothing is\n"
-    "standard output. Exit code 4: some keys cannot be read and are missing; they are named.\n\n"
+    "standard output. Exit code 4: some keys cannot be read and stand there without their\n"
+    "content, or with a part of it; they are named.\n\n"
     "Examples:\n"
     "  bxtool reg export HKLM/Software/Company settings.reg\n"
     "  bxtool reg export HKLM/Software/Company --utf16 for-windows.reg\n";
@@ -49,8 +50,11 @@ void WriteFile( const std::string& aName, const std::string& aBytes )
 {
     FILE* pFile = fopen( aName.c_str(), "wb" );
     bool fWritten = pFile != NULL && fwrite( aBytes.data(), 1, aBytes.size(), pFile ) == aBytes.size();
-    if ( pFile != NULL )
-        fWritten = fclose( pFile ) == 0 && fWritten;
+    const int nWriteError = errno;
+    if ( pFile != NULL && fclose( pFile ) != 0 )
+        fWritten = false;
+    else if ( !fWritten )
+        errno = nWriteError;
     if ( !fWritten )
         throw ToolFailure( ExitCode::Output, "cannot write " + aName + ": " + strerror( errno ) +
                                                  "; is there room, and may this user write there?" );

@@ -97,7 +97,7 @@ ExitCode Delete( const ValueOptions& rOptions )
         throw ToolFailure( ExitCode::Usage,
                            aPath.GetTitle() + " has " + aSubkeys +
                                "; nothing was deleted, give --recursive to delete all of it" );
-    if ( !DeleteTree( aPath ) )
+    if ( !( rOptions.fRecursive ? DeleteTree( aPath ) : DeleteKeyAlone( aPath ) ) )
         throw ToolFailure( ExitCode::No, aPath.GetTitle() + " does not exist" );
     SayNote( "deleted " + aPath.GetTitle() + ", " + aSubkeys + ", " + std::to_string( aCount.nValues ) +
              ( aCount.nValues == 1 ? " value" : " values" ) );

@@ -186,7 +186,7 @@ nlohmann::ordered_json GetValueJson( const RegValue& rValue )
     else
         aJson["data"] = aTexts.front();
     const std::string aSaid = fSeveral ? JoinTexts( aLines ) : aLines.front() + '\0';
-    const bool fUtf8 = MakeVisible( aSaid ).find( "\xEF\xBF\xBD" ) == std::string::npos;
+    const bool fUtf8 = MakeVisible( FromSystemText( aSaid ) ).find( "\xEF\xBF\xBD" ) == std::string::npos;
     if ( IsTextType( rValue.dwType ) && ( aSaid != rValue.aBytes || !fUtf8 ) )
         aJson["bytes"] = ToHex( rValue.aBytes );
     return aJson;

@@ -15,7 +15,8 @@ namespace
 
 constexpr char EXAMPLES[] =
     "Prints a line for each key and value that was added, changed or removed, as it happens,\n"
-    "until Ctrl-C. What changes twice between two looks is one change.\n\n"
+    "until Ctrl-C. What changes twice between two looks is one change. Exit code 1: there is\n"
+    "no such key, or it was deleted meanwhile.\n\n"
     "Examples:\n"
     "  bxtool reg watch HKLM/Software/Company --subtree\n"
     "  bxtool reg watch HKLM/Software/Company --once && systemctl reload product\n";
