@@ -135,21 +135,32 @@ bool DebugRingReader::AppendPieces( const DebugPiece& rFirst, DebugRingMessage& 
     return true;
 }
 
+// The first message behind the position that has been written; ullNext if there is none.
+uint64_t DebugRingReader::FindWritten( uint64_t ullNext ) const
+{
+    // Further behind, nothing is what it was; nor does a damaged number keep us counting.
+    if ( ullNext > m_ullPosition && ullNext - m_ullPosition > DEBUG_RING_SLOTS )
+        return m_ullPosition;
+    uint64_t ullNumber = m_ullPosition + 1;
+    while ( ullNumber < ullNext &&
+            m_pRing->Slot( ullNumber ).ullState.load() != DebugStatePublished( ullNumber ) )
+        ++ullNumber;
+    return ullNumber;
+}
+
 bool DebugRingReader::IsOvertaken( uint64_t ullNext ) const
 {
-    for ( uint64_t ullNumber = m_ullPosition + 1; ullNumber < ullNext; ++ullNumber )
-    {
-        if ( m_pRing->Slot( ullNumber ).ullState.load() == DebugStatePublished( ullNumber ) )
-            return true;
-    }
-    return false;
+    return FindWritten( ullNext ) < ullNext;
 }
 
 DebugRingReader::Look DebugRingReader::SkipUnwritten( uint64_t ullNext )
 {
-    while ( m_fGiveUp && m_ullPosition < ullNext && !IsReadable() && IsOvertaken( ullNext ) )
+    const uint64_t ullWritten = m_fGiveUp ? FindWritten( ullNext ) : ullNext;
+    if ( ullWritten >= ullNext )
+        return Look::Nothing;
+    while ( m_ullPosition < ullWritten && !IsReadable() )
         Skip( 1 );
-    return m_ullPosition < ullNext && IsReadable() ? Look::Skipped : Look::Nothing;
+    return Look::Skipped;
 }
 
 bool DebugRingReader::IsReadable() const
@@ -180,7 +191,8 @@ DebugRingReader::Look DebugRingReader::LookAtPosition( DebugRingMessage& rMessag
     rMessage.strText.assign( szText, aPiece.nLength );
     if ( !AppendPieces( aPiece, rMessage ) )
     {
-        Skip( aPiece.nPieces );
+        // Not beyond what has been written, whatever the piece says.
+        Skip( std::min( uint64_t{ aPiece.nPieces }, ullNext - m_ullPosition ) );
         return Look::Skipped;
     }
     rMessage.ullTime = aPiece.ullTime;

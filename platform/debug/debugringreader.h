@@ -59,6 +59,7 @@ private:
     Look SkipUnwritten( uint64_t ullNext );
     bool CopyPiece( uint64_t ullNumber, DebugPiece& rPiece, char* pText ) const;
     bool AppendPieces( const DebugPiece& rFirst, DebugRingMessage& rMessage ) const;
+    uint64_t FindWritten( uint64_t ullNext ) const;
     bool IsOvertaken( uint64_t ullNext ) const;
     bool IsReadable() const;
     bool IsRetired() const;

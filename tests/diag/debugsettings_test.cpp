@@ -154,6 +154,12 @@ TEST( DebugMonitor, GetsTheMessagesOneByOneWhereTheSystemDoesNotServeIt )
         }
         EXPECT_EQ( 0, aMonitor.Wait() );
     }
+    {
+        SecondProcess aKilled( "debug_monitor", {} );
+        EXPECT_EQ( "ready", aKilled.ReadLine() );
+        aKilled.Kill();
+    }
+    // Neither monitor is there any more: nothing waits for it.
     DebugMessage( "M", NULL, "nobody looks any more" );
     ServeDebugMonitor( false );
 }

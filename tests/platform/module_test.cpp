@@ -1,5 +1,6 @@
 // Modules and small calls, as far as a transcript cannot show them.
 
+#include "diag/dbwin.h"
 #include "platform/errno_to_win32.h"
 #include "platform/errortext.h"
 #include "platform/module/modulepath.h"
@@ -9,6 +10,7 @@
 #include "support/scratchfolder.h"
 #include "support/threads.h"
 
+#include <bxtools/debug.h>
 #include <bxtools/platform.h>
 
 #include <gtest/gtest.h>
@@ -130,14 +132,19 @@ TEST( Module, ThreadsLoadAndFree )
     EXPECT_TRUE( PinCurrentModule() );
 }
 
-TEST( Version, PlatformCanBeSetForATest )
+TEST( Version, TheMonitorIsServedOnTheWindows95FamilyAlone )
 {
     OSVERSIONINFOA aVersion{};
     aVersion.dwOSVersionInfoSize = sizeof( aVersion );
+    OnGlobalValuesChanged();
+    EXPECT_FALSE( IsDebugMonitorServed() );
     SetPlatformIdForTest( VER_PLATFORM_WIN32_WINDOWS );
     EXPECT_TRUE( GetVersionExA( &aVersion ) );
     EXPECT_EQ( 1u, aVersion.dwPlatformId );
+    OnGlobalValuesChanged();
+    EXPECT_TRUE( IsDebugMonitorServed() );
     SetPlatformIdForTest( VER_PLATFORM_WIN32_NT );
+    ServeDebugMonitor( false );
 }
 
 TEST( ErrorText, EveryMappedErrnoHasOne )
