@@ -133,10 +133,9 @@ void ShowReport()
 void OverflowStack()
 {
     Narrate(
-        "\n5. A stack keeps the first %u errors of a cascade. Without a hook, reports are debug messages,",
+        "\n5. A stack keeps the first %u errors of a cascade. Without a hook, a report is a debug message for whoever",
         static_cast<unsigned>( MAX_ERRORS_ONSTACK ) );
-    Narrate( "   which go where BXTOOLS_DEBUG_SINK says (they are switched %s):",
-             IsDbgMessage() ? "on" : "off" );
+    Narrate( "   watches (messages are %s):", IsDbgMessage() ? "on" : "off" );
     int nError = 0;
     while ( SetLastErr( "TOUR.CASCADE", nError, 0, "one thing leads to another", MString(), MString() ) )
         nError++;
@@ -168,7 +167,8 @@ void SwitchOffAndOn()
             Narrate( "     the settings cannot be written here" );
             return;
         }
-        Narrate( "     they are %s", IsDbgMessage() ? "on again, and this one can be seen" : "off" );
+        Narrate( "     they are %s",
+                 IsDbgMessage() ? "on again, and this one is seen" : "off, and this one is not seen" );
         DebugMessage( "BXTOUR", "From SwitchOffAndOn()", IsDbgMessage() ? "switched on" : "switched off" );
     }
 }
@@ -184,11 +184,8 @@ int main()
     ShowReport();
     OverflowStack();
     SwitchOffAndOn();
-    Narrate( "\nWhat to look at next:" );
-    Narrate( "     bxtool errors show %s         the same errors as a table", STREAM_FILE );
-    Narrate( "     bxtool errors show --json %s  and for other programs", STREAM_FILE );
-    Narrate( "     bxtool debug last --process bxtour     what it wrote as debug messages" );
-    Narrate( "     include/bxtools/error.h                the calls you have just seen" );
-    Narrate( "     examples/tour                          this program" );
+    if ( fSaved )
+        Narrate( "\nThe stream lies in %s; \"bxtool errors show %s\" prints it as a table.", STREAM_FILE,
+                 STREAM_FILE );
     return fSaved && fShown ? 0 : 1;
 }

@@ -26,7 +26,8 @@ TEST( Tour, CarriesTheErrorsOfItsThreadsToAnotherProcess )
     EXPECT_TRUE( Holds( aTour.strOutput, "Error number 71 was not taken any more." ) ) << aTour.strOutput;
 
     // Its debug messages, which were switched off and on.
-    EXPECT_TRUE( Holds( aTour.strOutput, "they are off\n     they are on again" ) ) << aTour.strOutput;
+    EXPECT_TRUE( Holds( aTour.strOutput, "they are off, and this one is not seen\n     they are on again" ) )
+        << aTour.strOutput;
 
     // What it recommends to look at next.
     const ProgramResult aShown = aFolder.Errors( { "show", "--json", "tour.stream" } );
