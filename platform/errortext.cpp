@@ -37,7 +37,7 @@ constexpr ErrorText g_aTexts[] = {
     { 20, "There is no such device unit." },
     { 21, "The device is not ready." },
     { 22, "The device does not know this command." },
-    { 23, "Data was damaged: its checksum is wrong." },
+    { 23, "The device could not read or write the data whole." },
     { 24, "A command was issued with a wrong length." },
     { 25, "The wanted place on the medium cannot be found." },
     { 26, "The medium cannot be read by this system." },
