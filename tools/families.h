@@ -16,3 +16,5 @@ void AddErrorsFamily( CLI::App& rProgram, ExitCode& rExitCode );
 void AddRegFamily( CLI::App& rProgram, ExitCode& rExitCode );
 // bxtool debug: debug messages.
 void AddDebugFamily( CLI::App& rProgram, ExitCode& rExitCode );
+// bxtool ipc: what processes share by name.
+void AddIpcFamily( CLI::App& rProgram, ExitCode& rExitCode );

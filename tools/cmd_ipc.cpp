@@ -1,0 +1,72 @@
+// bxtool ipc: what processes share by name.
+
+#include "tools/families.h"
+#include "tools/ipc/objects.h"
+#include "tools/talk.h"
+
+#include <memory>
+#include <nlohmann/json.hpp>
+
+namespace
+{
+
+std::string ToJson( const std::vector<SharedObject>& aObjects )
+{
+    nlohmann::ordered_json aList = nlohmann::json::array();
+    for ( const SharedObject& rObject : aObjects )
+        aList.push_back( { { "name", rObject.aName },
+                           { "type", rObject.aType },
+                           { "state", rObject.aState },
+                           { "holders", rObject.aHolders },
+                           { "waiters", rObject.dwWaiters },
+                           { "age", rObject.nAge } } );
+    const nlohmann::ordered_json aJson = { { "objects", aList } };
+    return aJson.dump( -1, ' ', false, nlohmann::json::error_handler_t::replace ) + "\n";
+}
+
+std::string ToLines( const SharedObject& rObject )
+{
+    std::string aHolders;
+    for ( DWORD dwProcess : rObject.aHolders )
+        aHolders += ( aHolders.empty() ? "" : ", " ) + std::to_string( dwProcess );
+    return "  type     " + rObject.aType + "\n  state    " + rObject.aState + "\n  holders  " +
+           ( aHolders.empty() ? "none, left over" : aHolders ) + "\n  waiters  " +
+           std::to_string( rObject.dwWaiters ) + "\n  age      " + std::to_string( rObject.nAge ) + " s\n";
+}
+
+ExitCode List( bool fGlobal, bool fJson )
+{
+    const std::vector<SharedObject> aObjects = ReadSharedObjects( fGlobal );
+    if ( fJson )
+        WriteOutput( ToJson( aObjects ) );
+    else
+        for ( const SharedObject& rObject : aObjects )
+        {
+            WriteHeading( rObject.aName );
+            WriteOutput( "\n" + ToLines( rObject ) );
+        }
+    return aObjects.empty() ? ExitCode::No : ExitCode::Ok;
+}
+
+} // namespace
+
+void AddIpcFamily( CLI::App& rProgram, ExitCode& rExitCode )
+{
+    constexpr char EXAMPLES[] = "Examples:\n"
+                                "  bxtool ipc ls\n"
+                                "  bxtool ipc ls --global --json\n\n";
+    CLI::App* pFamily =
+        rProgram.add_subcommand( "ipc", "Events, mutexes and memory that processes share: ls" );
+    pFamily->footer( std::string( EXAMPLES ) + EXIT_CODE_HELP );
+    pFamily->require_subcommand( 1 );
+    CLI::App* pList = pFamily->add_subcommand( "ls", "List the named objects, who holds them and who waits" );
+    pList->footer(
+        std::string( "Waits on one object alone are not counted. The exit code is 1 when there is no "
+                     "object.\n\n" ) +
+        EXAMPLES );
+    auto pGlobal = std::make_shared<bool>( false );
+    auto pJson = std::make_shared<bool>( false );
+    pList->add_flag( "--global", *pGlobal, "Those whose names begin with Global\\ instead" );
+    pList->add_flag( "--json", *pJson, "Print JSON instead" );
+    pList->callback( [pGlobal, pJson, &rExitCode] { rExitCode = List( *pGlobal, *pJson ); } );
+}
