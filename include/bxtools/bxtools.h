@@ -13,4 +13,5 @@
 #include <bxtools/lifecycle.h>
 #include <bxtools/lists.h>
 #include <bxtools/mstring.h>
+#include <bxtools/path.h>
 #include <bxtools/registry.h>

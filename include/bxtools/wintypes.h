@@ -66,6 +66,9 @@
 #undef SendMessage
 #undef SetWindowText
 
+// What divides the pieces of a path that the library makes.
+#define MYCH_DELIMDIR '\\'
+
 #else
 
 #include <stddef.h>
@@ -188,6 +191,8 @@ typedef INT_PTR ( *FARPROC )();
 #define FALSE 0
 #endif
 #define MAX_PATH 260
+#define _MAX_PATH MAX_PATH
+#define MYCH_DELIMDIR '/'
 #define INFINITE 0xFFFFFFFFu
 
 #define LOBYTE( w ) ( (BYTE)( (DWORD_PTR)(w)&0xff ) )
