@@ -56,6 +56,7 @@ int main( int nArguments, char** ppArguments )
     RegisterLockMeasurements();
     RegisterWaitMeasurements();
     RegisterRegistryMeasurements();
+    RegisterPathMeasurements();
     benchmark::RunSpecifiedBenchmarks();
     RemoveLockPeers();
     std::filesystem::remove_all( pFolder );

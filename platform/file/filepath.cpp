@@ -2,7 +2,6 @@
 
 #include "platform/file/filecallscope.h"
 
-#include <algorithm>
 #include <cstring>
 #include <unistd.h>
 
@@ -33,8 +32,11 @@ bool FilePath::Set( LPCSTR pPath ) noexcept
     m_nLength = pPath != nullptr ? strnlen( pPath, m_aText.size() ) : 0;
     if ( m_nLength == 0 || m_nLength == m_aText.size() )
         return FailWith( m_nLength == 0 ? ERROR_PATH_NOT_FOUND : ERROR_FILENAME_EXCED_RANGE );
-    std::replace_copy( pPath, pPath + m_nLength, m_aText.data(), '\\', '/' );
+    // Few paths hold any, and looking takes a fraction of the time that copying byte by byte does.
+    std::memcpy( m_aText.data(), pPath, m_nLength );
     m_aText[m_nLength] = '\0';
+    for ( char* p = m_aText.data(); ( p = std::strchr( p, '\\' ) ) != nullptr; )
+        *p = '/';
     return true;
 }
 
