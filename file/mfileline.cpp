@@ -20,8 +20,15 @@ UINT LineLength( const char* pBytes, UINT unCount, UINT unRoom, TCHAR cDelim )
 
 } // namespace
 
+// A line that has been read ahead costs no report, since it cannot fail. Whatever else the outcome is, ReadLine finds it.
 BOOL MFileWrapper::MyGetLine( LPTSTR pData, UINT* punCharCount, TCHAR cDelim )
 {
+    if ( m_pReadAhead != NULL && pData != NULL && punCharCount != NULL && *punCharCount != 0 &&
+         m_pReadAhead->TakeLine( *m_pFileInterface, pData, *punCharCount, cDelim ) )
+    {
+        m_pOut = "Nothing";
+        return TRUE;
+    }
     CallReport aReport(
         *this, "From BOOL MFileWrapper::MyGetLine( LPTSTR pData, UINT* punCharCount, TCHAR cDelim )" );
     if ( pData == NULL || punCharCount == NULL )
@@ -29,16 +36,10 @@ BOOL MFileWrapper::MyGetLine( LPTSTR pData, UINT* punCharCount, TCHAR cDelim )
     if ( *punCharCount == 0 )
         return aReport.Fail( " Error: *punCharCount < sizeof( TCHAR )" );
     pData[0] = '\0';
-    if ( m_fReadsAhead && m_pReadAhead == NULL )
+    const BOOL fLine = ReadLine( aReport, pData, *punCharCount, cDelim );
+    if ( fLine && m_fReadsAhead && m_pReadAhead == NULL )
         m_pReadAhead = new ( std::nothrow ) ReadAhead;
-    if ( m_pReadAhead != NULL )
-    {
-        const ReadAhead::Answer eAnswer =
-            m_pReadAhead->TakeLine( *m_pFileInterface, pData, *punCharCount, cDelim );
-        if ( eAnswer != ReadAhead::Answer::Unknown )
-            return eAnswer == ReadAhead::Answer::Line;
-    }
-    return ReadLine( aReport, pData, *punCharCount, cDelim );
+    return fLine;
 }
 
 // As much as a line can be is read, and what is not of the line is given back.

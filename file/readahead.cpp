@@ -1,30 +1,53 @@
 #include "file/readahead.h"
 
+#include "string/textsearch.h"
+
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <memory>
 #include <new>
 
-ReadAhead::Answer ReadAhead::TakeLine( BaseFile& rFile, LPTSTR pData, UINT unSize, TCHAR cDelim )
+namespace
 {
+
+// Copies up to and with the first cDelim among unCount bytes; what follows it in pData is undefined. One pass is half the
+// work of looking and copying, as most lines are short.
+// Result: the number of bytes, 0 when there is no cDelim.
+UINT CopyThrough( char* pData, const char* pBytes, UINT unCount, char cDelim )
+{
+    UINT unDone = 0;
+    for ( ; unCount - unDone >= TextBlock::SIZE; unDone += TextBlock::SIZE )
+    {
+        std::memcpy( pData + unDone, pBytes + unDone, TextBlock::SIZE );
+        if ( const unsigned unMatches = TextBlock::Matches( pBytes + unDone, cDelim ); unMatches != 0 )
+            return unDone + static_cast<UINT>( std::countr_zero( unMatches ) ) + 1;
+    }
+    while ( unDone < unCount )
+    {
+        pData[unDone] = pBytes[unDone];
+        if ( pBytes[unDone++] == cDelim )
+            return unDone;
+    }
+    return 0;
+}
+
+} // namespace
+
+bool ReadAhead::TakeLine( BaseFile& rFile, LPTSTR pData, UINT unSize, TCHAR cDelim )
+{
+    const UINT unRoom = unSize - 1;
     do
     {
-        const char* const pNext = m_aBytes + m_unNext;
-        const void* const pFound = std::memchr( pNext, cDelim, std::min( Left(), unSize ) );
-        if ( pFound != NULL )
+        const UINT unLength = CopyThrough( pData, m_aBytes + m_unNext, std::min( Left(), unRoom ), cDelim );
+        if ( unLength != 0 )
         {
-            const UINT unLength = static_cast<UINT>( static_cast<const char*>( pFound ) - pNext ) + 1;
-            if ( unLength >= unSize )
-                return Answer::NoLine;
-            std::memcpy( pData, pNext, unLength );
             pData[unLength] = '\0';
             m_unNext += unLength;
-            return Answer::Line;
+            return true;
         }
-        if ( Left() >= unSize )
-            return Answer::NoLine;
-    } while ( Fill( rFile ) );
-    return Answer::Unknown;
+    } while ( Left() < unRoom && Fill( rFile ) );
+    return false;
 }
 
 void ReadAhead::GoBack( BaseFile& rFile )

@@ -7,19 +7,14 @@
 class ReadAhead
 {
 public:
-    enum class Answer
-    {
-        Line,
-        NoLine,
-        Unknown // what is here does not tell; the reader's position is as it was
-    };
-
     ReadAhead() = default;
     ReadAhead( const ReadAhead& ) = delete;
     ReadAhead& operator=( const ReadAhead& ) = delete;
 
-    // As MFileWrapper::MyGetLine. With a line pData gets it and the position moves; otherwise nothing is written.
-    Answer TakeLine( BaseFile& rFile, LPTSTR pData, UINT unSize, TCHAR cDelim );
+    // Result: true with the next line and a zero in pData; the reader is behind it. False where what was read does not tell
+    // whether there is a line that pData has room for: the reader is where it was, and pData is undefined.
+    //   unSize  not 0.
+    bool TakeLine( BaseFile& rFile, LPTSTR pData, UINT unSize, TCHAR cDelim );
 
     // Whether the file's position is not the reader's, which Position tells then.
     bool IsAhead() const noexcept { return m_fAhead; }
