@@ -150,7 +150,8 @@ private:
                          USHORT* puCopiedLast, CallReport& rReport );
     BOOL ReplaceFirst( LPTSTR* ppBuff, USHORT* pBufLen, LPCTSTR pAnswer, USHORT uCopiedLast );
     void CopyKeys( const MString& rDestination, USHORT uKeys );
-    BOOL RefreshTemporaryCopy( CallReport& rReport );
+    BOOL RefreshTemporaryCopy( LPCTSTR pFileName, CallReport& rReport );
+    BOOL MakeTemporaryFile( CallReport& rReport );
 
     void Share( const MConfig& rConfig );
     void Release();
