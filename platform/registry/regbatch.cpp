@@ -20,6 +20,14 @@ RegistryBatch* RegistryBatch::OfThread() noexcept
     return t_pBatch;
 }
 
+bool RegistryBatch::IsAbout( HKEY hKey ) noexcept
+{
+    if ( t_pBatch == nullptr )
+        return false;
+    const RegKeyUse aUse( hKey, 0 );
+    return aUse.GetError() == ERROR_SUCCESS && t_pBatch->m_pStore == &aUse.GetKey().GetStore();
+}
+
 void RegistryBatch::End() noexcept
 {
     if ( m_pStore == nullptr )
@@ -81,6 +89,7 @@ LONG RegistryBatch::TakeImage( RegImage*& rpImage )
         RegImage* pImage = nullptr;
         if ( const LONG lError = RegImage::Adopt( std::move( pBytes ), aWriter.GetSize(), pImage ) )
             return lError;
+        pImage->MarkAllGood();
         if ( m_pImage != nullptr )
             m_pImage->Release();
         m_pImage = pImage;

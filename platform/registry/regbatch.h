@@ -7,8 +7,8 @@
 //     ... // RegCreateKeyExA, RegSetValueExA and so on, on this thread
 //     return aBatch.Commit();
 //
-// Between Begin and Commit the calling thread's registry calls on that store see the changes; reading after a change costs
-// an image in memory, so changes should come in runs. Other threads and processes see what was there before, and wait
+// Between Begin and Commit the calling thread's registry calls on that store see the changes. Reading values and lists after
+// a change costs an image in memory, so changes should come in runs; opening, making and deleting does not. Other threads and processes see what was there before, and wait
 // when they want to write. Changes of another store give error 170 meanwhile.
 #pragma once
 
@@ -38,6 +38,8 @@ public:
 
     // For the calls: the calling thread's batch or null, and what it is about.
     static RegistryBatch* OfThread() noexcept;
+    // Whether it is about the store of a key: its tree knows more then than the image.
+    static bool IsAbout( HKEY hKey ) noexcept;
     const RegStore* GetStore() const noexcept { return m_pStore; }
     // Memory ran out in the middle of a change: none of them will be made.
     void Break() noexcept { m_fBroken = true; }

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -31,6 +32,21 @@ std::string FindHome()
         return pUser->pw_dir;
     return "";
 }
+
+// A folder that is there, or that is made, and found again after the machine has lost its power: what is flushed later is
+// in it.
+bool MakeOneFolder( const std::string& strFolder )
+{
+    if ( mkdir( strFolder.c_str(), 0700 ) != 0 )
+        return errno == EEXIST;
+    const int nParent = open( ( strFolder + "/.." ).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC );
+    if ( nParent >= 0 )
+    {
+        (void)fsync( nParent );
+        close( nParent );
+    }
+    return true;
+}
 } // namespace
 
 std::string FindUserRegFolder()
@@ -58,11 +74,10 @@ std::string FindMachineRegFolder()
 
 bool MakeRegFolder( const std::string& strFolder )
 {
-    if ( mkdir( strFolder.c_str(), 0700 ) == 0 || errno == EEXIST )
+    if ( MakeOneFolder( strFolder ) )
         return true;
     const size_t nParent = strFolder.rfind( '/' );
     if ( errno != ENOENT || nParent == std::string::npos || nParent == 0 )
         return false;
-    return MakeRegFolder( strFolder.substr( 0, nParent ) ) &&
-           ( mkdir( strFolder.c_str(), 0700 ) == 0 || errno == EEXIST );
+    return MakeRegFolder( strFolder.substr( 0, nParent ) ) && MakeOneFolder( strFolder );
 }

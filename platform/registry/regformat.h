@@ -19,6 +19,12 @@ constexpr size_t CHANGE_KINDS = 4;
 constexpr BYTE REG_IMAGE_MARK[8] = { 'B', 'X', 'R', 'E', 'G', '\r', '\n', 0x1A };
 constexpr DWORD REG_IMAGE_VERSION = 1;
 
+// The root's is the first.
+constexpr ULONGLONG FIRST_FREE_REG_ID = 2;
+
+// Numbers of images and keys stay below it, so that none ever runs over.
+constexpr ULONGLONG LAST_REG_NUMBER = 1ull << 62;
+
 enum RegImageFlags : DWORD
 {
     IMAGE_HAS_PASSING_KEYS = 1 // some keys are gone when the machine has started again

@@ -3,9 +3,11 @@
 #include "platform/registry/regname.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <new>
 #include <sys/mman.h>
+#include <unistd.h>
 
 namespace
 {
@@ -106,6 +108,17 @@ bool AreChildrenGood( const RegKeyView& rKey, ULONGLONG ullEnd ) noexcept
         ullEnd += rEntry.ullSize;
     }
     return ullEnd == rHead.ullSize;
+}
+
+// A subkey has a name that can be asked for, stands behind the one before, so that it is the only one of its name, and is
+// found. The first name comes after the empty one.
+bool IsChildFound( const RegKeyView& rKey, const RegKeyView& aChild, std::string_view aBefore ) noexcept
+{
+    const std::string_view aName = aChild.GetName();
+    RegKeyView aFound;
+    return IsRegNameBefore( aBefore, aName ) &&
+           aName.find_first_of( std::string_view( "\\\0", 2 ) ) == std::string_view::npos &&
+           rKey.FindChild( aName, aFound ) == ERROR_SUCCESS && aFound.GetBytes() == aChild.GetBytes();
 }
 } // namespace
 
@@ -261,6 +274,34 @@ LONG RegImage::Map( int nFile, ULONGLONG ullSize, RegImage*& rpImage ) noexcept
     return ERROR_NOT_ENOUGH_MEMORY;
 }
 
+LONG RegImage::Read( int nFile, ULONGLONG ullSize, RegImage*& rpImage ) noexcept
+{
+    rpImage = nullptr;
+    std::unique_ptr<BYTE[]> pBytes( new ( std::nothrow ) BYTE[ullSize] );
+    if ( pBytes == nullptr )
+        return ERROR_NOT_ENOUGH_MEMORY;
+    ULONGLONG ullDone = 0;
+    while ( ullDone < ullSize )
+    {
+        const ssize_t nRead =
+            pread( nFile, pBytes.get() + ullDone, ullSize - ullDone, static_cast<off_t>( ullDone ) );
+        if ( nRead < 0 && errno == EINTR )
+            continue;
+        if ( nRead <= 0 )
+            return ERROR_REGISTRY_IO_FAILED;
+        ullDone += static_cast<ULONGLONG>( nRead );
+    }
+    return Adopt( std::move( pBytes ), ullSize, rpImage );
+}
+
+LONG RegImage::FromFile( int nFile, const struct stat& rStatus, RegImage*& rpImage ) noexcept
+{
+    const ULONGLONG ullSize = static_cast<ULONGLONG>( rStatus.st_size );
+    const bool fOwn = ( rStatus.st_uid == geteuid() || rStatus.st_uid == 0 ) &&
+                      ( rStatus.st_mode & ( S_IWGRP | S_IWOTH ) ) == 0;
+    return fOwn ? Map( nFile, ullSize, rpImage ) : Read( nFile, ullSize, rpImage );
+}
+
 LONG RegImage::Adopt( std::unique_ptr<BYTE[]> pBytes, ULONGLONG ullSize, RegImage*& rpImage ) noexcept
 {
     rpImage = nullptr;
@@ -282,7 +323,7 @@ RegImage* RegImage::Empty() noexcept
     static RegImage* const pImage = []
     {
         g_aEmpty.aHead.ullFileSize = sizeof( g_aEmpty );
-        g_aEmpty.aHead.ullNextId = 2;
+        g_aEmpty.aHead.ullNextId = FIRST_FREE_REG_ID;
         g_aEmpty.aRoot.ullSize = g_aEmpty.aRoot.dwBlockSize = sizeof( RegKeyHead );
         g_aEmpty.aRoot.ullId = 1;
         RegImage* const pEmpty = new ( aStorage )
@@ -300,6 +341,8 @@ LONG RegImage::Open() noexcept
     constexpr size_t SUMMED_FROM = offsetof( RegImageHead, ullFileSize );
     if ( std::memcmp( rHead.aMark, REG_IMAGE_MARK, sizeof( REG_IMAGE_MARK ) ) != 0 ||
          rHead.dwVersion != REG_IMAGE_VERSION || rHead.ullFileSize != m_ullSize ||
+         rHead.ullNextId < FIRST_FREE_REG_ID || rHead.ullNextId >= LAST_REG_NUMBER ||
+         rHead.ullSequence >= LAST_REG_NUMBER ||
          rHead.ullChecksum != ChecksumOfReg( m_pBytes + SUMMED_FROM, sizeof( RegImageHead ) - SUMMED_FROM ) )
         return ERROR_REGISTRY_CORRUPT;
     m_pGood.reset( new ( std::nothrow ) std::atomic<BYTE>[m_ullSize / GOOD_BYTE + 1] {} );
@@ -358,20 +401,34 @@ bool RegImage::IsDataGood( const BYTE* pData, const RegValueEntry& rEntry ) cons
     return true;
 }
 
+// What is listed is found by its name.
+LONG RegImage::CheckValue( const RegKeyView& rKey, size_t nIndex ) const noexcept
+{
+    const std::string_view aName = rKey.GetValueName( nIndex );
+    RegValueView aFound{};
+    const LONG lError = rKey.FindValue( aName, aFound );
+    const bool fGood = lError == ERROR_SUCCESS && aFound.pEntry == rKey.GetValueEntries() + nIndex &&
+                       aName.find( '\0' ) == std::string_view::npos;
+    return fGood ? ERROR_SUCCESS : ERROR_REGISTRY_CORRUPT;
+}
+
 LONG RegImage::CheckTree( const RegKeyView& rKey, size_t nDepth ) const noexcept
 {
     if ( nDepth > DEEPEST_KEY )
         return ERROR_REGISTRY_CORRUPT;
     LONG lError = ERROR_SUCCESS;
-    RegValueView aValue;
     for ( size_t i = 0; i < rKey.GetHead().dwValues && lError == ERROR_SUCCESS; ++i )
-        lError = rKey.GetValue( i, aValue );
+        lError = CheckValue( rKey, i );
+    std::string_view aBefore;
     RegKeyView aChild;
     for ( size_t i = 0; i < rKey.GetHead().dwChildren && lError == ERROR_SUCCESS; ++i )
     {
         lError = rKey.GetChild( i, aChild );
-        if ( lError == ERROR_SUCCESS )
-            lError = CheckTree( aChild, nDepth + 1 );
+        if ( lError != ERROR_SUCCESS )
+            break;
+        lError =
+            IsChildFound( rKey, aChild, aBefore ) ? CheckTree( aChild, nDepth + 1 ) : ERROR_REGISTRY_CORRUPT;
+        aBefore = aChild.GetName();
     }
     return lError;
 }

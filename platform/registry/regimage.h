@@ -9,6 +9,7 @@
 #include <atomic>
 #include <memory>
 #include <string_view>
+#include <sys/stat.h>
 
 class RegImage;
 
@@ -58,9 +59,14 @@ private:
 class RegImage
 {
 public:
-    // What is in a file: mapped, so that only what is read is loaded. The descriptor stays the caller's.
+    // What is in a file, which stays the caller's. It is mapped, so that only what is used is loaded, where nobody but the
+    // user and root can change it in place; else it is read, so that what was checked stays as it is. Whoever puts an image
+    // into a mapped one's place has to rename it there: what is cut off a mapped file ends the process.
+    //   rStatus  the file's.
     //   rpImage  out: the caller's reference; null on failure.
+    static LONG FromFile( int nFile, const struct stat& rStatus, RegImage*& rpImage ) noexcept;
     static LONG Map( int nFile, ULONGLONG ullSize, RegImage*& rpImage ) noexcept;
+    static LONG Read( int nFile, ULONGLONG ullSize, RegImage*& rpImage ) noexcept;
     // Takes over bytes that were allocated with operator new[], at a multiple of eight; null is out of memory.
     static LONG Adopt( std::unique_ptr<BYTE[]> pBytes, ULONGLONG ullSize, RegImage*& rpImage ) noexcept;
     // The image of a store that nobody has written yet, with a reference for the caller.
@@ -93,6 +99,7 @@ private:
     LONG ViewKey( const BYTE* pKey, ULONGLONG ullSize, RegKeyView& rKey ) const noexcept;
     LONG CheckKey( const BYTE* pKey, ULONGLONG ullSize ) const noexcept;
     LONG CheckTree( const RegKeyView& rKey, size_t nDepth ) const noexcept;
+    LONG CheckValue( const RegKeyView& rKey, size_t nIndex ) const noexcept;
     bool IsDataGood( const BYTE* pData, const RegValueEntry& rEntry ) const noexcept;
 
     // One bit for each eight bytes: what begins there has been found good.

@@ -56,8 +56,6 @@ void FillHead( RegKeyHead& rHead, const RegTreeKey& rKey ) noexcept
     rHead.dwChildSlots = static_cast<DWORD>( CountRegSlots( rKey.aChildren.size() ) );
     rHead.dwValues = static_cast<DWORD>( rKey.aValues.size() );
     rHead.dwValueSlots = static_cast<DWORD>( CountRegSlots( rKey.aValues.size() ) );
-    rHead.dwLongestChild = rKey.dwLongestChild;
-    rHead.dwLongestChildClass = rKey.dwLongestChildClass;
 }
 
 void PutInSlot( RegSlot* pSlots, size_t nSlots, DWORD dwHash, size_t nEntry ) noexcept
@@ -95,14 +93,19 @@ ULONGLONG FillValues( RegKeyHead& rHead, RegValueEntry* pEntries, RegSlot* pSlot
     return ullOffset;
 }
 
-void FillChildren( const RegKeyHead& rHead, RegChildEntry* pEntries, RegSlot* pSlots, const RegTreeKey& rKey,
+void FillChildren( RegKeyHead& rHead, RegChildEntry* pEntries, RegSlot* pSlots, const RegTreeKey& rKey,
                    ULONGLONG ullOffset ) noexcept
 {
     for ( size_t i = 0; i < rKey.aChildren.size(); ++i )
     {
-        const ULONGLONG ullSize = SizeOf( rKey.aChildren[i] );
-        pEntries[i] = { ullOffset, ullSize, rKey.aChildren[i].dwHash, 0 };
-        PutInSlot( pSlots, rHead.dwChildSlots, rKey.aChildren[i].dwHash, i );
+        const RegTreeChild& rChild = rKey.aChildren[i];
+        const ULONGLONG ullSize = SizeOf( rChild );
+        pEntries[i] = { ullOffset, ullSize, rChild.dwHash, 0 };
+        PutInSlot( pSlots, rHead.dwChildSlots, rChild.dwHash, i );
+        rHead.dwLongestChild =
+            std::max( rHead.dwLongestChild, static_cast<DWORD>( rChild.GetName().size() ) );
+        rHead.dwLongestChildClass =
+            std::max( rHead.dwLongestChildClass, static_cast<DWORD>( rChild.GetClassName().size() ) );
         ullOffset += ullSize;
     }
 }
@@ -127,9 +130,7 @@ LONG RegImageWriter::PlanKey( RegTree& rTree, RegTreeKey& rKey )
 
 bool RegImageWriter::Measure( RegTreeKey& rKey )
 {
-    std::erase_if( rKey.aValues, []( const RegTreeValue& rValue ) { return rValue.fDeleted; } );
-    rKey.aValueSlots = {};
-    rKey.nIndexed = 0;
+    rKey.Settle();
     const size_t nChildren = rKey.aChildren.size();
     const size_t nValues = rKey.aValues.size();
     ULONGLONG ullBlock = sizeof( RegKeyHead ) + sizeof( RegChildEntry ) * nChildren +

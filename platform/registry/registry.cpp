@@ -6,6 +6,7 @@
 #include "platform/registry/regsecurity.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <strings.h>
@@ -43,9 +44,29 @@ void GiveTime( PFILETIME pOut, ULONGLONG ullTime ) noexcept
         *pOut = { static_cast<DWORD>( ullTime ), static_cast<DWORD>( ullTime >> 32 ) };
 }
 
-// Opens a key that is there. Error 2 when it is not.
+// Opens a key that is there, in the tree of the thread's batch, whose image would be made anew after each change. Error 2
+// when it is not.
+LONG OpenInBatch( HKEY hKey, std::string_view aSubKey, REGSAM dwAccess, PHKEY pResult )
+{
+    const RegKeyUse aUse( hKey, 0 );
+    if ( aUse.GetError() != ERROR_SUCCESS )
+        return aUse.GetError();
+    RegistryKey& rParent = aUse.GetKey();
+    RegChange aChange;
+    if ( const LONG lError = aChange.Begin( rParent ) )
+        return lError;
+    if ( const LONG lError = aChange.GetTree().GoDown( aChange.GetPath(), aSubKey ) )
+        return lError;
+    const ULONGLONG ullId = aSubKey.empty() ? rParent.GetId() : aChange.GetTreeKey().ullId;
+    return MakeKeyHandle( new RegistryKey( rParent.GetStore(), rParent.PathOf( aSubKey ), ullId ), dwAccess,
+                          pResult );
+}
+
+// The same, wherever the key is.
 LONG OpenThere( HKEY hKey, std::string_view aSubKey, REGSAM dwAccess, PHKEY pResult )
 {
+    if ( RegistryBatch::IsAbout( hKey ) )
+        return OpenInBatch( hKey, aSubKey, dwAccess, pResult );
     RegistryKey* pFound = nullptr;
     {
         const RegKeyReader aReader( hKey, 0 );
@@ -118,7 +139,7 @@ LONG MakeKey( HKEY hKey, std::string_view aSubKey, const NewKey& aNew, REGSAM dw
             return lError;
         const ULONGLONG ullId = aSubKey.empty() ? rParent.GetId() : aChange.GetTreeKey().ullId;
         pKey = new RegistryKey( rParent.GetStore(), rParent.PathOf( aSubKey ), ullId );
-        const LONG lError = aChange.Commit( 0 );
+        const LONG lError = fMade ? aChange.Commit( 0 ) : ERROR_SUCCESS;
         if ( lError != ERROR_SUCCESS )
         {
             pKey->Release();
@@ -165,6 +186,7 @@ LONG DeleteKey( HKEY hKey, std::string_view aSubKey )
     if ( aUse.GetError() != ERROR_SUCCESS )
         return aUse.GetError();
     // Nothing is written, and nobody waited for, when there is nothing to delete.
+    if ( !RegistryBatch::IsAbout( hKey ) )
     {
         const RegKeyReader aReader( hKey, 0 );
         RegKeyView aView;
@@ -178,16 +200,10 @@ LONG DeleteKey( HKEY hKey, std::string_view aSubKey )
         return lError;
     RegTree& rTree = aChange.GetTree();
     RegTreePath& rPath = aChange.GetPath();
-    std::string_view aName;
-    while ( TakeRegName( aSubKey, aName ) )
-    {
-        RegTreeKey* const pKey = rTree.FindChild( *rPath.back(), aName );
-        if ( pKey == nullptr )
-            return ERROR_FILE_NOT_FOUND;
-        rPath.push_back( pKey );
-    }
+    if ( const LONG lError = rTree.GoDown( rPath, aSubKey ) )
+        return lError;
     RegTreeKey* const pGone = rPath.back();
-    if ( rPath.size() == 1 || !pGone->aChildren.empty() )
+    if ( rPath.size() == 1 || pGone->HasChildren() )
         return ERROR_ACCESS_DENIED;
     rPath.pop_back();
     rTree.RemoveChild( *rPath.back(), *pGone );
@@ -199,7 +215,7 @@ LONG FlushFolder( const RegStorePaths& rPaths ) noexcept
 {
     const int nFolder = open( rPaths.strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC );
     if ( nFolder < 0 )
-        return ERROR_SUCCESS;
+        return errno == ENOENT || errno == ENOTDIR ? ERROR_SUCCESS : ERROR_REGISTRY_IO_FAILED;
     const bool fDone = fsync( nFolder ) == 0;
     close( nFolder );
     return fDone ? ERROR_SUCCESS : ERROR_REGISTRY_IO_FAILED;

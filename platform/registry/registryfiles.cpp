@@ -26,33 +26,14 @@ std::string PathOfFile( LPCSTR pFile )
     return strPath;
 }
 
-bool ReadWhole( int nFile, BYTE* pBytes, size_t nSize ) noexcept
-{
-    while ( nSize > 0 )
-    {
-        const ssize_t nRead = read( nFile, pBytes, nSize );
-        if ( nRead < 0 && errno == EINTR )
-            continue;
-        if ( nRead <= 0 )
-            return false;
-        pBytes += nRead;
-        nSize -= static_cast<size_t>( nRead );
-    }
-    return true;
-}
-
 // A file is read, and not mapped: it may be changed by others at any time.
 LONG ReadImage( int nFile, RegImageUse& rImage )
 {
     struct stat aStatus;
     if ( fstat( nFile, &aStatus ) != 0 || !S_ISREG( aStatus.st_mode ) )
         return ERROR_NOT_REGISTRY_FILE;
-    const size_t nSize = static_cast<size_t>( aStatus.st_size );
-    auto pBytes = std::make_unique<BYTE[]>( nSize );
-    if ( !ReadWhole( nFile, pBytes.get(), nSize ) )
-        return ERROR_REGISTRY_IO_FAILED;
     RegImage* pImage = nullptr;
-    LONG lError = RegImage::Adopt( std::move( pBytes ), nSize, pImage );
+    LONG lError = RegImage::Read( nFile, static_cast<ULONGLONG>( aStatus.st_size ), pImage );
     rImage.Set( pImage );
     if ( lError == ERROR_SUCCESS )
         lError = pImage->CheckAll();
@@ -116,20 +97,6 @@ bool FitsBelow( const RegImage& rImage, size_t nLevels ) noexcept
     return rImage.GetRoot( aRoot ) == ERROR_SUCCESS && DepthOf( aRoot ) + nLevels <= DEEPEST_KEY;
 }
 
-// Down from the last key of a path. Error 2: there is none.
-LONG GoDown( RegTree& rTree, RegTreePath& rPath, std::string_view aSubKey )
-{
-    std::string_view aName;
-    while ( TakeRegName( aSubKey, aName ) )
-    {
-        RegTreeKey* const pKey = rTree.FindChild( *rPath.back(), aName );
-        if ( pKey == nullptr )
-            return ERROR_FILE_NOT_FOUND;
-        rPath.push_back( pKey );
-    }
-    return ERROR_SUCCESS;
-}
-
 constexpr DWORD CONTENT_CHANGED = REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_LAST_SET |
                                   REG_NOTIFY_CHANGE_ATTRIBUTES | REG_NOTIFY_CHANGE_SECURITY;
 
@@ -179,7 +146,7 @@ LONG ReplaceContent( HKEY hKey, std::string_view aSubKey, const RegImage& rImage
     if ( const LONG lError = aChange.Begin( aUse.GetKey() ) )
         return lError;
     RegTree& rTree = aChange.GetTree();
-    if ( const LONG lError = GoDown( rTree, aChange.GetPath(), aSubKey ) )
+    if ( const LONG lError = rTree.GoDown( aChange.GetPath(), aSubKey ) )
         return lError;
     RegTreeKey& rKey = aChange.GetTreeKey();
     if ( !FitsBelow( rImage, aChange.GetPath().size() - 1 ) )

@@ -1,5 +1,6 @@
 // The registry's values.
 
+#include "platform/registry/regbatch.h"
 #include "platform/registry/regkey.h"
 #include "platform/registry/regname.h"
 
@@ -92,6 +93,18 @@ LONG RegSetValueExA( HKEY hKey, LPCSTR pValueName, DWORD dwReserved, DWORD dwTyp
         } );
 }
 
+namespace
+{
+// Nothing is written, and nobody waited for, when there is nothing to delete.
+LONG LookForValue( HKEY hKey, std::string_view aName ) noexcept
+{
+    const RegKeyReader aReader( hKey, KEY_SET_VALUE );
+    RegValueView aValue{};
+    return aReader.GetError() != ERROR_SUCCESS ? aReader.GetError()
+                                               : aReader.GetView().FindValue( aName, aValue );
+}
+} // namespace
+
 LONG RegDeleteValueA( HKEY hKey, LPCSTR pValueName )
 {
     return RunRegCall(
@@ -100,11 +113,16 @@ LONG RegDeleteValueA( HKEY hKey, LPCSTR pValueName )
             const RegKeyUse aUse( hKey, KEY_SET_VALUE );
             if ( aUse.GetError() != ERROR_SUCCESS )
                 return aUse.GetError();
+            const std::string_view aName = TextOf( pValueName );
+            if ( !RegistryBatch::IsAbout( hKey ) )
+            {
+                if ( const LONG lError = LookForValue( hKey, aName ) )
+                    return lError;
+            }
             RegChange aChange;
             if ( const LONG lError = aChange.Begin( aUse.GetKey() ) )
                 return lError;
-            RegTreeValue* const pValue =
-                aChange.GetTree().FindValue( aChange.GetTreeKey(), TextOf( pValueName ) );
+            RegTreeValue* const pValue = aChange.GetTree().FindValue( aChange.GetTreeKey(), aName );
             if ( pValue == nullptr )
                 return ERROR_FILE_NOT_FOUND;
             pValue->fDeleted = true;

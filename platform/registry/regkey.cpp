@@ -79,7 +79,7 @@ void ResetRegistryInChild()
     for ( const std::atomic<RegistryKey*>& rRoot : g_apRootKeys )
     {
         if ( RegistryKey* const pRoot = rRoot.load( std::memory_order_relaxed ) )
-            pRoot->ForgetInChild();
+            pRoot->AbandonInChild();
     }
 }
 
@@ -126,7 +126,10 @@ LONG MakeKeyHandle( RegistryKey* pKey, REGSAM dwAccess, PHKEY pResult ) noexcept
 
 // ---- a key ----------------------------------------------------------------------------------------------------------
 
-RegistryKey::~RegistryKey() = default;
+RegistryKey::~RegistryKey()
+{
+    m_rStore.Remove( *this );
+}
 
 std::string RegistryKey::PathOf( std::string_view aSubKey ) const
 {
@@ -175,9 +178,11 @@ LONG RegistryKey::Look( RegKeyView& rView ) noexcept
 void RegistryKey::Remember( RegImage* pImage, const RegKeyView& aView, ULONGLONG ullGeneration ) noexcept
 {
     pImage->AddReference();
+    Lock();
     m_aImage.Set( pImage );
     m_aView = aView;
     m_ullSeen = ullGeneration;
+    Unlock();
 }
 
 LONG RegistryKey::LookInTree( RegTree& rTree, RegTreePath& rPath ) const
@@ -200,21 +205,30 @@ LONG RegistryKey::LookInTree( RegTree& rTree, RegTreePath& rPath ) const
     return m_ullId == ANY_ID || rPath.back()->ullId == m_ullId ? ERROR_SUCCESS : ERROR_KEY_DELETED;
 }
 
+void RegistryKey::DropImage() noexcept
+{
+    if ( !TryEnterCriticalSection( &m_aLock ) )
+        return;
+    if ( !m_fInUse )
+    {
+        m_aImage.Set( nullptr );
+        m_ullSeen = 0;
+    }
+    LeaveCriticalSection( &m_aLock );
+}
+
 void RegistryKey::HandleClosed() noexcept
 {
     TellRegWatchesOfClose( *this );
 }
 
+// A lost thread may have been in the middle of finding the key: what it held is given up, and not given back.
 void RegistryKey::AbandonInChild() noexcept
 {
     AbandonRegWatchesInChild( *this );
-}
-
-// A lost thread may have been in the middle of finding the key: what it held is given up, and not given back.
-void RegistryKey::ForgetInChild() noexcept
-{
     new ( &m_aImage ) RegImageUse;
     m_ullSeen = 0;
+    m_fInUse = false;
 }
 
 // ---- uses -----------------------------------------------------------------------------------------------------------

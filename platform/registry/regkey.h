@@ -16,7 +16,7 @@ class RegWatch;
 
 // A key by its path and its number, so that a key of the same name that is made later is another one. What it was found
 // as in the image is kept until the image is replaced.
-class RegistryKey final : public KernelObject
+class RegistryKey final : public KernelObject, public RegImageKeeper
 {
 public:
     // A root, or a place below one: it need not be there, and has no number.
@@ -28,6 +28,7 @@ public:
           m_strPath( std::move( strPath ) ),
           m_ullId( ullId )
     {
+        m_rStore.Add( *this );
     }
 
     RegStore& GetStore() const noexcept { return m_rStore; }
@@ -45,18 +46,30 @@ public:
     // In the tree of a writer: from the root to the key. Missing keys are made for ANY_ID.
     LONG LookInTree( RegTree& rTree, RegTreePath& rPath ) const;
 
-    void Lock() noexcept { EnterCriticalSection( &m_aLock ); }
-    void Unlock() noexcept { LeaveCriticalSection( &m_aLock ); }
+    void Lock() noexcept
+    {
+        EnterCriticalSection( &m_aLock );
+        m_fInUse = true;
+    }
+    void Unlock() noexcept
+    {
+        m_fInUse = false;
+        LeaveCriticalSection( &m_aLock );
+    }
     ULONGLONG GetSeen() const noexcept { return m_ullSeen; }
     RegImage* GetImage() const noexcept { return m_aImage.Get(); }
 
-    // With the key locked; the list is the notifications' own.
+    // With the key locked; the list is the notifications' own. A key whose handle was closed gets no more of them.
     RegWatch*& GetWatches() noexcept { return m_pWatches; }
+    bool IsClosed() const noexcept { return m_fClosed; }
+    void MarkClosed() noexcept { m_fClosed = true; }
 
+    // Unless the key is locked, by this thread or another one.
+    void DropImage() noexcept override;
     // Sets the events of its watches.
     void HandleClosed() noexcept override;
+    // For the keys of the roots, too, which stay.
     void AbandonInChild() noexcept override;
-    void ForgetInChild() noexcept;
 
 private:
     ~RegistryKey() override;
@@ -69,6 +82,8 @@ private:
     RegKeyView m_aView;
     ULONGLONG m_ullSeen = 0; // the generation that m_aView is of
     RegWatch* m_pWatches = nullptr;
+    bool m_fClosed = false;
+    bool m_fInUse = false; // the lock alone would let its own thread in once more
 };
 
 // A use of a key by its handle, a root's included. The last error is left alone.

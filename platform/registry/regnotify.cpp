@@ -27,11 +27,15 @@ private:
     RegistryKey& m_rKey;
 };
 
-void Insert( RegistryKey& rKey, RegWatch& rWatch ) noexcept
+// Error 6: the key's handle was closed meanwhile, and nobody would tell the watch.
+LONG Insert( RegistryKey& rKey, RegWatch& rWatch ) noexcept
 {
     const LockedKey aLocked( rKey );
+    if ( rKey.IsClosed() )
+        return ERROR_INVALID_HANDLE;
     rWatch.m_pNext = rKey.GetWatches();
     rKey.GetWatches() = &rWatch;
+    return ERROR_SUCCESS;
 }
 
 void Remove( RegistryKey& rKey, const RegWatch& rWatch ) noexcept
@@ -68,47 +72,57 @@ RegWatch* TakeWatches( RegistryKey& rKey, bool fAll ) noexcept
     return pTaken;
 }
 
-LONG SequenceOf( HKEY hKey, ULONGLONG& rullSequence ) noexcept
+// Of the store's image, also where the thread has a batch: what is in that is not there yet.
+LONG SequenceOf( RegistryKey& rKey, ULONGLONG& rullSequence ) noexcept
 {
-    const RegKeyReader aReader( hKey, KEY_NOTIFY );
-    if ( aReader.GetError() == ERROR_SUCCESS )
-        rullSequence = aReader.GetImage()->GetHead().ullSequence;
-    return aReader.GetError();
+    const LockedKey aLocked( rKey );
+    RegKeyView aView;
+    const LONG lError = rKey.Look( aView );
+    if ( lError == ERROR_SUCCESS )
+        rullSequence = rKey.GetImage()->GetHead().ullSequence;
+    return lError;
 }
 
-LONG Arm( HKEY hKey, RegWatch& rWatch ) noexcept
+LONG Arm( RegistryKey& rKey, RegWatch& rWatch ) noexcept
 {
     if ( const LONG lError = rWatch.Open() )
         return lError;
     ULONGLONG ullSequence = 0;
-    if ( const LONG lError = SequenceOf( hKey, ullSequence ) )
+    if ( const LONG lError = SequenceOf( rKey, ullSequence ) )
         return lError;
     rWatch.SetSequence( ullSequence );
     return ERROR_SUCCESS;
 }
 
-LONG WaitHere( HKEY hKey, RegistryKey& rKey, RegWatch& rWatch ) noexcept
+LONG WaitHere( RegistryKey& rKey, DWORD dwKinds, bool fSubtree )
 {
-    if ( const LONG lError = Arm( hKey, rWatch ) )
+    // Not on the stack, which the child of a fork by another thread would not have.
+    const auto pWatch = std::make_unique<RegWatch>( rKey, dwKinds, fSubtree );
+    if ( const LONG lError = pWatch->OpenToWait() )
         return lError;
-    Insert( rKey, rWatch );
-    rWatch.Wait();
-    Remove( rKey, rWatch );
+    if ( const LONG lError = Arm( rKey, *pWatch ) )
+        return lError;
+    if ( const LONG lError = Insert( rKey, *pWatch ) )
+        return lError;
+    pWatch->Wait();
+    Remove( rKey, *pWatch );
     return ERROR_SUCCESS;
 }
 
-LONG HaveEventSet( HKEY hKey, RegistryKey& rKey, HANDLE hEvent, DWORD dwKinds, bool fSubtree )
+LONG HaveEventSet( RegistryKey& rKey, HANDLE hEvent, DWORD dwKinds, bool fSubtree )
 {
     const HandleUse aEvent( hEvent, KIND_EVENT, EVENT_MODIFY_STATE );
     if ( !aEvent.IsGood() )
         return static_cast<LONG>( GetLastError() );
     auto pWatch = std::make_unique<RegWatch>( rKey, dwKinds, fSubtree );
-    if ( const LONG lError = Arm( hKey, *pWatch ) )
+    if ( const LONG lError = Arm( rKey, *pWatch ) )
         return lError;
     if ( const LONG lError = pWatch->Attach( *aEvent.GetObject<Event>() ) )
         return lError;
-    Insert( rKey, *pWatch.release() );
-    return ERROR_SUCCESS;
+    const LONG lError = Insert( rKey, *pWatch );
+    if ( lError == ERROR_SUCCESS )
+        (void)pWatch.release();
+    return lError;
 }
 } // namespace
 
@@ -137,11 +151,16 @@ LONG RegWatch::Open() noexcept
     if ( pPaths == nullptr )
         return ERROR_PATH_NOT_FOUND;
     m_nChanges = inotify_init1( IN_NONBLOCK | IN_CLOEXEC );
-    m_nClosed = eventfd( 0, EFD_NONBLOCK | EFD_CLOEXEC );
-    if ( m_nChanges < 0 || m_nClosed < 0 || !MakeRegFolder( pPaths->strFolder ) ||
+    if ( m_nChanges < 0 || !MakeRegFolder( pPaths->strFolder ) ||
          inotify_add_watch( m_nChanges, pPaths->strFolder.c_str(), IN_MOVED_TO ) < 0 )
         return static_cast<LONG>( ErrnoToWin32( errno ) );
     return ERROR_SUCCESS;
+}
+
+LONG RegWatch::OpenToWait() noexcept
+{
+    m_nClosed = eventfd( 0, EFD_NONBLOCK | EFD_CLOEXEC );
+    return m_nClosed >= 0 ? ERROR_SUCCESS : static_cast<LONG>( ErrnoToWin32( errno ) );
 }
 
 LONG RegWatch::Attach( Event& rEvent ) noexcept
@@ -151,18 +170,19 @@ LONG RegWatch::Attach( Event& rEvent ) noexcept
     return rEvent.AttachFeeder( *this ) ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY;
 }
 
+// What told of the change is used up: where it cannot be looked at now, a wake-up too many is better than none.
 bool RegWatch::HasChanged() const noexcept
 {
+    m_rKey.GetStore().LookAtPage();
     RegImage* pImage = nullptr;
     ULONGLONG ullGeneration = 0;
     if ( m_rKey.GetStore().TakeImage( pImage, ullGeneration ) != ERROR_SUCCESS )
-        return false;
+        return true;
     RegImageUse aImage;
     aImage.Set( pImage );
     RegKeyView aView;
-    const LONG lError = m_rKey.Find( *pImage, aView );
-    if ( lError != ERROR_SUCCESS )
-        return lError == ERROR_KEY_DELETED;
+    if ( m_rKey.Find( *pImage, aView ) != ERROR_SUCCESS )
+        return true;
     const ULONGLONG* const pullChanged =
         m_fSubtree ? aView.GetHead().aullChangedBelow : aView.GetHead().aullChanged;
     for ( size_t nKind = 0; nKind < CHANGE_KINDS; ++nKind )
@@ -204,6 +224,10 @@ void RegWatch::TellClosed() noexcept
 
 void TellRegWatchesOfClose( RegistryKey& rKey ) noexcept
 {
+    {
+        const LockedKey aLocked( rKey );
+        rKey.MarkClosed();
+    }
     RegWatch* pWatch = TakeWatches( rKey, true );
     while ( pWatch != nullptr )
     {
@@ -242,8 +266,7 @@ LONG RegNotifyChangeKeyValue( HKEY hKey, BOOL fSubtree, DWORD dwFilter, HANDLE h
                 pOver = pTaken->m_pNext;
             }
             if ( fAsynchronous )
-                return HaveEventSet( hKey, aUse.GetKey(), hEvent, dwKinds, fSubtree != FALSE );
-            RegWatch aWatch( aUse.GetKey(), dwKinds, fSubtree != FALSE );
-            return WaitHere( hKey, aUse.GetKey(), aWatch );
+                return HaveEventSet( aUse.GetKey(), hEvent, dwKinds, fSubtree != FALSE );
+            return WaitHere( aUse.GetKey(), dwKinds, fSubtree != FALSE );
         } );
 }

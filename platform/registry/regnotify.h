@@ -24,6 +24,8 @@ public:
     // From now on the descriptor tells of changes; of those after this image, once the sequence is set.
     LONG Open() noexcept;
     void SetSequence( ULONGLONG ullSequence ) noexcept { m_ullSequence = ullSequence; }
+    // For a watch without an event: the close of the key's handle ends its wait.
+    LONG OpenToWait() noexcept;
     // Sets an event when it fires. Error 8: out of memory.
     LONG Attach( Event& rEvent ) noexcept;
     // Waits until it fires, or the key's handle is closed.

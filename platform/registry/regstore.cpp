@@ -104,10 +104,30 @@ void RegStore::FindPage() noexcept
     if ( pBytes == MAP_FAILED )
         return;
     const RegChangesPage* const pPage = static_cast<const RegChangesPage*>( pBytes );
-    if ( std::memcmp( pPage->aMark, REG_CHANGES_MARK, sizeof( REG_CHANGES_MARK ) ) == 0 )
-        m_pPage.store( pPage, std::memory_order_release );
-    else
+    if ( std::memcmp( pPage->aMark, REG_CHANGES_MARK, sizeof( REG_CHANGES_MARK ) ) != 0 )
+    {
         munmap( pBytes, REG_CHANGES_SIZE );
+        return;
+    }
+    m_aPageFile = RegFileIdentity::Of( aStatus );
+    m_pPage.store( pPage, std::memory_order_release );
+}
+
+void RegStore::LookAtPage() noexcept
+{
+    const int nSavedErrno = errno;
+    const LockedScope aLocked( m_aLock );
+    m_nLooked.store( GetSeconds(), std::memory_order_relaxed );
+    struct stat aStatus;
+    if ( m_pPaths != nullptr && m_pPage.load( std::memory_order_relaxed ) != nullptr &&
+         ( stat( m_pPaths->strChanges.c_str(), &aStatus ) != 0 || aStatus.st_dev != m_aPageFile.nDevice ||
+           aStatus.st_ino != m_aPageFile.nFile ) )
+    {
+        m_pPage.store( nullptr, std::memory_order_release );
+        m_ullGeneration = 0;
+        FindPage();
+    }
+    errno = nSavedErrno;
 }
 
 LONG RegStore::TakeImage( RegImage*& rpImage, ULONGLONG& rullGeneration ) noexcept
@@ -148,8 +168,28 @@ LONG RegStore::TakeNewestImage( RegImage*& rpImage ) noexcept
     return ERROR_SUCCESS;
 }
 
+void RegStore::Add( RegImageKeeper& rKeeper ) noexcept
+{
+    const LockedScope aLocked( m_aLock );
+    rKeeper.m_pNext = m_pKeepers;
+    rKeeper.m_ppThis = &m_pKeepers;
+    if ( m_pKeepers != nullptr )
+        m_pKeepers->m_ppThis = &rKeeper.m_pNext;
+    m_pKeepers = &rKeeper;
+}
+
+void RegStore::Remove( RegImageKeeper& rKeeper ) noexcept
+{
+    const LockedScope aLocked( m_aLock );
+    *rKeeper.m_ppThis = rKeeper.m_pNext;
+    if ( rKeeper.m_pNext != nullptr )
+        rKeeper.m_pNext->m_ppThis = rKeeper.m_ppThis;
+}
+
 LONG RegStore::Keep( RegImage* pImage, LONG lError, const RegFileIdentity& aIdentity ) noexcept
 {
+    for ( RegImageKeeper* pKeeper = m_pKeepers; pKeeper != nullptr; pKeeper = pKeeper->m_pNext )
+        pKeeper->DropImage();
     if ( m_pImage != nullptr )
         m_pImage->Release();
     m_pImage = pImage;
@@ -191,9 +231,8 @@ LONG RegStore::LoadFrom( int nFile ) noexcept
     if ( fstat( nFile, &aStatus ) != 0 )
         return static_cast<LONG>( ErrnoToWin32( errno ) );
     RegImage* pImage = nullptr;
-    LONG lError = S_ISREG( aStatus.st_mode )
-                      ? RegImage::Map( nFile, static_cast<ULONGLONG>( aStatus.st_size ), pImage )
-                      : ERROR_REGISTRY_CORRUPT;
+    LONG lError =
+        S_ISREG( aStatus.st_mode ) ? RegImage::FromFile( nFile, aStatus, pImage ) : ERROR_REGISTRY_CORRUPT;
     try
     {
         if ( pImage != nullptr && HasKeysOfLastStart( pImage->GetHead() ) )
@@ -207,6 +246,34 @@ LONG RegStore::LoadFrom( int nFile ) noexcept
     if ( lError != ERROR_SUCCESS && lError != ERROR_REGISTRY_CORRUPT )
         return lError;
     return Keep( pImage, lError, RegFileIdentity::Of( aStatus ) );
+}
+
+int RegStore::OpenLockFile( mode_t nMode ) noexcept
+{
+    const LockedScope aLocked( m_aLock );
+    CloseLockFile();
+    const int nFile = open( m_pPaths->strChanges.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, nMode );
+    m_nLockFile.store( nFile );
+    return nFile;
+}
+
+void RegStore::CloseLockFile() noexcept
+{
+    const LockedScope aLocked( m_aLock );
+    const int nFile = m_nLockFile.exchange( -1 );
+    if ( nFile >= 0 )
+        close( nFile );
+}
+
+RegChangesPage* RegStore::MapLockFile() noexcept
+{
+    const LockedScope aLocked( m_aLock );
+    void* const pBytes =
+        mmap( nullptr, REG_CHANGES_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, m_nLockFile.load(), 0 );
+    if ( pBytes == MAP_FAILED )
+        return nullptr;
+    (void)madvise( pBytes, REG_CHANGES_SIZE, MADV_DONTFORK );
+    return static_cast<RegChangesPage*>( pBytes );
 }
 
 // ---- fork and tests -------------------------------------------------------------------------------------------------
@@ -225,9 +292,7 @@ void RegStore::UnlockAfterFork() noexcept
 // descriptor was closed, too.
 void RegStore::ResetInChild() noexcept
 {
-    const int nFile = m_nLockFile.exchange( -1 );
-    if ( nFile >= 0 )
-        close( nFile );
+    CloseLockFile();
     UnlockAfterFork();
 }
 
@@ -241,8 +306,11 @@ void RegStore::Forget() noexcept
     m_pPaths = nullptr;
 }
 
+// What is made on first use is made before the process forks: the child could wait for a lost thread to finish it.
 void LockRegStores()
 {
+    GetRegBoot();
+    RegImage::Empty()->Release();
     for ( RegStore& rStore : g_aStores )
         rStore.LockForFork();
 }

@@ -8,6 +8,7 @@
 #include "platform/registry/regimage.h"
 
 #include <atomic>
+#include <ctime>
 #include <string>
 #include <sys/stat.h>
 
@@ -42,6 +43,24 @@ struct RegFileIdentity
     bool operator==( const RegFileIdentity& rOther ) const noexcept;
 };
 
+// Whoever keeps an image beside the store: an old one needs as much memory, and room on the disk, as the newest.
+class RegImageKeeper
+{
+public:
+    // Called with the store's lock held; does not wait.
+    virtual void DropImage() noexcept = 0;
+
+protected:
+    RegImageKeeper() = default;
+    ~RegImageKeeper() = default;
+
+private:
+    friend class RegStore;
+
+    RegImageKeeper* m_pNext = nullptr;
+    RegImageKeeper** m_ppThis = nullptr; // what leads to this one
+};
+
 class RegStore
 {
 public:
@@ -54,14 +73,20 @@ public:
     RegStore& operator=( const RegStore& ) = delete;
 
     // What the image is the newest of; 0 when only a look at the file can tell.
-    ULONGLONG GetGeneration() const noexcept
+    ULONGLONG GetGeneration() noexcept
     {
+        if ( m_nLooked.load( std::memory_order_relaxed ) != GetSeconds() ) [[unlikely]]
+            LookAtPage();
         const ULONGLONG ullGeneration = ReadPage();
         return ullGeneration % 2 == 0 ? ullGeneration : 0;
     }
 
     // The newest image, for which the caller gets a reference, and its generation.
     LONG TakeImage( RegImage*& rpImage, ULONGLONG& rullGeneration ) noexcept;
+
+    // Notices that the page is another file now, or none: somebody has put the folder back from elsewhere. Readers look
+    // once in a second.
+    void LookAtPage() noexcept;
 
     // For writers, who hold the store's lock: the same, whatever the page says.
     LONG TakeNewestImage( RegImage*& rpImage ) noexcept;
@@ -73,8 +98,17 @@ public:
     void Install( RegImage* pImage, const RegFileIdentity& aIdentity, ULONGLONG ullGeneration ) noexcept;
 
     CRITICAL_SECTION& GetWriteLock() noexcept { return m_aWriteLock; }
-    // The writer's lock is taken through this descriptor, or -1.
-    std::atomic<int> m_nLockFile{ -1 };
+    // The writer's lock is taken through this descriptor; -1 when it is not open. A fork comes neither between the opening
+    // and the remembering nor between the forgetting and the closing: the child's copy would keep the lock taken.
+    int OpenLockFile( mode_t nMode ) noexcept;
+    void CloseLockFile() noexcept;
+    // The page, to be written; null: no memory. A mapping keeps the lock as a descriptor does, so the child gets none.
+    RegChangesPage* MapLockFile() noexcept;
+    int GetLockFile() const noexcept { return m_nLockFile.load(); }
+
+    // Who keeps an image is asked to let go of it when a newer one is there.
+    void Add( RegImageKeeper& rKeeper ) noexcept;
+    void Remove( RegImageKeeper& rKeeper ) noexcept;
 
     void LockForFork() noexcept;
     void UnlockAfterFork() noexcept;
@@ -83,6 +117,7 @@ public:
     void Forget() noexcept;
 
 private:
+    static time_t GetSeconds() noexcept;
     ULONGLONG ReadPage() const noexcept;
     void FindPage() noexcept;
     LONG Reload() noexcept;
@@ -91,15 +126,26 @@ private:
 
     const char* const m_pName;
     const bool m_fOfMachine;
+    std::atomic<int> m_nLockFile{ -1 };
+    std::atomic<time_t> m_nLooked{ 0 };                    // at the page
     std::atomic<const RegChangesPage*> m_pPage{ nullptr }; // never unmapped: readers hold no lock
     CRITICAL_SECTION m_aWriteLock{};                       // for one writer of this process at a time
     CRITICAL_SECTION m_aLock{};                            // guards what follows
     RegStorePaths* m_pPaths = nullptr;
+    RegImageKeeper* m_pKeepers = nullptr;
+    RegFileIdentity m_aPageFile{};
     RegImage* m_pImage = nullptr;
     LONG m_lError = ERROR_SUCCESS; // why there is no image
     RegFileIdentity m_aIdentity{};
     ULONGLONG m_ullGeneration = 0;
 };
+
+inline time_t RegStore::GetSeconds() noexcept
+{
+    timespec aNow;
+    clock_gettime( CLOCK_MONOTONIC_COARSE, &aNow );
+    return aNow.tv_sec;
+}
 
 inline ULONGLONG RegStore::ReadPage() const noexcept
 {

@@ -30,7 +30,8 @@ bool MayWrite( const std::string& strPath, struct stat& rStatus ) noexcept
 {
     if ( stat( strPath.c_str(), &rStatus ) != 0 )
         return true;
-    return ( rStatus.st_mode & ANY_WRITE ) != 0 && access( strPath.c_str(), W_OK ) == 0;
+    return ( rStatus.st_mode & ANY_WRITE ) != 0 &&
+           faccessat( AT_FDCWD, strPath.c_str(), W_OK, AT_EACCESS ) == 0;
 }
 
 LONG CheckRights( const RegStorePaths& rPaths ) noexcept
@@ -42,11 +43,20 @@ LONG CheckRights( const RegStorePaths& rPaths ) noexcept
 }
 
 // Whoever may write into the folder may write the file.
-void FollowFolder( int nFile, const RegStorePaths& rPaths ) noexcept
+mode_t ModeOfFiles( const RegStorePaths& rPaths ) noexcept
 {
     struct stat aFolder;
-    if ( stat( rPaths.strFolder.c_str(), &aFolder ) == 0 )
-        (void)fchmod( nFile, aFolder.st_mode & READ_AND_WRITE );
+    return stat( rPaths.strFolder.c_str(), &aFolder ) == 0 ? aFolder.st_mode & READ_AND_WRITE : 0600;
+}
+
+// Where the user's mask, or a change of the folder's mode, has made a difference.
+void FollowFolder( int nFile, const RegStorePaths& rPaths ) noexcept
+{
+    struct stat aStatus;
+    const mode_t nMode = ModeOfFiles( rPaths );
+    if ( fstat( nFile, &aStatus ) == 0 && aStatus.st_uid == geteuid() &&
+         ( aStatus.st_mode & READ_AND_WRITE ) != nMode )
+        (void)fchmod( nFile, nMode );
 }
 
 // The new image belongs to whom the old one does, as far as the user can give it away.
@@ -106,16 +116,14 @@ LONG RegStoreLock::Take( RegStore& rStore )
 }
 
 // The file may have been removed, and made anew by another writer, before the lock was had.
-LONG RegStoreLock::Open( const RegStorePaths& rPaths )
+LONG RegStoreLock::Open( const RegStorePaths& rPaths ) noexcept
 {
     do
     {
-        const int nFile = open( rPaths.strChanges.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600 );
+        const int nFile = m_pStore->OpenLockFile( ModeOfFiles( rPaths ) );
         if ( nFile < 0 )
             return FromErrno();
-        const int nOld = m_pStore->m_nLockFile.exchange( nFile );
-        if ( nOld >= 0 )
-            close( nOld );
+        FollowFolder( nFile, rPaths );
         if ( !WaitForLock( nFile ) )
             return FromErrno();
     } while ( !IsStillTheFile( rPaths ) );
@@ -126,14 +134,14 @@ bool RegStoreLock::IsStillTheFile( const RegStorePaths& rPaths ) const noexcept
 {
     struct stat aOpened;
     struct stat aNamed;
-    return fstat( m_pStore->m_nLockFile.load(), &aOpened ) == 0 &&
+    return fstat( m_pStore->GetLockFile(), &aOpened ) == 0 &&
            stat( rPaths.strChanges.c_str(), &aNamed ) == 0 && aOpened.st_dev == aNamed.st_dev &&
            aOpened.st_ino == aNamed.st_ino;
 }
 
 LONG RegStoreLock::MapPage() noexcept
 {
-    const int nFile = m_pStore->m_nLockFile.load();
+    const int nFile = m_pStore->GetLockFile();
     struct stat aStatus;
     if ( fstat( nFile, &aStatus ) != 0 )
         return FromErrno();
@@ -142,12 +150,10 @@ LONG RegStoreLock::MapPage() noexcept
         // All of it is there before it is mapped: a full disk must give an error and no signal.
         if ( const int nError = posix_fallocate( nFile, 0, static_cast<off_t>( REG_CHANGES_SIZE ) ) )
             return static_cast<LONG>( ErrnoToWin32( nError ) );
-        FollowFolder( nFile, *m_pStore->GetPaths() );
     }
-    void* const pBytes = mmap( nullptr, REG_CHANGES_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, nFile, 0 );
-    if ( pBytes == MAP_FAILED )
+    m_pPage = m_pStore->MapLockFile();
+    if ( m_pPage == nullptr )
         return ERROR_NOT_ENOUGH_MEMORY;
-    m_pPage = static_cast<RegChangesPage*>( pBytes );
     if ( std::memcmp( m_pPage->aMark, REG_CHANGES_MARK, sizeof( REG_CHANGES_MARK ) ) != 0 )
     {
         m_pPage->ullGeneration.store( FirstGeneration(), std::memory_order_release );
@@ -161,12 +167,10 @@ void RegStoreLock::Leave() noexcept
 {
     if ( m_pStore == nullptr )
         return;
-    if ( m_pPage != nullptr )
+    if ( m_pPage != nullptr && IsHeld() )
         munmap( m_pPage, REG_CHANGES_SIZE );
     m_pPage = nullptr;
-    const int nFile = m_pStore->m_nLockFile.exchange( -1 );
-    if ( nFile >= 0 )
-        close( nFile );
+    m_pStore->CloseLockFile();
     LeaveCriticalSection( &m_pStore->GetWriteLock() );
     m_pStore = nullptr;
 }
@@ -220,7 +224,7 @@ LONG RegTransaction::Commit()
         if ( lError == ERROR_SUCCESS && fdatasync( nFile ) != 0 )
             lError = FromErrno();
         if ( lError == ERROR_SUCCESS )
-            lError = Replace( nFile, aWriter );
+            lError = Replace( nFile );
         if ( lError != ERROR_SUCCESS )
             unlink( rPaths.strNext.c_str() );
         close( nFile );
@@ -229,14 +233,14 @@ LONG RegTransaction::Commit()
     return lError;
 }
 
-LONG RegTransaction::Replace( int nFile, RegImageWriter& rWriter )
+LONG RegTransaction::Replace( int nFile )
 {
     const RegStorePaths& rPaths = *m_pStore->GetPaths();
     struct stat aStatus;
     RegImage* pImage = nullptr;
     if ( fstat( nFile, &aStatus ) != 0 )
         return FromErrno();
-    if ( const LONG lError = RegImage::Map( nFile, rWriter.GetSize(), pImage ) )
+    if ( const LONG lError = RegImage::FromFile( nFile, aStatus, pImage ) )
         return lError;
     pImage->MarkAllGood();
     unlink( rPaths.strPrevious.c_str() );

@@ -6,8 +6,6 @@
 
 #include <memory>
 
-class RegImageWriter;
-
 // The writer's lock of a store, among threads and processes; it ends with the process that holds it.
 class RegStoreLock
 {
@@ -21,7 +19,7 @@ public:
     LONG Take( RegStore& rStore );
     void Leave() noexcept;
     // False in the child of a fork under the lock, which does not have it.
-    bool IsHeld() const noexcept { return m_pStore != nullptr && m_pStore->m_nLockFile.load() >= 0; }
+    bool IsHeld() const noexcept { return m_pStore != nullptr && m_pStore->GetLockFile() >= 0; }
 
     // Around the moment at which a new image takes the old one's place.
     void BeginReplacing() noexcept;
@@ -29,7 +27,7 @@ public:
     ULONGLONG EndReplacing() noexcept;
 
 private:
-    LONG Open( const RegStorePaths& rPaths );
+    LONG Open( const RegStorePaths& rPaths ) noexcept;
     bool IsStillTheFile( const RegStorePaths& rPaths ) const noexcept;
     LONG MapPage() noexcept;
 
@@ -51,7 +49,7 @@ public:
     LONG Commit();
 
 private:
-    LONG Replace( int nFile, RegImageWriter& rWriter );
+    LONG Replace( int nFile );
 
     RegStore* m_pStore = nullptr;
     RegStoreLock m_aLock;

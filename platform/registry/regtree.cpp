@@ -103,6 +103,12 @@ std::string_view RegArena::Keep( std::string_view aText )
     return { reinterpret_cast<const char*>( pKept ), aText.size() };
 }
 
+void RegSlots::Clear() noexcept
+{
+    m_aSlots.clear();
+    m_nIndexed = 0;
+}
+
 void RegSlots::Add( DWORD dwHash, size_t nEntry ) noexcept
 {
     if ( m_aSlots.empty() )
@@ -114,7 +120,60 @@ void RegSlots::Add( DWORD dwHash, size_t nEntry ) noexcept
     m_aSlots[nSlot] = static_cast<RegSlot>( nEntry + 1 );
 }
 
+template <class Entry>
+void RegSlots::Index( const std::vector<Entry>& aEntries )
+{
+    if ( CountRegSlots( aEntries.size() ) > m_aSlots.size() )
+    {
+        m_aSlots.assign( 2 * CountRegSlots( aEntries.size() ), 0 );
+        m_nIndexed = 0;
+    }
+    for ( ; m_nIndexed < aEntries.size(); ++m_nIndexed )
+        Add( aEntries[m_nIndexed].dwHash, m_nIndexed );
+}
+
+template <class Entry, class NameOf>
+Entry* RegSlots::Find( std::vector<Entry>& rEntries, std::string_view aName, NameOf aNameOf )
+{
+    Index( rEntries );
+    const DWORD dwHash = HashRegName( aName );
+    const auto IsIt = [&]( const Entry& rEntry )
+    { return rEntry.dwHash == dwHash && !rEntry.fDeleted && IsSameRegName( aNameOf( rEntry ), aName ); };
+    if ( m_aSlots.empty() )
+    {
+        const auto pFound = std::find_if( rEntries.begin(), rEntries.end(), IsIt );
+        return pFound != rEntries.end() ? &*pFound : nullptr;
+    }
+    const size_t nLast = m_aSlots.size() - 1;
+    for ( size_t nSlot = dwHash & nLast; m_aSlots[nSlot] != 0; nSlot = ( nSlot + 1 ) & nLast )
+    {
+        if ( IsIt( rEntries[m_aSlots[nSlot] - 1] ) )
+            return &rEntries[m_aSlots[nSlot] - 1];
+    }
+    return nullptr;
+}
+
 // ---- keys -----------------------------------------------------------------------------------------------------------
+
+bool RegTreeKey::HasChildren() const noexcept
+{
+    return !std::all_of( aChildren.begin(), aChildren.end(),
+                         []( const RegTreeChild& rChild ) { return rChild.fDeleted; } );
+}
+
+void RegTreeKey::Settle() noexcept
+{
+    const auto IsBefore = []( const RegTreeChild& rLeft, const RegTreeChild& rRight )
+    { return IsRegNameBefore( rLeft.GetName(), rRight.GetName() ); };
+    const auto pAdded = aChildren.begin() + static_cast<std::ptrdiff_t>( nSorted );
+    std::sort( pAdded, aChildren.end(), IsBefore );
+    std::inplace_merge( aChildren.begin(), pAdded, aChildren.end(), IsBefore );
+    std::erase_if( aChildren, []( const RegTreeChild& rChild ) { return rChild.fDeleted; } );
+    nSorted = aChildren.size();
+    aChildSlots.Clear();
+    std::erase_if( aValues, []( const RegTreeValue& rValue ) { return rValue.fDeleted; } );
+    aValueSlots.Clear();
+}
 
 LONG RegTree::Load( const RegImage& rImage )
 {
@@ -148,12 +207,12 @@ void RegTree::TakeOut( RegTreeKey& rKey, const RegKeyView& aView )
     std::copy( std::begin( rHead.aullChangedBelow ), std::end( rHead.aullChangedBelow ),
                rKey.aullChangedBelow );
     rKey.dwFlags = rHead.dwFlags;
-    rKey.dwLongestChild = rHead.dwLongestChild;
-    rKey.dwLongestChildClass = rHead.dwLongestChildClass;
     CopyValues( rKey, aView );
     rKey.aChildren.reserve( rHead.dwChildren + 1 );
     for ( size_t i = 0; i < rHead.dwChildren; ++i )
-        rKey.aChildren.push_back( { ChildOf( aView, i ), nullptr, aView.GetChildEntries()[i].dwHash } );
+        rKey.aChildren.push_back(
+            { ChildOf( aView, i ), nullptr, aView.GetChildEntries()[i].dwHash, false } );
+    rKey.nSorted = rKey.aChildren.size();
 }
 
 void RegTree::CopyValues( RegTreeKey& rKey, const RegKeyView& aSource )
@@ -171,20 +230,12 @@ void RegTree::CopyValues( RegTreeKey& rKey, const RegKeyView& aSource )
 
 void RegTree::DropPassingKeys( RegTreeKey& rKey )
 {
-    const auto IsGone = []( const RegTreeChild& rChild )
-    { return IsPassing( rChild.pKey != nullptr ? rChild.pKey->dwFlags : rChild.aView.GetHead().dwFlags ); };
-    std::erase_if( rKey.aChildren, IsGone );
     for ( RegTreeChild& rChild : rKey.aChildren )
-        DropPassingKeys( TakeOutChild( rChild ) );
-    MeasureChildren( rKey );
-}
-
-size_t RegTree::PlaceOf( const RegTreeKey& rParent, std::string_view aName ) const noexcept
-{
-    const auto pPlace = std::lower_bound( rParent.aChildren.begin(), rParent.aChildren.end(), aName,
-                                          []( const RegTreeChild& rChild, std::string_view aWanted )
-                                          { return IsRegNameBefore( rChild.GetName(), aWanted ); } );
-    return static_cast<size_t>( pPlace - rParent.aChildren.begin() );
+    {
+        rChild.fDeleted = IsPassing( rChild.aView.GetHead().dwFlags );
+        if ( !rChild.fDeleted )
+            DropPassingKeys( TakeOutChild( rChild ) );
+    }
 }
 
 RegTreeKey& RegTree::TakeOutChild( RegTreeChild& rChild )
@@ -200,10 +251,22 @@ RegTreeKey& RegTree::TakeOutChild( RegTreeChild& rChild )
 
 RegTreeKey* RegTree::FindChild( RegTreeKey& rParent, std::string_view aName )
 {
-    const size_t nPlace = PlaceOf( rParent, aName );
-    if ( nPlace == rParent.aChildren.size() || !IsSameRegName( rParent.aChildren[nPlace].GetName(), aName ) )
-        return nullptr;
-    return &TakeOutChild( rParent.aChildren[nPlace] );
+    RegTreeChild* const pChild = rParent.aChildSlots.Find(
+        rParent.aChildren, aName, []( const RegTreeChild& rChild ) { return rChild.GetName(); } );
+    return pChild != nullptr ? &TakeOutChild( *pChild ) : nullptr;
+}
+
+LONG RegTree::GoDown( RegTreePath& rPath, std::string_view aSubKey )
+{
+    std::string_view aName;
+    while ( TakeRegName( aSubKey, aName ) )
+    {
+        RegTreeKey* const pKey = FindChild( *rPath.back(), aName );
+        if ( pKey == nullptr )
+            return ERROR_FILE_NOT_FOUND;
+        rPath.push_back( pKey );
+    }
+    return ERROR_SUCCESS;
 }
 
 RegTreeKey& RegTree::AddChild( RegTreeKey& rParent, std::string_view aName, std::string_view aClassName,
@@ -216,74 +279,25 @@ RegTreeKey& RegTree::AddChild( RegTreeKey& rParent, std::string_view aName, std:
     pKey->dwFlags = dwFlags;
     pKey->ullId = m_ullNextId;
     RegTreeKey& rKey = *pKey;
-    const auto nPlace = static_cast<std::ptrdiff_t>( PlaceOf( rParent, aName ) );
-    rParent.aChildren.insert( rParent.aChildren.begin() + nPlace,
-                              RegTreeChild{ {}, std::move( pKey ), HashRegName( aName ) } );
+    rParent.aChildren.push_back( { {}, std::move( pKey ), HashRegName( aName ), false } );
     ++m_ullNextId;
     m_fPassingKeys = m_fPassingKeys || IsPassing( dwFlags );
-    rParent.dwLongestChild = std::max( rParent.dwLongestChild, static_cast<DWORD>( aName.size() ) );
-    rParent.dwLongestChildClass =
-        std::max( rParent.dwLongestChildClass, static_cast<DWORD>( aClassName.size() ) );
     return rKey;
 }
 
 void RegTree::RemoveChild( RegTreeKey& rParent, const RegTreeKey& rChild )
 {
-    const bool fLongest = rChild.aName.size() == rParent.dwLongestChild ||
-                          rChild.aClassName.size() == rParent.dwLongestChildClass;
-    std::erase_if( rParent.aChildren,
-                   [&]( const RegTreeChild& rOne ) { return rOne.pKey.get() == &rChild; } );
-    if ( fLongest )
-        MeasureChildren( rParent );
-}
-
-void RegTree::MeasureChildren( RegTreeKey& rKey )
-{
-    rKey.dwLongestChild = 0;
-    rKey.dwLongestChildClass = 0;
-    for ( const RegTreeChild& rChild : rKey.aChildren )
-    {
-        const size_t nClass =
-            rChild.pKey != nullptr ? rChild.pKey->aClassName.size() : rChild.aView.GetHead().dwClassSize;
-        rKey.dwLongestChild = std::max( rKey.dwLongestChild, static_cast<DWORD>( rChild.GetName().size() ) );
-        rKey.dwLongestChildClass = std::max( rKey.dwLongestChildClass, static_cast<DWORD>( nClass ) );
-    }
+    RegTreeChild* const pChild = rParent.aChildSlots.Find(
+        rParent.aChildren, rChild.aName, []( const RegTreeChild& rOne ) { return rOne.GetName(); } );
+    pChild->fDeleted = true;
 }
 
 // ---- values ---------------------------------------------------------------------------------------------------------
 
-// All values have their slot afterwards. Deleted ones keep theirs, so that a search goes on behind them.
-void RegTree::Index( RegTreeKey& rKey )
-{
-    const size_t nValues = rKey.aValues.size();
-    if ( CountRegSlots( nValues ) > rKey.aValueSlots.Get().size() )
-    {
-        rKey.aValueSlots.Fill( 2 * CountRegSlots( nValues ) );
-        rKey.nIndexed = 0;
-    }
-    for ( ; rKey.nIndexed < nValues; ++rKey.nIndexed )
-        rKey.aValueSlots.Add( rKey.aValues[rKey.nIndexed].dwHash, rKey.nIndexed );
-}
-
 RegTreeValue* RegTree::FindValue( RegTreeKey& rKey, std::string_view aName )
 {
-    Index( rKey );
-    const DWORD dwHash = HashRegName( aName );
-    const auto IsIt = [&]( const RegTreeValue& rValue )
-    { return rValue.dwHash == dwHash && !rValue.fDeleted && IsSameRegName( rValue.aName, aName ); };
-    const std::vector<RegSlot>& aSlots = rKey.aValueSlots.Get();
-    if ( aSlots.empty() )
-    {
-        const auto pFound = std::find_if( rKey.aValues.begin(), rKey.aValues.end(), IsIt );
-        return pFound != rKey.aValues.end() ? &*pFound : nullptr;
-    }
-    for ( size_t nSlot = dwHash & ( aSlots.size() - 1 ); aSlots[nSlot] != 0;
-          nSlot = ( nSlot + 1 ) & ( aSlots.size() - 1 ) )
-    {
-        if ( IsIt( rKey.aValues[aSlots[nSlot] - 1] ) )
-            return &rKey.aValues[aSlots[nSlot] - 1];
-    }
-    return nullptr;
+    return rKey.aValueSlots.Find( rKey.aValues, aName,
+                                  []( const RegTreeValue& rValue ) { return rValue.aName; } );
 }
 
 void RegTree::SetValue( RegTreeKey& rKey, std::string_view aName, DWORD dwType, const BYTE* pData,
@@ -308,11 +322,10 @@ void RegTree::SetValue( RegTreeKey& rKey, std::string_view aName, DWORD dwType, 
 void RegTree::Clear( RegTreeKey& rKey ) noexcept
 {
     rKey.aValues.clear();
-    rKey.aValueSlots = {};
-    rKey.nIndexed = 0;
+    rKey.aValueSlots.Clear();
     rKey.aChildren.clear();
-    rKey.dwLongestChild = 0;
-    rKey.dwLongestChildClass = 0;
+    rKey.aChildSlots.Clear();
+    rKey.nSorted = 0;
 }
 
 void RegTree::Graft( RegTreeKey& rKey, const RegKeyView& aSource, DWORD dwFlags )
@@ -329,12 +342,7 @@ void RegTree::Graft( RegTreeKey& rKey, const RegKeyView& aSource, DWORD dwFlags 
     for ( size_t i = 0; i < aSource.GetHead().dwChildren; ++i )
     {
         const RegKeyView aChild = ChildOf( aSource, i );
-        // Sorted as they should be, and each name once, whoever wrote the image.
-        RegTreeKey* pChild = FindChild( rKey, aChild.GetName() );
-        if ( pChild == nullptr )
-            pChild = &AddChild( rKey, aChild.GetName(), aChild.GetClassName(), dwFlags );
-        Clear( *pChild );
-        Graft( *pChild, aChild, dwFlags );
+        Graft( AddChild( rKey, aChild.GetName(), aChild.GetClassName(), dwFlags ), aChild, dwFlags );
     }
 }
 

@@ -24,16 +24,24 @@ private:
     size_t m_nFree = 0;
 };
 
-// Which entry has which hash; for entries that are only added to.
+// Which entry has which hash; for entries that are only added to. Deleted ones keep their slot, so that a search goes on
+// behind them.
 class RegSlots
 {
 public:
-    void Fill( size_t nSlots ) { m_aSlots.assign( nSlots, 0 ); }
-    void Add( DWORD dwHash, size_t nEntry ) noexcept;
-    const std::vector<RegSlot>& Get() const noexcept { return m_aSlots; }
+    // The entry that is not deleted and has the name, or null.
+    template <class Entry, class NameOf>
+    Entry* Find( std::vector<Entry>& rEntries, std::string_view aName, NameOf aNameOf );
+    void Clear() noexcept;
 
 private:
+    // All entries have their slot afterwards.
+    template <class Entry>
+    void Index( const std::vector<Entry>& aEntries );
+    void Add( DWORD dwHash, size_t nEntry ) noexcept;
+
     std::vector<RegSlot> m_aSlots;
+    size_t m_nIndexed = 0; // that many of the first entries have one
 };
 
 struct RegTreeValue
@@ -56,8 +64,10 @@ struct RegTreeChild
     RegKeyView aView;
     std::unique_ptr<RegTreeKey> pKey;
     DWORD dwHash;
+    bool fDeleted;
 
     std::string_view GetName() const noexcept;
+    std::string_view GetClassName() const noexcept;
 };
 
 struct RegTreeKey
@@ -70,20 +80,28 @@ struct RegTreeKey
     ULONGLONG aullChanged[CHANGE_KINDS] = {};
     ULONGLONG aullChangedBelow[CHANGE_KINDS] = {};
     DWORD dwFlags = 0;
-    DWORD dwLongestChild = 0;
-    DWORD dwLongestChildClass = 0;
     std::vector<RegTreeValue> aValues;
-    RegSlots aValueSlots; // of the first nIndexed values
-    size_t nIndexed = 0;
+    RegSlots aValueSlots;
     std::vector<RegTreeChild> aChildren;
+    RegSlots aChildSlots;
+    size_t nSorted = 0; // that many of the first children are in the order of their names
     // What the writer of the image plans.
     DWORD dwBlockSize = 0;
     ULONGLONG ullSize = 0;
+
+    bool HasChildren() const noexcept;
+    // What is deleted goes, and children that were added find their places.
+    void Settle() noexcept;
 };
 
 inline std::string_view RegTreeChild::GetName() const noexcept
 {
     return pKey != nullptr ? pKey->aName : aView.GetName();
+}
+
+inline std::string_view RegTreeChild::GetClassName() const noexcept
+{
+    return pKey != nullptr ? pKey->aClassName : aView.GetClassName();
 }
 
 // From the root to a key.
@@ -112,6 +130,8 @@ public:
     RegTreeKey& AddChild( RegTreeKey& rParent, std::string_view aName, std::string_view aClassName,
                           DWORD dwFlags );
     void RemoveChild( RegTreeKey& rParent, const RegTreeKey& rChild );
+    // Down from the last key of a path. Error 2: there is none.
+    LONG GoDown( RegTreePath& rPath, std::string_view aSubKey );
 
     RegTreeValue* FindValue( RegTreeKey& rKey, std::string_view aName );
     void SetValue( RegTreeKey& rKey, std::string_view aName, DWORD dwType, const BYTE* pData, DWORD dwSize );
@@ -130,14 +150,11 @@ private:
     RegTreeKey& TakeOutChild( RegTreeChild& rChild );
     void DropPassingKeys( RegTreeKey& rKey );
     void CopyValues( RegTreeKey& rKey, const RegKeyView& aSource );
-    void Index( RegTreeKey& rKey );
-    void MeasureChildren( RegTreeKey& rKey );
-    size_t PlaceOf( const RegTreeKey& rParent, std::string_view aName ) const noexcept;
 
     RegArena m_aArena;
     RegTreeKey m_aRoot;
     ULONGLONG m_ullSequence = 0;
-    ULONGLONG m_ullNextId = 0;
+    ULONGLONG m_ullNextId = FIRST_FREE_REG_ID;
     bool m_fPassingKeys = false;
 };
 

@@ -255,22 +255,67 @@ TEST( RegImage, PassingKeysGoWithTheMachinesStart )
     EXPECT_TRUE( strBytes == ReadBytes( ImageFile() ) );
     EXPECT_EQ( 0, SetBytes( TestKey( "Stays" ), "n", "1" ) );
     EXPECT_EQ( std::string::npos, ShownImage( ReadBytes( ImageFile() ) ).find( "Passing" ) );
+}
 
-    // Whoever wrote the image: keys in a wrong order, too.
-    strBytes = WrittenByHand();
-    PartAt<RegChildEntry>( strBytes, ROOT + 152 ).dwHash = HashRegName( "Zne" );
-    strBytes[ROOT + 152 + 48 + 80 + 8 + 8 + 152] = 'Z';
-    SumAgain( strBytes, ROOT + 152 + 48 + 80 + 8 + 8 );
-    PartAt<RegImageHead>( strBytes, 0 ).dwFlags = IMAGE_HAS_PASSING_KEYS;
-    SumAgain( strBytes );
-    PutImage( strBytes );
-    EXPECT_EQ( 0, OpenError( "Zne" ) );
+// Good sums, and names that would not be found, could not be deleted, or stand for two keys: no tree is made of them.
+TEST( RegImage, NamesAreChecked )
+{
+    constexpr size_t CHILDREN = ROOT + 152 + 48 + 80 + 8 + 8;
+    constexpr size_t NAME = 152;
+    const std::string strGood = WrittenByHand();
+    const auto Rename = []( std::string& r, size_t nChild, const std::string& strName )
+    {
+        const size_t nBlock = CHILDREN + nChild * ( NAME + 8 );
+        PartAt<RegChildEntry>( r, ROOT + 152 + 24 * nChild ).dwHash = HashRegName( strName );
+        PartAt<RegKeyHead>( r, nBlock ).dwNameSize = static_cast<DWORD>( strName.size() );
+        r.replace( nBlock + NAME, strName.size(), strName );
+        SumAgain( r, nBlock );
+    };
+    using Spoil = std::function<void( std::string& )>;
+    const Spoil aSpoils[] = {
+        [&]( std::string& r ) { Rename( r, 0, "Zne" ); },
+        [&]( std::string& r ) { Rename( r, 1, "oNe" ); },
+        [&]( std::string& r ) { Rename( r, 0, "" ); },
+        [&]( std::string& r ) { Rename( r, 0, "O\\e" ); },
+        [&]( std::string& r ) { Rename( r, 0, std::string( "O\0e", 3 ) ); },
+        [&]( std::string& r ) { PartAt<RegChildEntry>( r, ROOT + 152 ).dwHash ^= 1; },
+        [&]( std::string& r ) { PartAt<RegValueEntry>( r, ROOT + 200 ).dwHash ^= 1; },
+        [&]( std::string& r )
+        { PartAt<RegValueEntry>( r, ROOT + 200 ).dwNameSize = 0, r[ROOT + 224] = r[ROOT + 264]; },
+        [&]( std::string& r ) { PartAt<RegImageHead>( r, 0 ).ullNextId = 1; },
+        [&]( std::string& r ) { PartAt<RegImageHead>( r, 0 ).ullSequence = 1ull << 62; },
+    };
+    for ( size_t i = 0; i < std::size( aSpoils ); ++i )
+    {
+        for ( const DWORD dwFlags : { DWORD{ 0 }, DWORD{ IMAGE_HAS_PASSING_KEYS } } )
+        {
+            std::string strBytes = strGood;
+            aSpoils[i]( strBytes );
+            PartAt<RegImageHead>( strBytes, 0 ).dwFlags = dwFlags;
+            SumAgain( strBytes );
+            PutImage( strBytes );
+            EXPECT_EQ( 1015, TestKey( "Named" ).lError ) << "spoil " << i;
+        }
+    }
+    PutImage( strGood );
+    EXPECT_EQ( 0, TestKey( "Named" ).lError );
 }
 
 TEST( RegImage, SavedKeysComeBack )
 {
     const ScratchFolder aFolder;
     const std::string strSaved = aFolder.Path( "saved" );
+    char szClass[] = "of eleven c";
+    TestKey aMade;
+    ASSERT_EQ( 0, RegCreateKeyExA( HKEY_CURRENT_USER, "Made", 0, szClass, 0, KEY_ALL_ACCESS, NULL,
+                                   &aMade.hKey, NULL ) );
+    ASSERT_EQ( 0, RegSaveKeyA( aMade, strSaved.c_str(), NULL ) );
+    ASSERT_EQ( 0, RegLoadKeyA( HKEY_LOCAL_MACHINE, "Classed", strSaved.c_str() ) );
+    DWORD dwLongest = 0;
+    EXPECT_EQ( 0, RegQueryInfoKeyA( HKEY_LOCAL_MACHINE, NULL, NULL, NULL, NULL, NULL, &dwLongest, NULL, NULL,
+                                    NULL, NULL, NULL ) );
+    EXPECT_EQ( 11u, dwLongest );
+    std::filesystem::remove( strSaved );
     MakeSmallStore();
     const TestKey aKey( "Software\\Small" );
     ASSERT_EQ( 0, RegSaveKeyA( aKey, strSaved.c_str(), NULL ) );

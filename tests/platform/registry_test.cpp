@@ -180,7 +180,8 @@ BX_ROLE( registry_reader )
     TellTest( GetBytes( aKey, "n" ) );
     const TestKey aNew( "New" );
     const bool fRefused = SetBytes( aKey, "n", "x" ) == 5 && RegDeleteValueA( aKey, "n" ) == 5 &&
-                          aNew.lError == 5 && RegDeleteKeyA( HKEY_LOCAL_MACHINE, "Shown" ) == 5;
+                          RegDeleteValueA( aKey, "missing" ) == 2 && aNew.lError == 5 &&
+                          RegDeleteKeyA( HKEY_LOCAL_MACHINE, "Shown" ) == 5;
     return fRefused ? 0 : 2;
 }
 
@@ -192,6 +193,9 @@ TEST( Registry, ReaderWithoutRightsSeesChanges )
     {
         const TestKey aKey( "Shown" );
         ASSERT_EQ( 0, SetBytes( aKey, "n", "1" ) );
+        struct stat aStatus;
+        ASSERT_EQ( 0, stat( StoreFile( ".changes" ).c_str(), &aStatus ) );
+        EXPECT_EQ( 0644u, aStatus.st_mode & 0777 );
         SecondProcess aReader( "registry_reader", {} );
         EXPECT_EQ( "1", aReader.ReadLine() );
         // With the page, and without one that can be used.
@@ -216,6 +220,74 @@ TEST( Registry, ReaderWithoutRightsSeesChanges )
         EXPECT_EQ( 0, RunInRole( "registry_adder", { "page", "1" } ) );
         EXPECT_EQ( 0, OpenError( "Both\\page0" ) );
         EXPECT_EQ( "2", GetBytes( aKey, "n" ) );
+    }
+}
+
+// What others may write is not mapped; what was replaced is not kept; a folder that is put back is noticed.
+TEST( Registry, FilesMayChangeBelow )
+{
+    std::vector<std::unique_ptr<TestKey>> aKeys;
+    for ( int i = 0; i < 20; ++i )
+    {
+        aKeys.push_back( std::make_unique<TestKey>( "Files" ) );
+        ASSERT_EQ( 0, SetBytes( *aKeys.back(), "n", std::to_string( i ) ) );
+        ASSERT_EQ( std::to_string( i ), GetBytes( *aKeys.back(), "n" ) );
+    }
+    const std::string strMaps = ReadBytes( "/proc/self/maps" );
+    EXPECT_NE( std::string::npos, strMaps.find( "local_machine.bxreg\n" ) );
+    EXPECT_EQ( std::string::npos, strMaps.find( "local_machine.bxreg (deleted)" ) );
+    EXPECT_EQ( std::string::npos, strMaps.find( "local_machine.previous" ) );
+
+    const TestKey& rKey = *aKeys.front();
+    for ( const char* pEnding : { ".bxreg", ".changes" } )
+        std::filesystem::copy_file( StoreFile( pEnding ), StoreFile( pEnding ) + ".kept" );
+    ASSERT_EQ( 0, SetBytes( rKey, "n", "new" ) );
+    for ( const char* pEnding : { ".bxreg", ".changes" } )
+        std::filesystem::rename( StoreFile( pEnding ) + ".kept", StoreFile( pEnding ) );
+    const auto aEnd = std::chrono::steady_clock::now() + std::chrono::seconds( 10 );
+    while ( GetBytes( rKey, "n" ) == "new" && std::chrono::steady_clock::now() < aEnd )
+        std::this_thread::sleep_for( std::chrono::milliseconds( 50 ) );
+    EXPECT_EQ( "19", GetBytes( rKey, "n" ) );
+
+    ASSERT_EQ( 0, chmod( StoreFile( ".bxreg" ).c_str(), 0666 ) );
+    ForgetRegistryForTest();
+    ASSERT_EQ( "19", GetBytes( rKey, "n" ) );
+    const std::string strBytes = ReadBytes( StoreFile( ".bxreg" ) );
+    ASSERT_EQ( 0, truncate( StoreFile( ".bxreg" ).c_str(), 0 ) );
+    EXPECT_EQ( "19", GetBytes( rKey, "n" ) );
+    WriteBytes( StoreFile( ".bxreg" ), strBytes );
+    EXPECT_EQ( 0, chmod( StoreFile( ".bxreg" ).c_str(), 0644 ) );
+}
+
+// The children live on, with copies of all descriptors that they were not rid of.
+TEST( Registry, ForksDoNotKeepTheLock )
+{
+    std::atomic<bool> fEnough{ false };
+    std::thread aWriter(
+        [&]
+        {
+            const TestKey aKey( "Forked" );
+            while ( !fEnough )
+                SetBytes( aKey, "n", "x" );
+        } );
+    std::vector<pid_t> aChildren;
+    for ( int i = 0; i < 100; ++i )
+    {
+        aChildren.push_back( fork() );
+        if ( aChildren.back() == 0 )
+        {
+            pause();
+            _exit( 0 );
+        }
+        std::this_thread::sleep_for( std::chrono::microseconds( 20 * i ) );
+    }
+    fEnough = true;
+    aWriter.join();
+    EXPECT_EQ( 0, SetBytes( HKEY_LOCAL_MACHINE, "n", "after" ) );
+    for ( const pid_t nChild : aChildren )
+    {
+        kill( nChild, SIGKILL );
+        waitpid( nChild, nullptr, 0 );
     }
 }
 
@@ -315,6 +387,36 @@ TEST( Registry, BatchIsOneChange )
     EXPECT_EQ( 0, SetBytes( aKey, "n", "after" ) );
     EXPECT_EQ( 0, aBatch.Commit() );
     EXPECT_EQ( "after", SeenOutside() );
+}
+
+// So many that a step of work for each pair of keys would take minutes.
+TEST( Registry, LargeBatchOfKeys )
+{
+    constexpr unsigned KEYS = 20'000;
+    const TestKey aParent( "Many" );
+    RegistryBatch aBatch;
+    ASSERT_EQ( 0, aBatch.Begin( aParent ) );
+    const auto NameOf = []( unsigned i ) { return std::to_string( i * 7919 % KEYS + 100'000 ); };
+    for ( unsigned i = 0; i < KEYS; ++i )
+        ASSERT_EQ( REG_CREATED_NEW_KEY, TestKey( NameOf( i ), 0, aParent ).dwDisposition );
+    for ( unsigned i = 0; i < KEYS; ++i )
+    {
+        const LONG lError = i % 4 == 0 ? 0 : RegDeleteKeyA( aParent, NameOf( i ).c_str() );
+        ASSERT_EQ( 0, lError );
+    }
+    EXPECT_EQ( 2, RegDeleteKeyA( aParent, NameOf( 1 ).c_str() ) );
+    EXPECT_EQ( REG_CREATED_NEW_KEY, TestKey( NameOf( 1 ), 0, aParent ).dwDisposition );
+    EXPECT_EQ( REG_OPENED_EXISTING_KEY, TestKey( NameOf( 4 ), 0, aParent ).dwDisposition );
+    ASSERT_EQ( 0, aBatch.Commit() );
+    ASSERT_EQ( KEYS / 4 + 1, CountKeys( aParent ) );
+    std::string strBefore;
+    for ( DWORD i = 0; i <= KEYS / 4; ++i )
+    {
+        char szName[16];
+        ASSERT_EQ( 0, RegEnumKeyA( aParent, i, szName, sizeof( szName ) ) );
+        ASSERT_LT( strBefore, szName );
+        strBefore = szName;
+    }
 }
 
 TEST( Registry, OutOfMemoryChangesNothing )
@@ -425,7 +527,38 @@ TEST( Registry, WatchesSeeWhatTheyAskFor )
     ASSERT_EQ( 0, Arm( aInner, FALSE, REG_NOTIFY_CHANGE_LAST_SET ) );
     Change( "delete", "Outer\\Inner" );
     EXPECT_TRUE( IsSet() );
+    // What a batch holds back is still to come.
+    {
+        RegistryBatch aBatch;
+        ASSERT_EQ( 0, aBatch.Begin( aOuter ) );
+        ASSERT_EQ( 0, SetBytes( aOuter, "n", "x" ) );
+        ASSERT_EQ( 0, Arm( aOuter, FALSE, REG_NOTIFY_CHANGE_LAST_SET ) );
+        EXPECT_FALSE( IsSet() );
+        ASSERT_EQ( 0, aBatch.Commit() );
+        EXPECT_TRUE( IsSet() );
+    }
     CloseHandle( hEvent );
     aChanger.WriteLine( "" );
     aChanger.Wait();
+}
+
+// Whenever the key is closed, nobody waits for it any longer.
+TEST( Registry, CloseEndsEveryWait )
+{
+    for ( int i = 0; i < 150; ++i )
+    {
+        TestKey aKey( "Closed" );
+        std::atomic<bool> fReady{ false };
+        std::thread aWaiter(
+            [&, hKey = aKey.hKey]
+            {
+                fReady = true;
+                RegNotifyChangeKeyValue( hKey, FALSE, REG_NOTIFY_CHANGE_LAST_SET, NULL, FALSE );
+            } );
+        while ( !fReady )
+            std::this_thread::yield();
+        std::this_thread::sleep_for( std::chrono::microseconds( i % 50 ) );
+        RegCloseKey( std::exchange( aKey.hKey, nullptr ) );
+        aWaiter.join();
+    }
 }
