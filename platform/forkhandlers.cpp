@@ -12,6 +12,10 @@
 #include "platform/profile/inicache.h"
 #include "platform/profile/inisave.h"
 #include "platform/registry/regkey.h"
+#include "platform/stopgate.h"
+#include "platform/thread/deadthreads.h"
+#include "platform/thread/messagequeue.h"
+#include "platform/thread/threadobject.h"
 #include "platform/threadstate.h"
 #include "platform/tls.h"
 
@@ -38,6 +42,7 @@ constexpr ForkHandlers g_aFamilies[] = {
     { LockProcessSlots, UnlockProcessSlots, ResetProcessSlotsInChild },
     { LockViews, UnlockViews, UnlockViews },
     { LockTls, UnlockTls, ResetTlsInChild },
+    { LockQueues, UnlockQueues, ResetQueuesInChild },
     { LockBells, UnlockBells, ResetBellsInChild },
     { LockRegStores, UnlockRegStores, ResetRegistryInChild },
     { LockIniSaves, UnlockIniSaves, ResetIniSavesInChild },
@@ -58,6 +63,7 @@ void Call( const std::atomic<ForkFunc>& rFunc )
 
 void OnPrepare()
 {
+    RaiseStopGate();
     Call( g_pLibraryPrepare );
     for ( const ForkHandlers& rFamily : g_aFamilies )
         rFamily.pPrepare();
@@ -68,6 +74,7 @@ void OnParent()
     for ( auto pFamily = std::rbegin( g_aFamilies ); pFamily != std::rend( g_aFamilies ); ++pFamily )
         pFamily->pParent();
     Call( g_pLibraryParent );
+    LowerStopGate();
 }
 
 void OnChild()
@@ -77,6 +84,10 @@ void OnChild()
     for ( auto pFamily = std::rbegin( g_aFamilies ); pFamily != std::rend( g_aFamilies ); ++pFamily )
         pFamily->pChild();
     Call( g_pLibraryChild );
+    DeadThreads::ForgetInChild();
+    if ( ThreadObject* const pThread = ThreadObject::OfThread() )
+        pThread->ForgetStops();
+    LowerStopGate();
 }
 
 void Install()
@@ -87,6 +98,7 @@ void Install()
 
 void InstallForkHandlers() noexcept
 {
+    const StopGate aGate;
     pthread_once( &g_aInstalled, Install );
 }
 

@@ -12,9 +12,10 @@
 //   7. process slots, and the lock of the folder where processes meet
 //   8. views of mappings
 //   9. thread-local slots
-//  10. bells
-//  11. registry stores
-//  12. profile files that are being changed, then those that are kept
+//  10. message queues
+//  11. bells
+//  12. registry stores
+//  13. profile files that are being changed, then those that are kept
 //
 // and gives them back in the opposite order, in the parent and in the child. A thread that holds one of them
 // may take one further down, never one further up. Locks that are not in this list (critical sections of

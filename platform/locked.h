@@ -1,6 +1,8 @@
 // The layer's own locks: zero-initialised critical sections, so that they need no constructor and outlive
-// everything.
+// everything. Who holds one is not stopped by other threads.
 #pragma once
+
+#include "platform/stopgate.h"
 
 #include <bxtools/platform.h>
 
@@ -17,5 +19,6 @@ public:
     LockedScope& operator=( const LockedScope& ) = delete;
 
 private:
+    const StopGate m_aGate;
     CRITICAL_SECTION& m_rLock;
 };

@@ -5,6 +5,8 @@
 #include "platform/module/module.h"
 #include "platform/object/bell.h"
 #include "platform/object/mutex.h"
+#include "platform/stopgate.h"
+#include "platform/thread/messagequeue.h"
 #include "platform/threadstate.h"
 #include "platform/tls.h"
 
@@ -35,6 +37,8 @@ void OnThreadEnd( void* )
     t_aThreadState.fEndRequested = FALSE;
     if ( const ThreadEndFunc pThreadEnd = g_pThreadEnd.load( std::memory_order_acquire ) )
         pThreadEnd();
+    const StopGate aGate;
+    CloseQueueOfThread();
     CloseBellOfThread();
     if ( t_aThreadState.fEndRequested )
         return;

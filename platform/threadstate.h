@@ -7,8 +7,11 @@
 
 #include <atomic>
 #include <cstdint>
+#include <pthread.h>
 
 class Bell;
+class Holding;
+class MessageQueue;
 class Mutex;
 class ThreadObject;
 struct TlsBlock;
@@ -23,7 +26,16 @@ struct ThreadState
     BOOL fEndRequested;    // the end of this thread will be noticed
     Bell* pBell;           // null until it waits for several objects
     Mutex* pOwnedMutexes;  // the last one taken, null when it owns none
+    MessageQueue* pQueue;  // null until its first message call
     ThreadObject* pThread; // null in threads that CreateThread did not start
+    // When others may stop it; see stopgate.h.
+    DWORD dwGateDepth;   // not while it is above 0 ...
+    BOOL fAsleep;        // ... but for here
+    BOOL fMayStopAsleep; // whether a sleep is such a place
+    BOOL fStopNoted;     // somebody asked while it could not be
+    BOOL fStopping;      // it is just doing so
+    Holding* pHoldings;  // what its calls hold while they sleep
+    const pthread_mutex_t* pAwaitedLock;
 };
 
 // initial-exec: no call to find it. The room for it is small enough for what the loader keeps ready for

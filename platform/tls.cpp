@@ -11,6 +11,7 @@
 
 #include <bitset>
 #include <new>
+#include <utility>
 
 namespace
 {
@@ -122,9 +123,8 @@ BOOL TlsSetValue( DWORD dwIndex, LPVOID pNewValue )
     return TRUE;
 }
 
-void ReleaseTlsOfThread() noexcept
+void ReleaseTlsBlock( TlsBlock* pBlock ) noexcept
 {
-    TlsBlock* const pBlock = t_aThreadState.pTlsBlock;
     if ( pBlock == nullptr )
         return;
     {
@@ -132,9 +132,13 @@ void ReleaseTlsOfThread() noexcept
         ( pBlock->pPrevious != nullptr ? pBlock->pPrevious->pNext : g_pFirstBlock ) = pBlock->pNext;
         if ( pBlock->pNext != nullptr )
             pBlock->pNext->pPrevious = pBlock->pPrevious;
-        t_aThreadState.pTlsBlock = nullptr;
     }
     FreeBlock( pBlock );
+}
+
+void ReleaseTlsOfThread() noexcept
+{
+    ReleaseTlsBlock( std::exchange( t_aThreadState.pTlsBlock, nullptr ) );
 }
 
 void LockTls()

@@ -52,6 +52,8 @@ inline LPVOID PeekTlsValue( DWORD dwIndex ) noexcept
 
 // Frees the calling thread's values; the slots then read null in it. Called at its end.
 void ReleaseTlsOfThread() noexcept;
+// Frees those of a thread that was ended by force; null is fine.
+void ReleaseTlsBlock( TlsBlock* pBlock ) noexcept;
 
 // Fork handlers. In the child the values of the parent's other threads are freed.
 void LockTls();

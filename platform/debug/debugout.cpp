@@ -123,6 +123,7 @@ void OutputDebugStringA( LPCSTR pOutputString )
 {
     if ( pOutputString == nullptr || *pOutputString == '\0' )
         return;
+    const StopGate aGate;
     const int nSavedErrno = errno;
     const DWORD dwSavedError = GetLastError();
     WriteToDebugSinks( pOutputString );

@@ -1,8 +1,10 @@
-// For the calls on files and paths: errno is the caller's, and a thread that is cancelled inside ours ends behind them.
+// For the calls on files and paths: errno is the caller's, and a thread that is cancelled inside ours ends behind them, as
+// others stop it there.
 #pragma once
 
 #include "platform/errno_to_win32.h"
 #include "platform/nocancellation.h"
+#include "platform/stopgate.h"
 
 #include <bxtools/platform.h>
 
@@ -17,6 +19,7 @@ public:
     FileCallScope& operator=( const FileCallScope& ) = delete;
 
 private:
+    const StopGate m_aGate;
     const NoCancellation m_aNoCancellation;
     const int m_nErrno = errno;
 };

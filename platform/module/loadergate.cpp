@@ -2,6 +2,7 @@
 
 #include "platform/futex.h"
 #include "platform/locked.h"
+#include "platform/stopgate.h"
 #include "platform/threadstate.h"
 
 #include <bxtools/platform.h>
@@ -39,6 +40,7 @@ void WaitUntilOthersAreOut() noexcept
 
 LoaderCall::LoaderCall() noexcept : m_nCancelStateBefore( PTHREAD_CANCEL_ENABLE )
 {
+    RaiseStopGate();
     pthread_setcancelstate( PTHREAD_CANCEL_DISABLE, &m_nCancelStateBefore );
     if ( t_aThreadState.dwLoaderDepth++ > 0 )
         return;
@@ -54,6 +56,7 @@ LoaderCall::~LoaderCall()
         FutexWake( &g_uInside, 1 );
     }
     pthread_setcancelstate( m_nCancelStateBefore, nullptr );
+    LowerStopGate();
 }
 
 void CloseLoaderGate()

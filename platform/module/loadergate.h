@@ -10,7 +10,7 @@
 #pragma once
 
 // Stands around each call of the loader. May be nested: a library's constructor may load others. The thread
-// is not cancelled inside, where files are open and lists half changed.
+// is neither cancelled inside nor stopped by others, where files are open and lists half changed.
 class LoaderCall
 {
 public:

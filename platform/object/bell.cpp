@@ -393,12 +393,15 @@ void SweepSharedBells( NamespaceScope eScope ) noexcept
     errno = nSavedErrno;
 }
 
-void CloseBellOfThread() noexcept
+void CloseBellOf( Bell* pBell ) noexcept
 {
-    Bell* const pBell = t_aThreadState.pBell;
-    t_aThreadState.pBell = nullptr;
     if ( pBell != nullptr )
         BellRegister::Destroy( pBell );
+}
+
+void CloseBellOfThread() noexcept
+{
+    CloseBellOf( std::exchange( t_aThreadState.pBell, nullptr ) );
 }
 
 void CloseBells() noexcept

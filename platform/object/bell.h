@@ -94,6 +94,8 @@ void SweepSharedBells( NamespaceScope eScope ) noexcept;
 
 // At the end of each thread.
 void CloseBellOfThread() noexcept;
+// Of a thread that was ended by force; null is fine.
+void CloseBellOf( Bell* pBell ) noexcept;
 // At the library's end: of the calling thread, and the names of all others.
 void CloseBells() noexcept;
 

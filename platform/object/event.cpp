@@ -4,6 +4,7 @@
 #include "platform/locked.h"
 #include "platform/object/handletable.h"
 #include "platform/object/sharedlock.h"
+#include "platform/stopgate.h"
 
 #include <bxtools/platform.h>
 
@@ -54,6 +55,7 @@ public:
     bool HasLock() const noexcept { return m_fHasLock; }
 
 private:
+    const StopGate m_aGate;
     pthread_mutex_t& m_raLock;
     bool m_fHasLock = false;
 };
@@ -168,6 +170,7 @@ bool Event::SleepOnWord( const WaitLimit& rLimit ) noexcept
     // A feeder that was attached before the mark went unseen would not wake us.
     if ( m_pFeeders.load() != nullptr )
         return true;
+    const SleepWindow aWindow;
     return FutexWaitUntil( m_ruWord, uWord, rLimit.IsInfinite() ? nullptr : &rLimit.GetPoint(),
                            m_pNamed != nullptr );
 }

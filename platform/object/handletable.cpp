@@ -215,6 +215,7 @@ HANDLE MakeHandle( KernelObject* pObject, DWORD dwAccess ) noexcept
 
 BOOL CloseHandleOfKind( HANDLE hObject, DWORD dwKinds ) noexcept
 {
+    const StopGate aGate;
     HandleSlot* const pSlot = BeginUse( hObject );
     const bool fClosed =
         pSlot != nullptr && ( pSlot->m_pObject->GetKind() & dwKinds ) != 0 && MarkClosing( *pSlot );
@@ -245,6 +246,11 @@ HandleUse::HandleUse( HANDLE hObject, DWORD dwKinds, DWORD dwAccess ) noexcept
 }
 
 HandleUse::~HandleUse()
+{
+    GiveBack();
+}
+
+void HandleUse::GiveBack() noexcept
 {
     if ( m_pSlot != nullptr )
         EndUse( *m_pSlot );

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/object/kernelobject.h"
+#include "platform/stopgate.h"
 
 struct HandleSlot;
 
@@ -17,8 +18,8 @@ HANDLE MakeHandle( KernelObject* pObject, DWORD dwAccess ) noexcept;
 BOOL CloseHandleOfKind( HANDLE hObject, DWORD dwKinds ) noexcept;
 
 // A use of a handle's object: found on construction, and kept alive until destruction even when the handle is
-// closed.
-class HandleUse
+// closed. On the stack only. While there is one, other threads stop this one only where it sleeps.
+class HandleUse final : private Holding
 {
 public:
     // Errors, with IsGood() false: 6 no such handle, or an object of another kind; 5 the handle does not give
@@ -40,6 +41,7 @@ public:
 
 private:
     KernelObject* FindObject() const noexcept;
+    void GiveBack() noexcept override;
 
     HandleSlot* m_pSlot;
 };

@@ -20,7 +20,9 @@ enum ObjectKind : DWORD
     KINDS_OF_CLOSE_HANDLE = ( 1u << 8 ) - 1,
     // Handles with a closing call of their own.
     KIND_FILE_SEARCH = 1u << 8,
-    KIND_REGISTRY_KEY = 1u << 9
+    KIND_REGISTRY_KEY = 1u << 9,
+    // Waited for, without a handle.
+    KIND_MESSAGE_QUEUE = 1u << 10
 };
 
 // Counted: each handle holds one reference, whoever makes the object holds the first.
@@ -36,9 +38,12 @@ public:
     // Destroys the object with its last reference.
     void Release() noexcept
     {
-        if ( m_lReferences.fetch_sub( 1, std::memory_order_acq_rel ) == 1 )
-            delete this;
+        if ( DropReference() )
+            Destroy();
     }
+    // For who cannot free memory just now. True: it was the last reference, and Destroy is left to do.
+    bool DropReference() noexcept { return m_lReferences.fetch_sub( 1, std::memory_order_acq_rel ) == 1; }
+    void Destroy() noexcept { delete this; }
 
     // A handle of the object was closed; uses of it may still be under way, and its reference is dropped after them.
     virtual void HandleClosed() noexcept {}

@@ -2,6 +2,7 @@
 
 #include "platform/object/handletable.h"
 #include "platform/object/sharedlock.h"
+#include "platform/stopgate.h"
 #include "platform/threadend.h"
 #include "platform/threadstate.h"
 
@@ -9,6 +10,7 @@
 
 #include <cerrno>
 #include <new>
+#include <utility>
 
 // The mutexes that a thread owns, chained through them. The thread's own business alone; of a thread that was ended by
 // force nobody follows the chain any more.
@@ -49,6 +51,25 @@ public:
     {
         while ( Mutex* const pMutex = t_aThreadState.pOwnedMutexes )
             pMutex->Unlock( true );
+    }
+
+    // Nobody else knows those whose last reference it was, so their links are free.
+    static Mutex* AbandonAllOfDying() noexcept
+    {
+        Mutex* pLast = nullptr;
+        while ( Mutex* const pMutex = t_aThreadState.pOwnedMutexes )
+        {
+            pMutex->UnlockWithReference( true );
+            if ( pMutex->DropReference() )
+                pMutex->m_pNextOwned = std::exchange( pLast, pMutex );
+        }
+        return pLast;
+    }
+
+    static void DestroyAll( Mutex* pFirst ) noexcept
+    {
+        while ( pFirst != nullptr )
+            std::exchange( pFirst, pFirst->m_pNextOwned )->Destroy();
     }
 };
 
@@ -123,16 +144,30 @@ Taking Mutex::TryTake() noexcept
     return Taking::Taken;
 }
 
+namespace
+{
+int SleepForLock( pthread_mutex_t& raLock, const WaitLimit& rLimit ) noexcept
+{
+    const SleepWindow aWindow( &raLock );
+    return rLimit.IsInfinite() ? pthread_mutex_lock( &raLock )
+                               : pthread_mutex_clocklock( &raLock, CLOCK_MONOTONIC, &rLimit.GetPoint() );
+}
+} // namespace
+
 Taking Mutex::WaitAndTake( const WaitLimit& rLimit ) noexcept
 {
     if ( IsOwn() )
         return TryTake();
-    return NoteTaken( rLimit.IsInfinite()
-                          ? pthread_mutex_lock( &m_raLock )
-                          : pthread_mutex_clocklock( &m_raLock, CLOCK_MONOTONIC, &rLimit.GetPoint() ) );
+    return NoteTaken( SleepForLock( m_raLock, rLimit ) );
 }
 
 void Mutex::Unlock( bool fAbandoned ) noexcept
+{
+    UnlockWithReference( fAbandoned );
+    Release();
+}
+
+void Mutex::UnlockWithReference( bool fAbandoned ) noexcept
 {
     OwnedMutexes::Remove( *this );
     m_ullOwner.store( 0, std::memory_order_relaxed );
@@ -142,7 +177,6 @@ void Mutex::Unlock( bool fAbandoned ) noexcept
     // What the listener looks at must not be seen before the lock is free.
     std::atomic_thread_fence( std::memory_order_seq_cst );
     m_aBells.RingAll();
-    Release();
 }
 
 bool Mutex::GiveBack() noexcept
@@ -178,6 +212,16 @@ void Mutex::HandleClosed() noexcept
 void AbandonMutexesOfThread() noexcept
 {
     OwnedMutexes::AbandonAll();
+}
+
+Mutex* AbandonMutexesOfDyingThread() noexcept
+{
+    return OwnedMutexes::AbandonAllOfDying();
+}
+
+void DestroyMutexes( Mutex* pFirst ) noexcept
+{
+    OwnedMutexes::DestroyAll( pFirst );
 }
 
 void ForgetMutexesInChild() noexcept

@@ -41,6 +41,7 @@ private:
     bool IsOwn() const noexcept;
     Taking NoteTaken( int nOutcome ) noexcept;
     void Unlock( bool fAbandoned ) noexcept;
+    void UnlockWithReference( bool fAbandoned ) noexcept;
 
     const std::unique_ptr<NamedObject> m_pNamed; // null without a name
     pthread_mutex_t m_aOwnLock;
@@ -57,5 +58,9 @@ private:
 
 // At the end of each thread, after its C++ thread_local objects: what it still owns is abandoned.
 void AbandonMutexesOfThread() noexcept;
+// By a thread that is ended by force, and frees no memory any more: the same, but those that nobody needs any longer are
+// returned, for another thread to destroy.
+Mutex* AbandonMutexesOfDyingThread() noexcept;
+void DestroyMutexes( Mutex* pFirst ) noexcept;
 // In the child of a fork the calling thread owns nothing.
 void ForgetMutexesInChild() noexcept;

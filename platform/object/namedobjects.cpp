@@ -383,6 +383,7 @@ void NamedObject::HandleClosed() noexcept
 
 HANDLE MakeNamedHandle( const ObjectName& rName, ObjectMaker& rMaker, bool fCreate, DWORD dwAccess ) noexcept
 {
+    const StopGate aGate;
     InstallForkHandlers();
     KernelObject* pObject = nullptr;
     Joining eJoining = Joining::GoToFile;
@@ -428,6 +429,7 @@ HANDLE OpenNamedHandle( LPCSTR pName, ObjectMaker& rMaker, DWORD dwAccess ) noex
 
 HANDLE MakeUnnamedHandle( KernelObject* pObject, DWORD dwAccess ) noexcept
 {
+    const StopGate aGate;
     InstallForkHandlers();
     SetLastError( pObject != nullptr ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY );
     return pObject != nullptr ? MakeHandle( pObject, dwAccess ) : nullptr;

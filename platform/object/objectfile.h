@@ -79,6 +79,7 @@ public:
     bool IsGood() const noexcept { return m_fGood; }
 
 private:
+    const StopGate m_aGate;
     ObjectHeader& m_rHeader;
     bool m_fGood;
 };

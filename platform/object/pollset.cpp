@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <optional>
 
 void PollSet::AddEntry( int nDescriptor, bool fOwned ) noexcept
 {
@@ -39,10 +40,12 @@ bool PollSet::Sleep( const WaitLimit& rLimit ) noexcept
     if ( m_fLookAgain )
         return true;
     const int nSavedErrno = errno;
+    std::optional<SleepWindow> aWindow( std::in_place );
     timespec aLeft = rLimit.IsInfinite() ? timespec{} : rLimit.GetLeft();
     const long nReady = syscall( SYS_ppoll, m_aEntries.data(), m_nCount,
                                  rLimit.IsInfinite() ? nullptr : &aLeft, nullptr, sizeof( unsigned long ) );
     const int nError = errno;
+    aWindow.reset();
     errno = nSavedErrno;
     if ( nReady < 0 && nError != EINTR )
     {

@@ -2,12 +2,13 @@
 #pragma once
 
 #include "platform/object/waitlimit.h"
+#include "platform/stopgate.h"
 
 #include <array>
 #include <cstddef>
 #include <poll.h>
 
-class PollSet
+class PollSet final : private Holding
 {
 public:
     PollSet() noexcept = default;
@@ -34,6 +35,7 @@ private:
     static constexpr size_t MOST_ENTRIES = 160;
 
     void AddEntry( int nDescriptor, bool fOwned ) noexcept;
+    void GiveBack() noexcept override { Clear(); }
 
     size_t m_nCount = 0;
     bool m_fLookAgain = false;

@@ -8,7 +8,9 @@
 
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <new>
+#include <sys/wait.h>
 
 namespace
 {
@@ -90,6 +92,35 @@ Taking ProcessObject::WaitAndTake( const WaitLimit& rLimit ) noexcept
     }
 }
 
+DWORD ProcessObject::Kill( UINT uExitCode ) noexcept
+{
+    if ( TryTake() != Taking::NotReady )
+        return ERROR_ACCESS_DENIED;
+    constexpr ULONGLONG KILLED = 1ull << 32;
+    ULONGLONG ullNone = 0;
+    m_ullKilled.compare_exchange_strong( ullNone, KILLED | uExitCode );
+    if ( syscall( SYS_pidfd_send_signal, m_nDescriptor, SIGKILL, nullptr, 0 ) == 0 )
+        return ERROR_SUCCESS;
+    // It still runs, or ended in between by itself.
+    if ( ullNone == 0 )
+        m_ullKilled = 0;
+    return ERROR_ACCESS_DENIED;
+}
+
+DWORD ProcessObject::GetExitCode() noexcept
+{
+    if ( TryTake() == Taking::NotReady )
+        return STILL_ACTIVE;
+    if ( const ULONGLONG ullKilled = m_ullKilled )
+        return static_cast<DWORD>( ullKilled );
+    constexpr DWORD UNKNOWN = 1;
+    siginfo_t aEnd{};
+    const bool fExited =
+        syscall( SYS_waitid, P_PIDFD, m_nDescriptor, &aEnd, WEXITED | WNOHANG | WNOWAIT, nullptr ) == 0 &&
+        aEnd.si_code == CLD_EXITED;
+    return fExited ? static_cast<DWORD>( aEnd.si_status ) : UNKNOWN;
+}
+
 HANDLE OpenProcess( DWORD dwAccess, BOOL, DWORD dwProcessId )
 {
     const int nSavedErrno = errno;
@@ -98,4 +129,33 @@ HANDLE OpenProcess( DWORD dwAccess, BOOL, DWORD dwProcessId )
         nDescriptor >= 0 ? MakeProcessHandle( nDescriptor, dwAccess, dwProcessId ) : nullptr;
     errno = nSavedErrno;
     return hProcess;
+}
+
+BOOL TerminateProcess( HANDLE hProcess, UINT uExitCode )
+{
+    const HandleUse aUse( hProcess, KIND_PROCESS, PROCESS_TERMINATE );
+    if ( !aUse.IsGood() )
+        return FALSE;
+    const int nSavedErrno = errno;
+    const DWORD dwError = aUse.GetObject<ProcessObject>()->Kill( uExitCode );
+    errno = nSavedErrno;
+    if ( dwError != ERROR_SUCCESS )
+        SetLastError( dwError );
+    return dwError == ERROR_SUCCESS;
+}
+
+BOOL GetExitCodeProcess( HANDLE hProcess, LPDWORD pExitCode )
+{
+    const HandleUse aUse( hProcess, KIND_PROCESS, PROCESS_QUERY_INFORMATION );
+    if ( !aUse.IsGood() )
+        return FALSE;
+    if ( pExitCode == nullptr )
+    {
+        SetLastError( ERROR_INVALID_PARAMETER );
+        return FALSE;
+    }
+    const int nSavedErrno = errno;
+    *pExitCode = aUse.GetObject<ProcessObject>()->GetExitCode();
+    errno = nSavedErrno;
+    return TRUE;
 }

@@ -3,6 +3,8 @@
 
 #include "platform/object/waitable.h"
 
+#include <atomic>
+
 class ProcessObject final : public WaitableObject
 {
 public:
@@ -23,7 +25,12 @@ public:
     // The child has a descriptor of its own, which the destructor closes.
     void AbandonInChild() noexcept override {}
 
+    // 0 or the error (5 it has ended).
+    DWORD Kill( UINT uExitCode ) noexcept;
+    DWORD GetExitCode() noexcept;
+
 private:
     int m_nDescriptor;
+    std::atomic<ULONGLONG> m_ullKilled{ 0 }; // by this handle: a mark and the exit code
     const DWORD m_dwProcessId;
 };

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "platform/namespacefolder.h"
+#include "platform/stopgate.h"
 
 #include <bxtools/wintypes.h>
 
@@ -46,6 +47,7 @@ public:
     bool IsGood() const noexcept { return m_fGood; }
 
 private:
+    const StopGate m_aGate;
     const NamespaceScope m_eScope;
     bool m_fGood = true;
 };

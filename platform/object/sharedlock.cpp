@@ -49,6 +49,14 @@ bool MakeRobustLock( pthread_mutex_t& rLock, bool fShared ) noexcept
     return nError == 0;
 }
 
+// The C library sleeps on words of robust locks as if processes shared them all.
+void WakeLockWaiter( const pthread_mutex_t& rLock ) noexcept
+{
+    const int nSavedErrno = errno;
+    syscall( SYS_futex, &rLock.__data.__lock, FUTEX_WAKE, 1, nullptr, nullptr, 0 );
+    errno = nSavedErrno;
+}
+
 void AddLockOwner( const pthread_mutex_t& rLock, PollSet& rSet ) noexcept
 {
     const DWORD dwThread = GetLockOwner( rLock );

@@ -40,5 +40,8 @@ inline bool IsLockAbandoned( const pthread_mutex_t& rLock ) noexcept
     return ( LockWord( rLock ) & FUTEX_OWNER_DIED ) != 0;
 }
 
+// Wakes one of those who sleep for the lock, so that it looks again.
+void WakeLockWaiter( const pthread_mutex_t& rLock ) noexcept;
+
 // Adds what tells of the end of the owner's process, if somebody owns it who is not of this process. Keeps errno.
 void AddLockOwner( const pthread_mutex_t& rLock, PollSet& rSet ) noexcept;

@@ -3,6 +3,7 @@
 #include "platform/object/bell.h"
 #include "platform/object/handletable.h"
 #include "platform/object/waitable.h"
+#include "platform/thread/messagequeue.h"
 
 #include <bxtools/platform.h>
 
@@ -80,6 +81,9 @@ public:
         return true;
     }
 
+    // One without a handle.
+    void Add( WaitableObject& rObject ) noexcept { m_apObjects[m_dwCount++] = &rObject; }
+
     Waitables All() const noexcept { return { m_apObjects.data(), m_dwCount }; }
 
     // Two handles of one object count as well.
@@ -100,7 +104,7 @@ private:
 // ---- one of several ---------------------------------------------------------------------------------------
 
 // The thread's bell in all objects, for a scope.
-class BellsHung
+class BellsHung final : private Holding
 {
 public:
     BellsHung( Bell& rBell, Waitables aObjects ) noexcept : m_rBell( rBell ), m_aObjects( aObjects )
@@ -108,19 +112,21 @@ public:
         while ( m_dwHung < aObjects.size() && aObjects[m_dwHung]->AddBell( rBell ) )
             ++m_dwHung;
     }
-    ~BellsHung()
-    {
-        const DWORD dwSavedError = GetLastError();
-        while ( m_dwHung > 0 )
-            m_aObjects[--m_dwHung]->RemoveBell( m_rBell );
-        SetLastError( dwSavedError );
-    }
+    ~BellsHung() { GiveBack(); }
     BellsHung( const BellsHung& ) = delete;
     BellsHung& operator=( const BellsHung& ) = delete;
 
     bool AreAll() const noexcept { return m_dwHung == m_aObjects.size(); }
 
 private:
+    void GiveBack() noexcept override
+    {
+        const DWORD dwSavedError = GetLastError();
+        while ( m_dwHung > 0 )
+            m_aObjects[--m_dwHung]->RemoveBell( m_rBell );
+        SetLastError( dwSavedError );
+    }
+
     Bell& m_rBell;
     const Waitables m_aObjects;
     DWORD m_dwHung = 0;
@@ -244,6 +250,26 @@ WaitOutcome WaitForAll( Waitables aObjects, DWORD dwMilliseconds ) noexcept
     }
     return aOutcome;
 }
+
+// pQueue  the calling thread's, waited for behind the objects; may be null.
+DWORD WaitForSeveral( DWORD dwCount, const HANDLE* pHandles, MessageQueue* pQueue, BOOL fWaitAll,
+                      DWORD dwMilliseconds ) noexcept
+{
+    const SleepingCall aCall;
+    const ErrorsKept aKept;
+    WaitedObjects aObjects;
+    if ( !aObjects.Find( dwCount, pHandles ) )
+        return WAIT_FAILED;
+    if ( fWaitAll && aObjects.AnyTwice() )
+    {
+        SetLastError( ERROR_INVALID_PARAMETER );
+        return WAIT_FAILED;
+    }
+    if ( pQueue != nullptr )
+        aObjects.Add( *pQueue );
+    return aKept.After( fWaitAll ? WaitForAll( aObjects.All(), dwMilliseconds )
+                                 : WaitForAny( aObjects.All(), dwMilliseconds ) );
+}
 } // namespace
 
 Taking PollAndTake( WaitableObject& rObject, const WaitLimit& rLimit ) noexcept
@@ -254,6 +280,7 @@ Taking PollAndTake( WaitableObject& rObject, const WaitLimit& rLimit ) noexcept
 
 DWORD WaitForSingleObject( HANDLE hObject, DWORD dwMilliseconds )
 {
+    const SleepingCall aCall;
     const HandleUse aUse( hObject, KINDS_OF_WAITS, SYNCHRONIZE );
     if ( !aUse.IsGood() )
         return WAIT_FAILED;
@@ -272,15 +299,20 @@ DWORD WaitForMultipleObjects( DWORD dwCount, const HANDLE* pHandles, BOOL fWaitA
         SetLastError( ERROR_INVALID_PARAMETER );
         return WAIT_FAILED;
     }
-    const ErrorsKept aKept;
-    WaitedObjects aObjects;
-    if ( !aObjects.Find( dwCount, pHandles ) )
-        return WAIT_FAILED;
-    if ( fWaitAll && aObjects.AnyTwice() )
+    return WaitForSeveral( dwCount, pHandles, nullptr, fWaitAll, dwMilliseconds );
+}
+
+DWORD MsgWaitForMultipleObjects( DWORD dwCount, const HANDLE* pHandles, BOOL fWaitAll, DWORD dwMilliseconds,
+                                 DWORD dwWakeMask )
+{
+    if ( dwCount >= MAXIMUM_WAIT_OBJECTS || ( dwCount > 0 && pHandles == nullptr ) )
     {
         SetLastError( ERROR_INVALID_PARAMETER );
         return WAIT_FAILED;
     }
-    return aKept.After( fWaitAll ? WaitForAll( aObjects.All(), dwMilliseconds )
-                                 : WaitForAny( aObjects.All(), dwMilliseconds ) );
+    MessageQueue* const pQueue = MessageQueue::OfThread();
+    if ( pQueue == nullptr )
+        return WAIT_FAILED;
+    pQueue->SetWakeMask( dwWakeMask );
+    return WaitForSeveral( dwCount, pHandles, pQueue, fWaitAll, dwMilliseconds );
 }

@@ -1,6 +1,7 @@
 #include "platform/object/waitlimit.h"
 
 #include "platform/futex.h"
+#include "platform/stopgate.h"
 
 #include <bxtools/platform.h>
 
@@ -24,6 +25,8 @@ timespec Now() noexcept
 void SleepUntil( const timespec& rPoint ) noexcept
 {
     const int nSavedErrno = errno;
+    const SleepingCall aCall;
+    const SleepWindow aWindow;
     while ( syscall( SYS_clock_nanosleep, CLOCK_MONOTONIC, TIMER_ABSTIME, &rPoint, nullptr ) != 0 &&
             errno == EINTR )
     {

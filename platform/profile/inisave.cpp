@@ -53,6 +53,7 @@ private:
     }
     void Close() noexcept;
 
+    const StopGate m_aGate;
     int m_nFile = NO_DESCRIPTOR;
     IniLockedFile* m_pNext = nullptr;
 };

@@ -4,6 +4,7 @@
 #include "platform/object/handletable.h"
 #include "platform/registry/regstore.h"
 #include "platform/registry/regtransaction.h"
+#include "platform/stopgate.h"
 
 #include <bxtools/platform.h>
 
@@ -48,6 +49,7 @@ public:
 
     void Lock() noexcept
     {
+        RaiseStopGate();
         EnterCriticalSection( &m_aLock );
         m_fInUse = true;
     }
@@ -55,6 +57,7 @@ public:
     {
         m_fInUse = false;
         LeaveCriticalSection( &m_aLock );
+        LowerStopGate();
     }
     ULONGLONG GetSeen() const noexcept { return m_ullSeen; }
     RegImage* GetImage() const noexcept { return m_aImage.Get(); }

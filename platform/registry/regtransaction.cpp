@@ -3,6 +3,7 @@
 #include "platform/errno_to_win32.h"
 #include "platform/registry/regfolder.h"
 #include "platform/registry/regimagewriter.h"
+#include "platform/stopgate.h"
 
 #include <bxtools/platform.h>
 
@@ -101,6 +102,7 @@ LONG RegStoreLock::Take( RegStore& rStore )
     const RegStorePaths* const pPaths = rStore.GetPaths();
     if ( pPaths == nullptr )
         return ERROR_PATH_NOT_FOUND;
+    RaiseStopGate();
     EnterCriticalSection( &rStore.GetWriteLock() );
     m_pStore = &rStore;
     const int nSavedErrno = errno;
@@ -173,6 +175,7 @@ void RegStoreLock::Leave() noexcept
     m_pStore->CloseLockFile();
     LeaveCriticalSection( &m_pStore->GetWriteLock() );
     m_pStore = nullptr;
+    LowerStopGate();
 }
 
 void RegStoreLock::BeginReplacing() noexcept

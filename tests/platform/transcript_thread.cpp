@@ -136,6 +136,67 @@ void SayThreads()
     CloseHandle( hNumbered );
 }
 
+void SayCount( const char* pName, DWORD( WINAPI* pCall )( HANDLE ), HANDLE hThread )
+{
+    SetLastError( UNTOUCHED );
+    const DWORD dwCount = pCall( hThread );
+    Say( pName, "%d, last error %u", static_cast<int>( dwCount ), static_cast<unsigned>( GetLastError() ) );
+}
+
+HANDLE g_hSelf;
+
+DWORD WINAPI SuspendSelf( LPVOID )
+{
+    return SuspendThread( g_hSelf );
+}
+
+DWORD WINAPI EndSelf( LPVOID pParameter )
+{
+    TerminateThread( g_hSelf, ToNumber( pParameter ) );
+    return 1;
+}
+
+void SaySuspensions()
+{
+    g_hSelf = CreateThread( NULL, 0, SuspendSelf, NULL, CREATE_SUSPENDED, NULL );
+    Say( "created suspended", "%u", static_cast<unsigned>( WaitForSingleObject( g_hSelf, 20 ) ) );
+    SayCount( "suspended once more", SuspendThread, g_hSelf );
+    SayCount( "resumed once", ResumeThread, g_hSelf );
+    SayCount( "resumed", ResumeThread, g_hSelf );
+    DWORD dwBefore = 0;
+    while ( ( dwBefore = ResumeThread( g_hSelf ) ) == 0 )
+        Sleep( 1 );
+    Say( "suspends itself, resumed", "%u", static_cast<unsigned>( dwBefore ) );
+    WaitForSingleObject( g_hSelf, INFINITE );
+    SayCode( "the count that it saw", g_hSelf );
+    SayCount( "suspended after its end", SuspendThread, g_hSelf );
+    SayCount( "null suspended", SuspendThread, NULL );
+    SayCount( "null resumed", ResumeThread, NULL );
+    CloseHandle( g_hSelf );
+
+    const HANDLE hThread = CreateThread( NULL, 0, ReturnParameter, NULL, CREATE_SUSPENDED, NULL );
+    while ( SuspendThread( hThread ) < MAXIMUM_SUSPEND_COUNT )
+    {
+    }
+    SayCount( "suspended too often", SuspendThread, hThread );
+    SayCount( "resumed after that", ResumeThread, hThread );
+    SayCode( "suspended", hThread );
+    SayOutcome( "suspended one ended", TerminateThread( hThread, 21 ) );
+    Say( "its wait", "%u", static_cast<unsigned>( WaitForSingleObject( hThread, 10000 ) ) );
+    SayCode( "its code", hThread );
+    TerminateThread( hThread, 22 );
+    SayCode( "its code after it is ended again", hThread );
+    SetLastError( UNTOUCHED );
+    SayOutcome( "null ended", TerminateThread( NULL, 1 ) );
+    CloseHandle( hThread );
+
+    g_hSelf = CreateThread( NULL, 0, EndSelf, ToParameter( 23 ), CREATE_SUSPENDED, NULL );
+    ResumeThread( g_hSelf );
+    WaitForSingleObject( g_hSelf, 10000 );
+    SayCode( "ends itself by force", g_hSelf );
+    CloseHandle( g_hSelf );
+}
+
 void SayProcess( const char* pName, DWORD dwAccess, DWORD dwProcessId )
 {
     SetLastError( UNTOUCHED );
@@ -159,12 +220,23 @@ void SayProcesses()
     SayProcess( "own process", SYNCHRONIZE, GetCurrentProcessId() );
     SayProcess( "own process to end", SYNCHRONIZE | PROCESS_TERMINATE, GetCurrentProcessId() );
     SayProcess( "own process to ask", PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, GetCurrentProcessId() );
+
+    const HANDLE hOwn = OpenProcess( PROCESS_QUERY_INFORMATION, FALSE, GetCurrentProcessId() );
+    DWORD dwCode = UNTOUCHED;
+    Say( "code of the own process", "%d, %u", GetExitCodeProcess( hOwn, &dwCode ),
+         static_cast<unsigned>( dwCode ) );
+    SetLastError( UNTOUCHED );
+    SayOutcome( "own process ended without the right", TerminateProcess( hOwn, 1 ) );
+    SetLastError( UNTOUCHED );
+    SayOutcome( "null process ended", TerminateProcess( NULL, 1 ) );
+    CloseHandle( hOwn );
 }
 } // namespace
 
 int main()
 {
     SayThreads();
+    SaySuspensions();
     SayProcesses();
     return 0;
 }

@@ -1,8 +1,11 @@
-#include "platform/object/threadobject.h"
+#include "platform/thread/threadobject.h"
 
 #include "platform/forkhandlers.h"
 #include "platform/futex.h"
-#include "platform/object/handletable.h"
+#include "platform/object/mutex.h"
+#include "platform/object/sharedlock.h"
+#include "platform/stopgate.h"
+#include "platform/thread/deadthreads.h"
 #include "platform/threadend.h"
 #include "platform/threadstate.h"
 
@@ -11,7 +14,8 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
-#include <new>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace
 {
@@ -70,23 +74,13 @@ private:
     const bool m_fMade;
     bool m_fGood;
 };
-
-// The handle comes first, since a thread that runs cannot be taken back.
-HANDLE StartWithHandle( ThreadObject& rThread, SIZE_T nStackSize ) noexcept
-{
-    rThread.AddReference();
-    const HANDLE hThread = MakeHandle( &rThread, THREAD_ALL_ACCESS );
-    if ( hThread == nullptr || rThread.Start( nStackSize ) )
-        return hThread;
-    CloseHandle( hThread );
-    return nullptr;
-}
 } // namespace
 
-ThreadObject::ThreadObject( LPTHREAD_START_ROUTINE pStart, LPVOID pParameter ) noexcept
+ThreadObject::ThreadObject( LPTHREAD_START_ROUTINE pStart, LPVOID pParameter, bool fSuspended ) noexcept
     : WaitableObject( KIND_THREAD ),
       m_pStart( pStart ),
-      m_pParameter( pParameter )
+      m_pParameter( pParameter ),
+      m_aStop( fSuspended ? 1 : 0 )
 {
 }
 
@@ -106,13 +100,13 @@ bool ThreadObject::Start( SIZE_T nStackSize ) noexcept
     // The thread's end runs code of this module.
     if ( !g_fPinned.load( std::memory_order_relaxed ) && PinCurrentModule() )
         g_fPinned.store( true, std::memory_order_relaxed );
+    InstallStopSignal();
     pthread_once( &g_aKeyMade, MakeEndKey );
     const ThreadAttributes aAttributes( nStackSize );
     if ( !g_fKeyMade || !aAttributes.AreGood() )
         return false;
     AddReference();
-    pthread_t aThread;
-    if ( pthread_create( &aThread, aAttributes.Get(), Run, this ) == 0 )
+    if ( pthread_create( &m_aThread, aAttributes.Get(), Run, this ) == 0 )
         return true;
     Release();
     return false;
@@ -124,7 +118,9 @@ void* ThreadObject::Run( void* pObject )
     ThreadObject& rThread = *static_cast<ThreadObject*>( pObject );
     t_aThreadState.pThread = &rThread;
     const bool fNoticed = pthread_setspecific( g_aEndKey, pObject ) == 0;
+    LetStopSignalIn();
     StoreAndWake( rThread.m_uThreadId, GetCurrentThreadId() );
+    rThread.StopIfAsked( true );
     rThread.RunFunction();
     if ( !fNoticed )
         rThread.End();
@@ -137,6 +133,11 @@ void ThreadObject::RunFunction()
     if ( _setjmp( m_aExit ) == 0 )
         m_dwExitCode = m_pStart( m_pParameter );
     m_fInFunction = false;
+    // What the function left behind without lowering it.
+    ThreadState& rState = t_aThreadState;
+    rState.fAsleep = rState.fMayStopAsleep = FALSE;
+    rState.pHoldings = nullptr;
+    rState.dwGateDepth = 0;
 }
 
 void ThreadObject::LeaveFunction( DWORD dwExitCode ) noexcept
@@ -157,14 +158,106 @@ void ThreadObject::OnThreadEnd( void* pObject ) noexcept
     rThread.End();
 }
 
-void ThreadObject::End() noexcept
+void ThreadObject::TellOfEnd() noexcept
 {
-    t_aThreadState.pThread = nullptr;
-    pthread_detach( pthread_self() );
     StoreAndWake( m_uEnded, 1 );
     m_aBells.RingAll();
+}
+
+void ThreadObject::End() noexcept
+{
+    while ( !m_aStop.Close() )
+        StopIfAsked( true );
+    t_aThreadState.pThread = nullptr;
+    pthread_detach( pthread_self() );
+    TellOfEnd();
     Release();
 }
+
+// Memory cannot be freed here: the thread may have been stopped inside malloc.
+void ThreadObject::EndByForce() noexcept
+{
+    m_dwExitCode = static_cast<DWORD>( m_ullForcedEnd );
+    m_pLastMutexes = AbandonMutexesOfDyingThread();
+    m_aLeft = t_aThreadState;
+    TellOfEnd();
+    DeadThreads::Add( *this );
+    m_aStop.CloseByForce();
+    for ( ;; )
+        syscall( SYS_exit, 0 );
+}
+
+// ---- stopping ---------------------------------------------------------------------------------------------
+
+void ThreadObject::StopIfAsked( bool fMayEnd ) noexcept
+{
+    ThreadState& rState = t_aThreadState;
+    if ( rState.fStopping || !( rState.fStopNoted || m_aStop.IsAsked() ) )
+        return;
+    const int nSavedErrno = errno;
+    {
+        const SignalsBlocked aBlocked;
+        rState.fStopping = TRUE;
+        rState.fStopNoted = FALSE;
+        // It may have been woken to take the lock; then another one is to.
+        const pthread_mutex_t* const pLock = rState.fAsleep ? rState.pAwaitedLock : nullptr;
+        if ( pLock != nullptr )
+            WakeLockWaiter( *pLock );
+        const bool fEnds = m_aStop.StandStill();
+        if ( fEnds && fMayEnd && ( pLock == nullptr || GetLockOwner( *pLock ) != GetCurrentThreadId() ) )
+            EndByForce();
+        rState.fStopNoted = fEnds;
+        rState.fStopping = FALSE;
+    }
+    errno = nSavedErrno;
+}
+
+void ThreadObject::TellToLook() const noexcept
+{
+    if ( m_aStop.IsToBeTold() )
+        TellThread( GetThreadId() );
+}
+
+DWORD ThreadObject::Suspend() noexcept
+{
+    const DWORD dwBefore = m_aStop.AddSuspension();
+    if ( dwBefore == SUSPEND_FAILED )
+        return SUSPEND_FAILED;
+    if ( this == OfThread() )
+    {
+        StopIfAsked( t_aThreadState.fMayStopAsleep );
+        return dwBefore;
+    }
+    TellToLook();
+    if ( m_aStop.AwaitStandstill() )
+        return dwBefore;
+    SetLastError( ERROR_ACCESS_DENIED );
+    return SUSPEND_FAILED;
+}
+
+DWORD ThreadObject::Resume() noexcept
+{
+    return m_aStop.TakeSuspension();
+}
+
+void ThreadObject::Terminate( DWORD dwExitCode ) noexcept
+{
+    constexpr ULONGLONG FORCED = 1ull << 32;
+    ULONGLONG ullNone = 0;
+    m_ullForcedEnd.compare_exchange_strong( ullNone, FORCED | dwExitCode );
+    if ( !m_aStop.AskToEnd() )
+        return;
+    if ( this == OfThread() )
+    {
+        StopIfAsked( t_aThreadState.fMayStopAsleep );
+        return;
+    }
+    TellToLook();
+    m_aStop.AwaitEnd();
+    DeadThreads::Bury();
+}
+
+// ---- as an object -----------------------------------------------------------------------------------------
 
 bool ThreadObject::HasEnded() const noexcept
 {
@@ -195,6 +288,7 @@ Taking ThreadObject::WaitAndTake( const WaitLimit& rLimit ) noexcept
     {
         if ( rLimit.IsOver() )
             return Taking::NotReady;
+        const SleepWindow aWindow;
         FutexWait( &m_uEnded, 0, MillisecondsLeft( rLimit ) );
     }
     return Taking::Taken;
@@ -207,47 +301,4 @@ void ThreadObject::AbandonInChild() noexcept
         return;
     m_fLost = true;
     Release();
-}
-
-HANDLE CreateThread( LPSECURITY_ATTRIBUTES, SIZE_T nStackSize, LPTHREAD_START_ROUTINE pStart,
-                     LPVOID pParameter, DWORD dwFlags, LPDWORD pThreadId )
-{
-    if ( pStart == nullptr || dwFlags != 0 )
-    {
-        SetLastError( ERROR_INVALID_PARAMETER );
-        return nullptr;
-    }
-    const int nSavedErrno = errno;
-    ThreadObject* const pThread = new ( std::nothrow ) ThreadObject( pStart, pParameter );
-    const HANDLE hThread = pThread != nullptr ? StartWithHandle( *pThread, nStackSize ) : nullptr;
-    if ( hThread != nullptr && pThreadId != nullptr )
-        *pThreadId = pThread->GetThreadId();
-    if ( pThread != nullptr )
-        pThread->Release();
-    if ( hThread == nullptr )
-        SetLastError( ERROR_NOT_ENOUGH_MEMORY );
-    errno = nSavedErrno;
-    return hThread;
-}
-
-void ExitThread( DWORD dwExitCode )
-{
-    if ( ThreadObject* const pThread = ThreadObject::OfThread() )
-        pThread->LeaveFunction( dwExitCode );
-    else
-        pthread_exit( nullptr );
-}
-
-BOOL GetExitCodeThread( HANDLE hThread, LPDWORD pExitCode )
-{
-    const HandleUse aUse( hThread, KIND_THREAD, THREAD_QUERY_INFORMATION );
-    if ( !aUse.IsGood() )
-        return FALSE;
-    if ( pExitCode == nullptr )
-    {
-        SetLastError( ERROR_INVALID_PARAMETER );
-        return FALSE;
-    }
-    *pExitCode = aUse.GetObject<ThreadObject>()->GetExitCode();
-    return TRUE;
 }

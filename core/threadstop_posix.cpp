@@ -1,0 +1,12 @@
+#include "core/threadstop.h"
+#include "platform/stopgate.h"
+
+void DeferThreadStop() noexcept
+{
+    RaiseStopGate();
+}
+
+void AllowThreadStop() noexcept
+{
+    LowerStopGate();
+}

@@ -1,0 +1,5 @@
+#include "core/threadstop.h"
+
+void DeferThreadStop() noexcept {}
+
+void AllowThreadStop() noexcept {}

@@ -1,0 +1,271 @@
+// Threads that others suspend, and end by force, at any moment.
+
+#include "core/guards.h"
+
+#include <bxtools/platform.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#if defined( __SANITIZE_THREAD__ )
+// It waits for ever for a thread that left without telling it.
+#define SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED() GTEST_SKIP()
+#else
+#define SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED() static_cast<void>( 0 )
+#endif
+
+namespace
+{
+constexpr DWORD LONG_TIME = 20000;
+
+std::atomic<ULONG> g_ulRounds{ 0 };
+std::atomic<bool> g_fGoesOn{ true };
+CriticalSection* g_pLibraryLock = nullptr;
+
+// Everything that has locks: names, the handle table, memory, mutexes, the library's own sections.
+DWORD Hammer( LPVOID hShared )
+{
+    for ( ; g_fGoesOn; ++g_ulRounds )
+    {
+        const HANDLE hEvent = CreateEventA( NULL, FALSE, FALSE, "hammered" );
+        const HANDLE hMutex = CreateMutexA( NULL, TRUE, "hammered mutex" );
+        SetEvent( hEvent );
+        const HANDLE ahBoth[] = { hShared, hEvent };
+        WaitForMultipleObjects( 2, ahBoth, FALSE, 1 );
+        ReleaseMutex( hMutex );
+        std::free( std::malloc( 100 + g_ulRounds % 5000 ) );
+        {
+            const LockGuard aLocked( *g_pLibraryLock );
+            CloseHandle( hMutex );
+        }
+        CloseHandle( hEvent );
+    }
+    return 0;
+}
+
+DWORD Spin( LPVOID )
+{
+    for ( ;; )
+        ++g_ulRounds;
+}
+
+struct Sleepers
+{
+    HANDLE hEvent, hNamed, hMutex;
+};
+
+DWORD SleepOnOne( LPVOID pSleepers )
+{
+    return WaitForSingleObject( static_cast<Sleepers*>( pSleepers )->hNamed, INFINITE );
+}
+
+DWORD SleepOnMutex( LPVOID pSleepers )
+{
+    return WaitForSingleObject( static_cast<Sleepers*>( pSleepers )->hMutex, INFINITE );
+}
+
+DWORD SleepOnSeveral( LPVOID pSleepers )
+{
+    const auto& rSleepers = *static_cast<Sleepers*>( pSleepers );
+    const HANDLE ahAll[] = { rSleepers.hNamed, rSleepers.hEvent, rSleepers.hMutex };
+    return WaitForMultipleObjects( 3, ahAll, FALSE, INFINITE );
+}
+
+DWORD SleepForAll( LPVOID pSleepers )
+{
+    const auto& rSleepers = *static_cast<Sleepers*>( pSleepers );
+    const HANDLE ahAll[] = { rSleepers.hNamed, rSleepers.hEvent };
+    return WaitForMultipleObjects( 2, ahAll, TRUE, INFINITE );
+}
+
+DWORD SleepForMessage( LPVOID pSleepers )
+{
+    MSG aMessage;
+    PeekMessageA( &aMessage, NULL, 0, 0, PM_NOREMOVE );
+    return MsgWaitForMultipleObjects( 1, &static_cast<Sleepers*>( pSleepers )->hNamed, FALSE, INFINITE,
+                                      QS_ALLINPUT );
+}
+
+DWORD GetMessages( LPVOID )
+{
+    MSG aMessage;
+    return static_cast<DWORD>( GetMessageA( &aMessage, NULL, 0, 0 ) );
+}
+
+DWORD JustSleep( LPVOID )
+{
+    Sleep( INFINITE );
+    return 0;
+}
+
+DWORD OwnMutexAgainAndAgain( LPVOID hMutex )
+{
+    for ( ;; ++g_ulRounds )
+    {
+        WaitForSingleObject( hMutex, INFINITE );
+        ReleaseMutex( hMutex );
+    }
+}
+
+DWORD ComeAndGo( LPVOID hEvent )
+{
+    MSG aMessage;
+    PeekMessageA( &aMessage, NULL, 0, 0, PM_NOREMOVE );
+    PostThreadMessageA( GetCurrentThreadId(), WM_USER, 0, 0 );
+    const HANDLE ahBoth[] = { hEvent, hEvent };
+    return WaitForMultipleObjects( 2, ahBoth, FALSE, 1 );
+}
+
+HANDLE Start( LPTHREAD_START_ROUTINE pFunction, LPVOID pParameter, DWORD dwFlags = 0 )
+{
+    return CreateThread( NULL, 0, pFunction, pParameter, dwFlags, NULL );
+}
+
+// Ends it, and expects what everybody else sees of that.
+void End( HANDLE hThread )
+{
+    EXPECT_TRUE( TerminateThread( hThread, 77 ) );
+    EXPECT_EQ( WAIT_OBJECT_0, WaitForSingleObject( hThread, LONG_TIME ) );
+    EXPECT_TRUE( TerminateThread( hThread, 78 ) );
+    DWORD dwCode = 0;
+    EXPECT_TRUE( GetExitCodeThread( hThread, &dwCode ) );
+    EXPECT_EQ( 77u, dwCode );
+    EXPECT_EQ( 0xFFFFFFFFu, SuspendThread( hThread ) );
+    EXPECT_EQ( ERROR_ACCESS_DENIED + 0u, GetLastError() );
+    EXPECT_TRUE( CloseHandle( hThread ) );
+}
+
+template <class Iterator>
+size_t Count( Iterator aFirst )
+{
+    return static_cast<size_t>( std::distance( aFirst, Iterator() ) );
+}
+
+std::array<size_t, 3> CountWhatTheProcessHas()
+{
+    std::ifstream aMaps( "/proc/self/maps" );
+    return { Count( std::filesystem::directory_iterator( "/proc/self/fd" ) ),
+             Count( std::filesystem::directory_iterator( "/proc/self/task" ) ),
+             Count( std::istreambuf_iterator<char>( aMaps ) ) / 100 };
+}
+} // namespace
+
+TEST( ThreadStop, SuspendedAnywhereItStandsStillAndTheLibraryGoesOn )
+{
+    CriticalSection aLibraryLock;
+    g_pLibraryLock = &aLibraryLock;
+    g_fGoesOn = true;
+    const HANDLE hShared = CreateEventA( NULL, FALSE, FALSE, NULL );
+    const HANDLE hMutex = CreateMutexA( NULL, FALSE, "hammered mutex" );
+    const HANDLE hThread = Start( Hammer, hShared );
+    for ( int i = 0; i < 1000; ++i )
+    {
+        const ULONG ulSeen = g_ulRounds;
+        while ( i % 10 == 0 && g_ulRounds == ulSeen )
+            Sleep( 0 );
+        ASSERT_EQ( 0u, SuspendThread( hThread ) );
+        const ULONG ulRounds = g_ulRounds;
+        {
+            const LockGuard aLocked( aLibraryLock );
+            SetEvent( hShared );
+        }
+        WaitForSingleObject( hMutex, 0 ) == WAIT_TIMEOUT || ReleaseMutex( hMutex );
+        ASSERT_EQ( WAIT_TIMEOUT + 0u, WaitForSingleObject( hThread, 0 ) );
+        ASSERT_EQ( ulRounds, g_ulRounds );
+        ASSERT_EQ( 1u, ResumeThread( hThread ) );
+    }
+    g_fGoesOn = false;
+    EXPECT_EQ( WAIT_OBJECT_0, WaitForSingleObject( hThread, LONG_TIME ) );
+    for ( const HANDLE hObject : { hThread, hMutex, hShared } )
+        CloseHandle( hObject );
+}
+
+TEST( ThreadStop, EndedWhereverItIsItLeavesNothingHeld )
+{
+    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED();
+    for ( const LPTHREAD_START_ROUTINE pFunction : { Spin, SleepOnOne, SleepOnMutex, SleepOnSeveral,
+                                                     SleepForAll, SleepForMessage, GetMessages, JustSleep } )
+    {
+        for ( const DWORD dwFlags : { 0u, CREATE_SUSPENDED } )
+        {
+            for ( const bool fSuspended : { false, true } )
+            {
+                Sleepers aSleepers{ CreateEventA( NULL, TRUE, FALSE, NULL ),
+                                    CreateEventA( NULL, TRUE, FALSE, "slept on" ),
+                                    CreateMutexA( NULL, TRUE, "slept on mutex" ) };
+                const HANDLE hThread = Start( pFunction, &aSleepers, dwFlags );
+                if ( dwFlags == 0 )
+                    Sleep( 5 );
+                EXPECT_TRUE( !fSuspended || SuspendThread( hThread ) == ( dwFlags != 0 ? 1 : 0 ) );
+                End( hThread );
+                // With the handles the objects are gone: no wait of the dead thread keeps them.
+                for ( const HANDLE hObject : { aSleepers.hEvent, aSleepers.hNamed, aSleepers.hMutex } )
+                {
+                    SetEvent( hObject );
+                    EXPECT_TRUE( CloseHandle( hObject ) );
+                }
+                EXPECT_EQ( NULL, OpenEventA( SYNCHRONIZE, FALSE, "slept on" ) );
+                EXPECT_EQ( ERROR_FILE_NOT_FOUND + 0u, GetLastError() );
+            }
+        }
+    }
+}
+
+TEST( ThreadStop, EndedAtAnyMomentOfAWaitItHandsTheMutexOn )
+{
+    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED();
+    for ( const LPCSTR pName : { "handed on", static_cast<LPCSTR>( NULL ) } )
+    {
+        const HANDLE hMutex = CreateMutexA( NULL, FALSE, pName );
+        const HANDLE hOther = Start( OwnMutexAgainAndAgain, hMutex );
+        bool fAbandoned = false;
+        for ( int i = 0; i < 200; ++i )
+        {
+            const ULONG ulRounds = g_ulRounds;
+            const HANDLE hThread = Start( OwnMutexAgainAndAgain, hMutex );
+            while ( g_ulRounds < ulRounds + static_cast<ULONG>( i % 5 ) )
+                Sleep( 0 );
+            ASSERT_TRUE( TerminateThread( hThread, 0 ) );
+            const HANDLE ahBoth[] = { hMutex, hMutex };
+            const DWORD dwResult = i % 2 == 0 ? WaitForSingleObject( hMutex, LONG_TIME )
+                                              : WaitForMultipleObjects( 2, ahBoth, FALSE, LONG_TIME );
+            ASSERT_LE( dwResult & ~WAIT_ABANDONED, WAIT_OBJECT_0 + 1 ) << "in round " << i;
+            fAbandoned = fAbandoned || dwResult >= WAIT_ABANDONED;
+            ASSERT_TRUE( ReleaseMutex( hMutex ) );
+            CloseHandle( hThread );
+        }
+        EXPECT_TRUE( fAbandoned );
+        EXPECT_TRUE( TerminateThread( hOther, 0 ) );
+        CloseHandle( hOther );
+        CloseHandle( hMutex );
+        EXPECT_TRUE( pName == NULL || OpenMutexA( SYNCHRONIZE, FALSE, pName ) == NULL );
+    }
+}
+
+TEST( ThreadStop, ThousandsOfEndsLeaveNothingBehind )
+{
+    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED();
+    const HANDLE hNamed = CreateEventA( NULL, TRUE, FALSE, "of thousands" );
+    std::array<size_t, 3> anBefore{};
+    for ( int i = 0; i < 3000; ++i )
+    {
+        if ( i == 200 )
+            anBefore = CountWhatTheProcessHas();
+        const HANDLE hThread =
+            Start( i % 3 == 0 ? JustSleep : ComeAndGo, hNamed, i % 3 == 1 ? CREATE_SUSPENDED : 0 );
+        ASSERT_TRUE( i % 3 == 2 || TerminateThread( hThread, 0 ) );
+        WaitForSingleObject( hThread, LONG_TIME );
+        CloseHandle( hThread );
+    }
+    const auto anAfter = CountWhatTheProcessHas();
+    for ( size_t i = 0; i < anBefore.size(); ++i )
+        EXPECT_NEAR( static_cast<double>( anBefore[i] ), static_cast<double>( anAfter[i] ), 10 );
+    CloseHandle( hNamed );
+}

@@ -1,0 +1,174 @@
+// Messages of threads: posted, looked for, waited for.
+
+#include "platform/transcript.h"
+
+#include <string>
+
+namespace
+{
+const HWND NO_WINDOW = reinterpret_cast<HWND>( static_cast<LONG_PTR>( 0x7FFF0 ) );
+
+void SayPost( const char* pName, DWORD dwThreadId, UINT uMessage, WPARAM wParam = 0 )
+{
+    SetLastError( UNTOUCHED );
+    const BOOL fDone = PostThreadMessageA( dwThreadId, uMessage, wParam, 0 );
+    Say( pName, "%d, last error %u", fDone, static_cast<unsigned>( GetLastError() ) );
+}
+
+std::string TextOf( const MSG& rMessage )
+{
+    return "message " + std::to_string( rMessage.message ) + " (" + std::to_string( rMessage.wParam ) + ", " +
+           std::to_string( rMessage.lParam ) + "), window " + ( rMessage.hwnd == NULL ? "null" : "another" );
+}
+
+void SayPeek( const char* pName, UINT uFirst, UINT uLast, UINT uRemove, HWND hWindow = NULL )
+{
+    MSG aMessage = {};
+    SetLastError( UNTOUCHED );
+    const BOOL fFound = PeekMessageA( &aMessage, hWindow, uFirst, uLast, uRemove );
+    const DWORD dwError = GetLastError();
+    if ( fFound )
+        Say( pName, "%s", TextOf( aMessage ).c_str() );
+    else
+        Say( pName, "none, last error %u", static_cast<unsigned>( dwError ) );
+}
+
+void SayGet( const char* pName, UINT uFirst = 0, UINT uLast = 0 )
+{
+    MSG aMessage = {};
+    const BOOL fResult = GetMessageA( &aMessage, NULL, uFirst, uLast );
+    Say( pName, "%d, %s", fResult, TextOf( aMessage ).c_str() );
+}
+
+void SayWait( const char* pName, DWORD dwCount, const HANDLE* pHandles, DWORD dwMask = QS_ALLINPUT,
+              BOOL fAll = FALSE )
+{
+    SetLastError( UNTOUCHED );
+    const DWORD dwResult = MsgWaitForMultipleObjects( dwCount, pHandles, fAll, 20, dwMask );
+    Say( pName, "%u, last error %u", static_cast<unsigned>( dwResult ),
+         static_cast<unsigned>( GetLastError() ) );
+}
+
+void SayQueue()
+{
+    const DWORD dwOwn = GetCurrentThreadId();
+    SayPeek( "empty queue", 0, 0, PM_REMOVE );
+    SayPost( "post to oneself", dwOwn, WM_USER + 1, 1 );
+    SayPost( "message 0", dwOwn, WM_NULL, 2 );
+    SayPost( "paint", dwOwn, WM_PAINT, 3 );
+    PostMessageA( NULL, WM_USER + 2, 4, -5 );
+    SayPeek( "a look", 0, 0, PM_NOREMOVE );
+    SayPeek( "only a range", WM_USER + 2, WM_USER + 9, PM_REMOVE );
+    SayPeek( "an empty range", WM_USER + 2, WM_USER + 9, PM_REMOVE );
+    SayPeek( "a range the wrong way round", WM_USER + 9, WM_USER, PM_NOREMOVE );
+    SayPeek( "without a window", 0, 0, PM_REMOVE, reinterpret_cast<HWND>( static_cast<LONG_PTR>( -1 ) ) );
+    SayPeek( "of no window", 0, 0, PM_REMOVE, NO_WINDOW );
+    SayGet( "get" );
+    SayPost( "quit", dwOwn, WM_QUIT, 9 );
+    SayPost( "behind it", dwOwn, WM_USER, 10 );
+    SayGet( "get a range", WM_PAINT, WM_PAINT );
+    SayGet( "get quit" );
+    SayGet( "get what is behind it" );
+    MSG aMessage = {};
+    aMessage.message = WM_USER;
+    Say( "translate and dispatch", "%d, %d", TranslateMessage( &aMessage ),
+         static_cast<int>( DispatchMessageA( &aMessage ) ) );
+    Say( "is a window", "%d", IsWindow( NO_WINDOW ) );
+    SayOutcome( "post to no window", PostMessageA( NO_WINDOW, WM_CLOSE, 0, 0 ) );
+}
+
+void SayWaits()
+{
+    const DWORD dwOwn = GetCurrentThreadId();
+    const HANDLE hEvent = CreateEventA( NULL, FALSE, FALSE, NULL );
+    SayWait( "wait for nothing", 0, NULL );
+    PostThreadMessageA( dwOwn, WM_USER, 1, 0 );
+    PostThreadMessageA( dwOwn, WM_USER, 2, 0 );
+    SayWait( "wait for other input", 1, &hEvent, QS_KEY | QS_TIMER );
+    SayWait( "new input", 0, NULL );
+    SayWait( "new input again, behind an event", 1, &hEvent );
+    SayWait( "all of it, unset", 1, &hEvent, QS_ALLINPUT, TRUE );
+    SetEvent( hEvent );
+    SayWait( "event before input", 1, &hEvent );
+    SetEvent( hEvent );
+    SayWait( "all of it", 1, &hEvent, QS_ALLINPUT, TRUE );
+    SayWait( "event is taken", 1, &hEvent );
+    SayPeek( "look at the first", 0, 0, PM_NOREMOVE );
+    SayWait( "seen input is old", 1, &hEvent );
+    PostThreadMessageA( dwOwn, WM_USER, 3, 0 );
+    SayWait( "new again", 1, &hEvent );
+    SayGet( "take the first" );
+    SayWait( "what is left is old", 1, &hEvent );
+    PostThreadMessageA( dwOwn, WM_USER, 4, 0 );
+    SayPeek( "look for others", WM_APP, WM_APP, PM_NOREMOVE );
+    SayWait( "looked for others", 1, &hEvent );
+    SayWait( "counted without ranges", 1, &hEvent, QS_ALLPOSTMESSAGE );
+    HANDLE ahMany[MAXIMUM_WAIT_OBJECTS];
+    for ( HANDLE& rhEvent : ahMany )
+        rhEvent = hEvent;
+    SayWait( "63 handles", 63, ahMany );
+    SayWait( "64 handles", 64, ahMany );
+    ahMany[3] = NULL;
+    SayWait( "a bad handle", 5, ahMany );
+    CloseHandle( hEvent );
+}
+
+// With a queue or without, between two events.
+struct Receiver
+{
+    bool fQueue;
+    HANDLE hReady, hGo;
+};
+
+DWORD WINAPI Receive( LPVOID pReceiver )
+{
+    const Receiver& rReceiver = *static_cast<const Receiver*>( pReceiver );
+    MSG aMessage;
+    if ( rReceiver.fQueue )
+        PeekMessageA( &aMessage, NULL, 0, 0, PM_NOREMOVE );
+    SetEvent( rReceiver.hReady );
+    WaitForSingleObject( rReceiver.hGo, INFINITE );
+    DWORD dwSum = 0;
+    while ( rReceiver.fQueue && GetMessageA( &aMessage, NULL, 0, 0 ) > 0 )
+        dwSum = dwSum * 10 + static_cast<DWORD>( aMessage.wParam );
+    return dwSum;
+}
+
+void SayThreads()
+{
+    for ( const bool fQueue : { false, true } )
+    {
+        Receiver aReceiver{ fQueue, CreateEventA( NULL, FALSE, FALSE, NULL ),
+                            CreateEventA( NULL, FALSE, FALSE, NULL ) };
+        DWORD dwThreadId = 0;
+        const HANDLE hThread = CreateThread( NULL, 0, Receive, &aReceiver, 0, &dwThreadId );
+        WaitForSingleObject( aReceiver.hReady, INFINITE );
+        const std::string strKind = fQueue ? "thread with a queue, " : "thread without a queue, ";
+        SayPost( ( strKind + "first" ).c_str(), dwThreadId, WM_USER, 1 );
+        SetEvent( aReceiver.hGo );
+        if ( fQueue )
+        {
+            Sleep( 20 );
+            PostThreadMessageA( dwThreadId, WM_USER, 2, 0 );
+            PostThreadMessageA( dwThreadId, WM_QUIT, 3, 0 );
+        }
+        WaitForSingleObject( hThread, INFINITE );
+        DWORD dwCode = UNTOUCHED;
+        GetExitCodeThread( hThread, &dwCode );
+        Say( ( strKind + "received" ).c_str(), "%u", static_cast<unsigned>( dwCode ) );
+        SayPost( ( strKind + "ended" ).c_str(), dwThreadId, WM_USER );
+        for ( const HANDLE hObject : { hThread, aReceiver.hReady, aReceiver.hGo } )
+            CloseHandle( hObject );
+    }
+    SayPost( "thread 0", 0, WM_USER );
+    SayPost( "thread that is not", 0x7FFFFFF0u, WM_USER );
+}
+} // namespace
+
+int main()
+{
+    SayQueue();
+    SayWaits();
+    SayThreads();
+    return 0;
+}
