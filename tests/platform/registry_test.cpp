@@ -271,7 +271,7 @@ TEST( Registry, ForksDoNotKeepTheLock )
                 SetBytes( aKey, "n", "x" );
         } );
     std::vector<pid_t> aChildren;
-    for ( int i = 0; i < 100; ++i )
+    for ( int i = 0; i < 50; ++i )
     {
         aChildren.push_back( fork() );
         if ( aChildren.back() == 0 )
@@ -279,7 +279,7 @@ TEST( Registry, ForksDoNotKeepTheLock )
             pause();
             _exit( 0 );
         }
-        std::this_thread::sleep_for( std::chrono::microseconds( 20 * i ) );
+        std::this_thread::sleep_for( std::chrono::microseconds( 40 * i ) );
     }
     fEnough = true;
     aWriter.join();
