@@ -14,6 +14,7 @@ constexpr AddFamily FAMILIES[] = {
     AddErrorsFamily,
     AddRegFamily,
     AddDebugFamily,
+    AddFileFamily,
     AddIpcFamily,
 };
 

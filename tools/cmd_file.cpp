@@ -1,0 +1,92 @@
+// bxtool file: what the numbers in reports on files mean.
+
+#include "tools/errors/decodedrecord.h"
+#include "tools/errors/numbers.h"
+#include "tools/families.h"
+#include "tools/talk.h"
+
+#include <bxtools/file.h>
+
+#include <memory>
+#include <nlohmann/json.hpp>
+
+namespace
+{
+
+constexpr char EXAMPLES[] =
+    "Prints, for each number, the cause that a report on a file names for it, and the system's\n"
+    "own text. Reports show the number behind \"OsError =\"; with -1 the system gave none.\n\n"
+    "Examples:\n"
+    "  bxtool file cause 32\n"
+    "  bxtool file cause 2 3 0x70 --json\n\n";
+
+struct CauseOptions
+{
+    std::vector<std::string> aNumbers;
+    bool fJson = false;
+};
+
+struct ExplainedNumber
+{
+    LONG lNumber;
+    LONG lCause;
+    std::string aCauseText;
+    std::string aSystemText; // empty: there is none
+};
+
+ExplainedNumber Explain( const std::string& aNumber )
+{
+    const LONG lNumber = *ParseErrorNumber( aNumber );
+    const LONG lCause = CFileException::CauseOf( lNumber );
+    return { lNumber, lCause, CFileException::CauseText( lCause ),
+             GetSystemText( static_cast<DWORD>( lNumber ) ) };
+}
+
+std::string ToJson( const std::vector<ExplainedNumber>& aExplained )
+{
+    nlohmann::ordered_json aList = nlohmann::json::array();
+    for ( const ExplainedNumber& rOne : aExplained )
+        aList.push_back( { { "number", rOne.lNumber },
+                           { "cause", rOne.lCause },
+                           { "causeText", rOne.aCauseText },
+                           { "systemText", rOne.aSystemText } } );
+    const nlohmann::ordered_json aJson = { { "errors", aList } };
+    return aJson.dump( -1, ' ', false, nlohmann::json::error_handler_t::replace ) + "\n";
+}
+
+ExitCode ShowCauses( const CauseOptions& rOptions )
+{
+    std::vector<ExplainedNumber> aExplained;
+    for ( const std::string& aNumber : rOptions.aNumbers )
+        aExplained.push_back( Explain( aNumber ) );
+    if ( rOptions.fJson )
+    {
+        WriteOutput( ToJson( aExplained ) );
+        return ExitCode::Ok;
+    }
+    for ( const ExplainedNumber& rOne : aExplained )
+    {
+        WriteHeading( std::to_string( rOne.lNumber ) );
+        WriteOutput( "\n  cause   " + std::to_string( rOne.lCause ) + ", " + rOne.aCauseText +
+                     "\n  system  " + ( rOne.aSystemText.empty() ? "no text" : rOne.aSystemText ) + "\n" );
+    }
+    return ExitCode::Ok;
+}
+
+} // namespace
+
+void AddFileFamily( CLI::App& rProgram, ExitCode& rExitCode )
+{
+    CLI::App* pFamily = rProgram.add_subcommand( "file", "Files: cause" );
+    pFamily->footer( std::string( EXAMPLES ) + EXIT_CODE_HELP );
+    pFamily->require_subcommand( 1 );
+    CLI::App* pCause = pFamily->add_subcommand( "cause", "Explain the error numbers of reports on files" );
+    pCause->footer( EXAMPLES );
+    auto pOptions = std::make_shared<CauseOptions>();
+    pCause->add_option( "NUMBER", pOptions->aNumbers, "System errors, decimal or 0x..." )
+        ->type_name( "" )
+        ->required()
+        ->check( CheckErrorNumber );
+    pCause->add_flag( "--json", pOptions->fJson, "Print JSON instead" );
+    pCause->callback( [pOptions, &rExitCode] { rExitCode = ShowCauses( *pOptions ); } );
+}
