@@ -56,6 +56,7 @@ int main( int nArguments, char** ppArguments )
     RegisterLockMeasurements();
     RegisterWaitMeasurements();
     RegisterRegistryMeasurements();
+    RegisterFileMeasurements();
     RegisterPathMeasurements();
     benchmark::RunSpecifiedBenchmarks();
     RemoveLockPeers();

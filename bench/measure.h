@@ -95,6 +95,7 @@ void RegisterStartMeasurements();
 void RegisterLockMeasurements();
 void RegisterWaitMeasurements();
 void RegisterRegistryMeasurements();
+void RegisterFileMeasurements();
 void RegisterPathMeasurements();
 
 // What peers leave in the system.
