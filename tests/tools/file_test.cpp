@@ -5,7 +5,7 @@
 TEST( FileTool, ExplainsNumbersAsReportsDo )
 {
     ProgramFolder aFolder;
-    const ProgramResult aText = aFolder.Run( BXTOOL_PROGRAM, { "file", "cause", "32", "-1" } );
+    const ProgramResult aText = aFolder.Run( BXTOOL_PROGRAM, { "file", "cause", "32", "0xFFFFFFFF" } );
     EXPECT_EQ( 0, aText.nExitCode );
     EXPECT_EQ( "", aText.strErrors );
     EXPECT_TRUE( aText.strOutput.starts_with(
