@@ -261,6 +261,7 @@ HANDLE CreateMutexA( LPSECURITY_ATTRIBUTES, BOOL fInitialOwner, LPCSTR pName )
     MutexMaker aMaker( fInitialOwner != FALSE );
     if ( !aName.IsEmpty() )
         return MakeNamedHandle( aName, aMaker, true, MUTEX_ALL_ACCESS );
+    const StopGate aGate;
     Mutex* const pMutex = new ( std::nothrow ) Mutex;
     if ( pMutex != nullptr )
         pMutex->TakeAtBirth( fInitialOwner != FALSE );

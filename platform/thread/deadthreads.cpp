@@ -1,5 +1,6 @@
 #include "platform/thread/deadthreads.h"
 
+#include "platform/nocancellation.h"
 #include "platform/object/bell.h"
 #include "platform/object/mutex.h"
 #include "platform/stopgate.h"
@@ -46,6 +47,7 @@ void DeadThreads::Bury() noexcept
     if ( g_pFirst.load( std::memory_order_relaxed ) == nullptr )
         return;
     const StopGate aGate;
+    const NoCancellation aNoCancellation;
     const DWORD dwSavedError = GetLastError();
     for ( ThreadObject* pThread = g_pFirst.exchange( nullptr ); pThread != nullptr; )
         Bury( *std::exchange( pThread, pThread->m_pNextDead ) );

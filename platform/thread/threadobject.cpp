@@ -21,6 +21,12 @@ namespace
 {
 // Its destructor tells of a thread's end: it comes after the C++ thread_local objects, and asks to be called again until
 // the round that is the last, so that nearly all other destructors have run as well.
+#if defined( __SANITIZE_THREAD__ )
+// The sanitizer has given the thread up in the last one.
+constexpr int ROUND_OF_END = PTHREAD_DESTRUCTOR_ITERATIONS - 1;
+#else
+constexpr int ROUND_OF_END = PTHREAD_DESTRUCTOR_ITERATIONS;
+#endif
 constinit pthread_once_t g_aKeyMade = PTHREAD_ONCE_INIT;
 constinit pthread_key_t g_aEndKey = 0;
 constinit bool g_fKeyMade = false;
@@ -152,8 +158,7 @@ void ThreadObject::LeaveFunction( DWORD dwExitCode ) noexcept
 void ThreadObject::OnThreadEnd( void* pObject ) noexcept
 {
     ThreadObject& rThread = *static_cast<ThreadObject*>( pObject );
-    if ( ++rThread.m_nEndRounds < PTHREAD_DESTRUCTOR_ITERATIONS &&
-         pthread_setspecific( g_aEndKey, pObject ) == 0 )
+    if ( ++rThread.m_nEndRounds < ROUND_OF_END && pthread_setspecific( g_aEndKey, pObject ) == 0 )
         return;
     rThread.End();
 }

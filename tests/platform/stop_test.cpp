@@ -16,9 +16,9 @@
 
 #if defined( __SANITIZE_THREAD__ )
 // It waits for ever for a thread that left without telling it.
-#define SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED() GTEST_SKIP()
+#define SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED() GTEST_SKIP();
 #else
-#define SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED() static_cast<void>( 0 )
+#define SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED()
 #endif
 
 namespace
@@ -50,60 +50,36 @@ DWORD Hammer( LPVOID hShared )
     return 0;
 }
 
-DWORD Spin( LPVOID )
-{
-    for ( ;; )
-        ++g_ulRounds;
-}
-
+// What a thread that never ends by itself does.
 struct Sleepers
 {
     HANDLE hEvent, hNamed, hMutex;
 };
-
-DWORD SleepOnOne( LPVOID pSleepers )
-{
-    return WaitForSingleObject( static_cast<Sleepers*>( pSleepers )->hNamed, INFINITE );
-}
-
-DWORD SleepOnMutex( LPVOID pSleepers )
-{
-    return WaitForSingleObject( static_cast<Sleepers*>( pSleepers )->hMutex, INFINITE );
-}
-
-DWORD SleepOnSeveral( LPVOID pSleepers )
-{
-    const auto& rSleepers = *static_cast<Sleepers*>( pSleepers );
-    const HANDLE ahAll[] = { rSleepers.hNamed, rSleepers.hEvent, rSleepers.hMutex };
-    return WaitForMultipleObjects( 3, ahAll, FALSE, INFINITE );
-}
-
-DWORD SleepForAll( LPVOID pSleepers )
-{
-    const auto& rSleepers = *static_cast<Sleepers*>( pSleepers );
-    const HANDLE ahAll[] = { rSleepers.hNamed, rSleepers.hEvent };
-    return WaitForMultipleObjects( 2, ahAll, TRUE, INFINITE );
-}
-
-DWORD SleepForMessage( LPVOID pSleepers )
-{
-    MSG aMessage;
-    PeekMessageA( &aMessage, NULL, 0, 0, PM_NOREMOVE );
-    return MsgWaitForMultipleObjects( 1, &static_cast<Sleepers*>( pSleepers )->hNamed, FALSE, INFINITE,
-                                      QS_ALLINPUT );
-}
-
-DWORD GetMessages( LPVOID )
-{
-    MSG aMessage;
-    return static_cast<DWORD>( GetMessageA( &aMessage, NULL, 0, 0 ) );
-}
-
-DWORD JustSleep( LPVOID )
-{
-    Sleep( INFINITE );
-    return 0;
-}
+constexpr LPTHREAD_START_ROUTINE SLEEP = []( LPVOID ) -> DWORD { return Sleep( INFINITE ), 0; };
+constexpr LPTHREAD_START_ROUTINE g_apEndless[] = {
+    SLEEP,
+    []( LPVOID ) -> DWORD
+    {
+        for ( ;; )
+            ++g_ulRounds;
+    },
+    []( LPVOID p ) { return WaitForSingleObject( static_cast<Sleepers*>( p )->hNamed, INFINITE ); },
+    []( LPVOID p ) { return WaitForSingleObject( static_cast<Sleepers*>( p )->hMutex, INFINITE ); },
+    []( LPVOID p )
+    { return WaitForMultipleObjects( 3, &static_cast<Sleepers*>( p )->hEvent, FALSE, INFINITE ); },
+    []( LPVOID p )
+    { return WaitForMultipleObjects( 3, &static_cast<Sleepers*>( p )->hEvent, TRUE, INFINITE ); },
+    []( LPVOID p )
+    {
+        return MsgWaitForMultipleObjects( 2, &static_cast<Sleepers*>( p )->hEvent, FALSE, INFINITE,
+                                          QS_ALLINPUT );
+    },
+    []( LPVOID )
+    {
+        MSG aMessage;
+        return static_cast<DWORD>( GetMessageA( &aMessage, NULL, 0, 0 ) );
+    }
+};
 
 DWORD OwnMutexAgainAndAgain( LPVOID hMutex )
 {
@@ -126,20 +102,6 @@ DWORD ComeAndGo( LPVOID hEvent )
 HANDLE Start( LPTHREAD_START_ROUTINE pFunction, LPVOID pParameter, DWORD dwFlags = 0 )
 {
     return CreateThread( NULL, 0, pFunction, pParameter, dwFlags, NULL );
-}
-
-// Ends it, and expects what everybody else sees of that.
-void End( HANDLE hThread )
-{
-    EXPECT_TRUE( TerminateThread( hThread, 77 ) );
-    EXPECT_EQ( WAIT_OBJECT_0, WaitForSingleObject( hThread, LONG_TIME ) );
-    EXPECT_TRUE( TerminateThread( hThread, 78 ) );
-    DWORD dwCode = 0;
-    EXPECT_TRUE( GetExitCodeThread( hThread, &dwCode ) );
-    EXPECT_EQ( 77u, dwCode );
-    EXPECT_EQ( 0xFFFFFFFFu, SuspendThread( hThread ) );
-    EXPECT_EQ( ERROR_ACCESS_DENIED + 0u, GetLastError() );
-    EXPECT_TRUE( CloseHandle( hThread ) );
 }
 
 template <class Iterator>
@@ -189,38 +151,34 @@ TEST( ThreadStop, SuspendedAnywhereItStandsStillAndTheLibraryGoesOn )
 
 TEST( ThreadStop, EndedWhereverItIsItLeavesNothingHeld )
 {
-    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED();
-    for ( const LPTHREAD_START_ROUTINE pFunction : { Spin, SleepOnOne, SleepOnMutex, SleepOnSeveral,
-                                                     SleepForAll, SleepForMessage, GetMessages, JustSleep } )
+    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED()
+    for ( const LPTHREAD_START_ROUTINE pFunction : g_apEndless )
     {
-        for ( const DWORD dwFlags : { 0u, CREATE_SUSPENDED } )
+        for ( const DWORD dwSuspended : { 0, 1, 2 } )
         {
-            for ( const bool fSuspended : { false, true } )
-            {
-                Sleepers aSleepers{ CreateEventA( NULL, TRUE, FALSE, NULL ),
-                                    CreateEventA( NULL, TRUE, FALSE, "slept on" ),
-                                    CreateMutexA( NULL, TRUE, "slept on mutex" ) };
-                const HANDLE hThread = Start( pFunction, &aSleepers, dwFlags );
-                if ( dwFlags == 0 )
-                    Sleep( 5 );
-                EXPECT_TRUE( !fSuspended || SuspendThread( hThread ) == ( dwFlags != 0 ? 1 : 0 ) );
-                End( hThread );
-                // With the handles the objects are gone: no wait of the dead thread keeps them.
-                for ( const HANDLE hObject : { aSleepers.hEvent, aSleepers.hNamed, aSleepers.hMutex } )
-                {
-                    SetEvent( hObject );
-                    EXPECT_TRUE( CloseHandle( hObject ) );
-                }
-                EXPECT_EQ( NULL, OpenEventA( SYNCHRONIZE, FALSE, "slept on" ) );
-                EXPECT_EQ( ERROR_FILE_NOT_FOUND + 0u, GetLastError() );
-            }
+            Sleepers aSleepers{ CreateEventA( NULL, TRUE, FALSE, NULL ),
+                                CreateEventA( NULL, TRUE, FALSE, "slept on" ),
+                                CreateMutexA( NULL, TRUE, "slept on mutex" ) };
+            const HANDLE hThread = Start( pFunction, &aSleepers, dwSuspended == 2 ? CREATE_SUSPENDED : 0 );
+            Sleep( 5 );
+            EXPECT_TRUE( dwSuspended == 0 || SuspendThread( hThread ) == dwSuspended - 1 );
+            EXPECT_TRUE( TerminateThread( hThread, 77 ) );
+            EXPECT_EQ( WAIT_OBJECT_0, WaitForSingleObject( hThread, LONG_TIME ) );
+            DWORD dwCode = 0;
+            EXPECT_TRUE( GetExitCodeThread( hThread, &dwCode ) );
+            EXPECT_EQ( 77u, dwCode );
+            // With the handles the objects are gone: no wait of the dead thread keeps them.
+            SetEvent( aSleepers.hNamed );
+            for ( const HANDLE hObject : { hThread, aSleepers.hEvent, aSleepers.hNamed, aSleepers.hMutex } )
+                EXPECT_TRUE( CloseHandle( hObject ) );
+            EXPECT_EQ( NULL, OpenEventA( SYNCHRONIZE, FALSE, "slept on" ) );
         }
     }
 }
 
 TEST( ThreadStop, EndedAtAnyMomentOfAWaitItHandsTheMutexOn )
 {
-    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED();
+    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED()
     for ( const LPCSTR pName : { "handed on", static_cast<LPCSTR>( NULL ) } )
     {
         const HANDLE hMutex = CreateMutexA( NULL, FALSE, pName );
@@ -251,7 +209,7 @@ TEST( ThreadStop, EndedAtAnyMomentOfAWaitItHandsTheMutexOn )
 
 TEST( ThreadStop, ThousandsOfEndsLeaveNothingBehind )
 {
-    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED();
+    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED()
     const HANDLE hNamed = CreateEventA( NULL, TRUE, FALSE, "of thousands" );
     std::array<size_t, 3> anBefore{};
     for ( int i = 0; i < 3000; ++i )
@@ -259,7 +217,7 @@ TEST( ThreadStop, ThousandsOfEndsLeaveNothingBehind )
         if ( i == 200 )
             anBefore = CountWhatTheProcessHas();
         const HANDLE hThread =
-            Start( i % 3 == 0 ? JustSleep : ComeAndGo, hNamed, i % 3 == 1 ? CREATE_SUSPENDED : 0 );
+            Start( i % 3 == 0 ? SLEEP : ComeAndGo, hNamed, i % 3 == 1 ? CREATE_SUSPENDED : 0 );
         ASSERT_TRUE( i % 3 == 2 || TerminateThread( hThread, 0 ) );
         WaitForSingleObject( hThread, LONG_TIME );
         CloseHandle( hThread );

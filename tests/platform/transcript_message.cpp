@@ -2,6 +2,7 @@
 
 #include "platform/transcript.h"
 
+#include <atomic>
 #include <string>
 
 namespace
@@ -54,8 +55,8 @@ void SayQueue()
     const DWORD dwOwn = GetCurrentThreadId();
     SayPeek( "empty queue", 0, 0, PM_REMOVE );
     SayPost( "post to oneself", dwOwn, WM_USER + 1, 1 );
-    SayPost( "message 0", dwOwn, WM_NULL, 2 );
-    SayPost( "paint", dwOwn, WM_PAINT, 3 );
+    PostThreadMessageA( dwOwn, WM_NULL, 2, 0 );
+    PostThreadMessageA( dwOwn, WM_PAINT, 3, 0 );
     PostMessageA( NULL, WM_USER + 2, 4, -5 );
     SayPeek( "a look", 0, 0, PM_NOREMOVE );
     SayPeek( "only a range", WM_USER + 2, WM_USER + 9, PM_REMOVE );
@@ -64,8 +65,8 @@ void SayQueue()
     SayPeek( "without a window", 0, 0, PM_REMOVE, reinterpret_cast<HWND>( static_cast<LONG_PTR>( -1 ) ) );
     SayPeek( "of no window", 0, 0, PM_REMOVE, NO_WINDOW );
     SayGet( "get" );
-    SayPost( "quit", dwOwn, WM_QUIT, 9 );
-    SayPost( "behind it", dwOwn, WM_USER, 10 );
+    PostThreadMessageA( dwOwn, WM_QUIT, 9, 0 );
+    PostThreadMessageA( dwOwn, WM_USER, 10, 0 );
     SayGet( "get a range", WM_PAINT, WM_PAINT );
     SayGet( "get quit" );
     SayGet( "get what is behind it" );
@@ -113,55 +114,42 @@ void SayWaits()
     CloseHandle( hEvent );
 }
 
-// With a queue or without, between two events.
-struct Receiver
-{
-    bool fQueue;
-    HANDLE hReady, hGo;
-};
+std::atomic<int> g_nStep{ 0 };
 
-DWORD WINAPI Receive( LPVOID pReceiver )
+// Once it has no queue, then it has one.
+DWORD WINAPI Receive( LPVOID )
 {
-    const Receiver& rReceiver = *static_cast<const Receiver*>( pReceiver );
     MSG aMessage;
-    if ( rReceiver.fQueue )
-        PeekMessageA( &aMessage, NULL, 0, 0, PM_NOREMOVE );
-    SetEvent( rReceiver.hReady );
-    WaitForSingleObject( rReceiver.hGo, INFINITE );
+    g_nStep.wait( 0 );
+    PeekMessageA( &aMessage, NULL, 0, 0, PM_NOREMOVE );
+    g_nStep = 2;
+    g_nStep.notify_one();
     DWORD dwSum = 0;
-    while ( rReceiver.fQueue && GetMessageA( &aMessage, NULL, 0, 0 ) > 0 )
+    while ( GetMessageA( &aMessage, NULL, 0, 0 ) > 0 )
         dwSum = dwSum * 10 + static_cast<DWORD>( aMessage.wParam );
     return dwSum;
 }
 
 void SayThreads()
 {
-    for ( const bool fQueue : { false, true } )
-    {
-        Receiver aReceiver{ fQueue, CreateEventA( NULL, FALSE, FALSE, NULL ),
-                            CreateEventA( NULL, FALSE, FALSE, NULL ) };
-        DWORD dwThreadId = 0;
-        const HANDLE hThread = CreateThread( NULL, 0, Receive, &aReceiver, 0, &dwThreadId );
-        WaitForSingleObject( aReceiver.hReady, INFINITE );
-        const std::string strKind = fQueue ? "thread with a queue, " : "thread without a queue, ";
-        SayPost( ( strKind + "first" ).c_str(), dwThreadId, WM_USER, 1 );
-        SetEvent( aReceiver.hGo );
-        if ( fQueue )
-        {
-            Sleep( 20 );
-            PostThreadMessageA( dwThreadId, WM_USER, 2, 0 );
-            PostThreadMessageA( dwThreadId, WM_QUIT, 3, 0 );
-        }
-        WaitForSingleObject( hThread, INFINITE );
-        DWORD dwCode = UNTOUCHED;
-        GetExitCodeThread( hThread, &dwCode );
-        Say( ( strKind + "received" ).c_str(), "%u", static_cast<unsigned>( dwCode ) );
-        SayPost( ( strKind + "ended" ).c_str(), dwThreadId, WM_USER );
-        for ( const HANDLE hObject : { hThread, aReceiver.hReady, aReceiver.hGo } )
-            CloseHandle( hObject );
-    }
-    SayPost( "thread 0", 0, WM_USER );
-    SayPost( "thread that is not", 0x7FFFFFF0u, WM_USER );
+    DWORD dwThreadId = 0;
+    const HANDLE hThread = CreateThread( NULL, 0, Receive, NULL, 0, &dwThreadId );
+    SayPost( "to a thread without a queue", dwThreadId, WM_USER );
+    g_nStep = 1;
+    g_nStep.notify_one();
+    g_nStep.wait( 1 );
+    SayPost( "to a thread with a queue", dwThreadId, WM_USER, 1 );
+    Sleep( 20 );
+    SayPost( "while it waits", dwThreadId, WM_USER, 2 );
+    SayPost( "its end", dwThreadId, WM_QUIT, 3 );
+    WaitForSingleObject( hThread, INFINITE );
+    DWORD dwCode = UNTOUCHED;
+    GetExitCodeThread( hThread, &dwCode );
+    Say( "it received", "%u", static_cast<unsigned>( dwCode ) );
+    SayPost( "to an ended thread", dwThreadId, WM_USER );
+    SayPost( "to thread 0", 0, WM_USER );
+    SayPost( "to a thread that is not", 0x7FFFFFF0u, WM_USER );
+    CloseHandle( hThread );
 }
 } // namespace
 
