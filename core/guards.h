@@ -20,42 +20,27 @@
 #define BX_ACQUIRE( ... ) BX_THREAD_ANNOTATION( acquire_capability( __VA_ARGS__ ) )
 #define BX_RELEASE( ... ) BX_THREAD_ANNOTATION( release_capability( __VA_ARGS__ ) )
 
-// Whether who holds a lock may wait for others all the while. Then other threads may stop it there; else only when it has
-// given the lock back.
-enum class LockHeld
-{
-    ForMoments,
-    InWaits
-};
-
-// A recursive lock between the threads of this process.
+// A recursive lock between the threads of this process, held for moments: who holds it is not stopped by other threads.
 class BX_CAPABILITY CriticalSection
 {
 public:
-    explicit CriticalSection( LockHeld eHeld = LockHeld::ForMoments ) noexcept
-        : m_fDefersStop( eHeld == LockHeld::ForMoments )
-    {
-        InitializeCriticalSection( &m_aSection );
-    }
+    CriticalSection() noexcept { InitializeCriticalSection( &m_aSection ); }
     ~CriticalSection() { DeleteCriticalSection( &m_aSection ); }
     CriticalSection( const CriticalSection& ) = delete;
     CriticalSection& operator=( const CriticalSection& ) = delete;
 
     void Enter() noexcept BX_ACQUIRE()
     {
-        if ( m_fDefersStop )
-            DeferThreadStop();
+        DeferThreadStop();
         EnterCriticalSection( &m_aSection );
     }
     void Leave() noexcept BX_RELEASE()
     {
         LeaveCriticalSection( &m_aSection );
-        if ( m_fDefersStop )
-            AllowThreadStop();
+        AllowThreadStop();
     }
 
 private:
-    const bool m_fDefersStop;
     CRITICAL_SECTION m_aSection;
 };
 

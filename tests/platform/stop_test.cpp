@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <string>
 
 #if defined( __SANITIZE_THREAD__ )
 // It waits for ever for a thread that left without telling it.
@@ -27,25 +26,31 @@ constexpr DWORD LONG_TIME = 20000;
 
 std::atomic<ULONG> g_ulRounds{ 0 };
 std::atomic<bool> g_fGoesOn{ true };
-CriticalSection* g_pLibraryLock = nullptr;
 
-// Everything that has locks: names, the handle table, memory, mutexes, the library's own sections.
-DWORD Hammer( LPVOID hShared )
+struct Hammered
 {
+    HANDLE hEvent, hMutex;
+    CriticalSection aLibraryLock;
+    bool fMemory; // malloc is not the library's: it stays locked where a thread is ended in it
+};
+
+// Everything that has locks: names, the handle table, mutexes, the library's own sections.
+DWORD Hammer( LPVOID pHammered )
+{
+    Hammered& rHammered = *static_cast<Hammered*>( pHammered );
     for ( ; g_fGoesOn; ++g_ulRounds )
     {
-        const HANDLE hEvent = CreateEventA( NULL, FALSE, FALSE, "hammered" );
-        const HANDLE hMutex = CreateMutexA( NULL, TRUE, "hammered mutex" );
-        SetEvent( hEvent );
-        const HANDLE ahBoth[] = { hShared, hEvent };
+        const HANDLE ahBoth[] = { rHammered.hEvent, CreateEventA( NULL, FALSE, FALSE, "hammered" ) };
+        SetEvent( ahBoth[1] );
         WaitForMultipleObjects( 2, ahBoth, FALSE, 1 );
-        ReleaseMutex( hMutex );
-        std::free( std::malloc( 100 + g_ulRounds % 5000 ) );
+        WaitForSingleObject( rHammered.hMutex, INFINITE );
+        if ( rHammered.fMemory )
+            std::free( std::malloc( 100 + g_ulRounds % 5000 ) );
         {
-            const LockGuard aLocked( *g_pLibraryLock );
-            CloseHandle( hMutex );
+            const LockGuard aLocked( rHammered.aLibraryLock );
+            CloseHandle( ahBoth[1] );
         }
-        CloseHandle( hEvent );
+        ReleaseMutex( rHammered.hMutex );
     }
     return 0;
 }
@@ -81,15 +86,6 @@ constexpr LPTHREAD_START_ROUTINE g_apEndless[] = {
     }
 };
 
-DWORD OwnMutexAgainAndAgain( LPVOID hMutex )
-{
-    for ( ;; ++g_ulRounds )
-    {
-        WaitForSingleObject( hMutex, INFINITE );
-        ReleaseMutex( hMutex );
-    }
-}
-
 DWORD ComeAndGo( LPVOID hEvent )
 {
     MSG aMessage;
@@ -121,12 +117,11 @@ std::array<size_t, 3> CountWhatTheProcessHas()
 
 TEST( ThreadStop, SuspendedAnywhereItStandsStillAndTheLibraryGoesOn )
 {
-    CriticalSection aLibraryLock;
-    g_pLibraryLock = &aLibraryLock;
+    Hammered aHammered{
+        CreateEventA( NULL, FALSE, FALSE, NULL ), CreateMutexA( NULL, FALSE, "hammered mutex" ), {}, true
+    };
     g_fGoesOn = true;
-    const HANDLE hShared = CreateEventA( NULL, FALSE, FALSE, NULL );
-    const HANDLE hMutex = CreateMutexA( NULL, FALSE, "hammered mutex" );
-    const HANDLE hThread = Start( Hammer, hShared );
+    const HANDLE hThread = Start( Hammer, &aHammered );
     for ( int i = 0; i < 1000; ++i )
     {
         const ULONG ulSeen = g_ulRounds;
@@ -135,17 +130,17 @@ TEST( ThreadStop, SuspendedAnywhereItStandsStillAndTheLibraryGoesOn )
         ASSERT_EQ( 0u, SuspendThread( hThread ) );
         const ULONG ulRounds = g_ulRounds;
         {
-            const LockGuard aLocked( aLibraryLock );
-            SetEvent( hShared );
+            const LockGuard aLocked( aHammered.aLibraryLock );
+            SetEvent( aHammered.hEvent );
         }
-        WaitForSingleObject( hMutex, 0 ) == WAIT_TIMEOUT || ReleaseMutex( hMutex );
+        WaitForSingleObject( aHammered.hMutex, 0 ) == WAIT_TIMEOUT || ReleaseMutex( aHammered.hMutex );
         ASSERT_EQ( WAIT_TIMEOUT + 0u, WaitForSingleObject( hThread, 0 ) );
         ASSERT_EQ( ulRounds, g_ulRounds );
         ASSERT_EQ( 1u, ResumeThread( hThread ) );
     }
     g_fGoesOn = false;
     EXPECT_EQ( WAIT_OBJECT_0, WaitForSingleObject( hThread, LONG_TIME ) );
-    for ( const HANDLE hObject : { hThread, hMutex, hShared } )
+    for ( const HANDLE hObject : { hThread, aHammered.hMutex, aHammered.hEvent } )
         CloseHandle( hObject );
 }
 
@@ -176,33 +171,37 @@ TEST( ThreadStop, EndedWhereverItIsItLeavesNothingHeld )
     }
 }
 
-TEST( ThreadStop, EndedAtAnyMomentOfAWaitItHandsTheMutexOn )
+TEST( ThreadStop, EndedAtAnyMomentItHandsOnWhatItHas )
 {
     SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED()
     for ( const LPCSTR pName : { "handed on", static_cast<LPCSTR>( NULL ) } )
     {
-        const HANDLE hMutex = CreateMutexA( NULL, FALSE, pName );
-        const HANDLE hOther = Start( OwnMutexAgainAndAgain, hMutex );
+        Hammered aHammered{
+            CreateEventA( NULL, TRUE, TRUE, NULL ), CreateMutexA( NULL, FALSE, pName ), {}, false
+        };
+        g_fGoesOn = true;
+        const HANDLE hOther = Start( Hammer, &aHammered );
         bool fAbandoned = false;
-        for ( int i = 0; i < 200; ++i )
+        for ( int i = 0; i < 400; ++i )
         {
             const ULONG ulRounds = g_ulRounds;
-            const HANDLE hThread = Start( OwnMutexAgainAndAgain, hMutex );
+            const HANDLE hThread = Start( Hammer, &aHammered );
             while ( g_ulRounds < ulRounds + static_cast<ULONG>( i % 5 ) )
                 Sleep( 0 );
             ASSERT_TRUE( TerminateThread( hThread, 0 ) );
-            const HANDLE ahBoth[] = { hMutex, hMutex };
-            const DWORD dwResult = i % 2 == 0 ? WaitForSingleObject( hMutex, LONG_TIME )
+            const HANDLE ahBoth[] = { aHammered.hMutex, aHammered.hMutex };
+            const DWORD dwResult = i % 2 == 0 ? WaitForSingleObject( aHammered.hMutex, LONG_TIME )
                                               : WaitForMultipleObjects( 2, ahBoth, FALSE, LONG_TIME );
             ASSERT_LE( dwResult & ~WAIT_ABANDONED, WAIT_OBJECT_0 + 1 ) << "in round " << i;
             fAbandoned = fAbandoned || dwResult >= WAIT_ABANDONED;
-            ASSERT_TRUE( ReleaseMutex( hMutex ) );
+            const LockGuard aLocked( aHammered.aLibraryLock );
+            ASSERT_TRUE( ReleaseMutex( aHammered.hMutex ) );
             CloseHandle( hThread );
         }
         EXPECT_TRUE( fAbandoned );
         EXPECT_TRUE( TerminateThread( hOther, 0 ) );
-        CloseHandle( hOther );
-        CloseHandle( hMutex );
+        for ( const HANDLE hObject : { hOther, aHammered.hMutex, aHammered.hEvent } )
+            CloseHandle( hObject );
         EXPECT_TRUE( pName == NULL || OpenMutexA( SYNCHRONIZE, FALSE, pName ) == NULL );
     }
 }
