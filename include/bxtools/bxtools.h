@@ -15,3 +15,4 @@
 #include <bxtools/mstring.h>
 #include <bxtools/path.h>
 #include <bxtools/registry.h>
+#include <bxtools/thread.h>

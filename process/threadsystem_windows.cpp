@@ -1,0 +1,25 @@
+#include "process/threadsystem.h"
+
+#include <objbase.h>
+
+// The system only asks the thread to stand still; its registers cannot be read before it does.
+DWORD SuspendAndSettle( HANDLE aThread ) noexcept
+{
+    const DWORD dwBefore = SuspendThread( aThread );
+    if ( dwBefore == SUSPENSION_FAILED )
+        return dwBefore;
+    CONTEXT aContext = {};
+    aContext.ContextFlags = CONTEXT_CONTROL;
+    GetThreadContext( aThread, &aContext );
+    return dwBefore;
+}
+
+void InitializeCom() noexcept
+{
+    CoInitialize( NULL );
+}
+
+void UninitializeCom() noexcept
+{
+    CoUninitialize();
+}

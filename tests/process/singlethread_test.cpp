@@ -1,0 +1,470 @@
+// Worker threads: begun, stopped, continued and ended in every order, whatever the work does.
+#include "support/failnew.h"
+#include "support/recorder.h"
+
+#include <bxtools/debug.h>
+#include <bxtools/error.h>
+#include <bxtools/platform.h>
+#include <bxtools/thread.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#if defined( __SANITIZE_THREAD__ )
+// It waits for ever for a thread that left without telling it.
+#define SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED() GTEST_SKIP();
+#else
+#define SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED()
+#endif
+
+namespace
+{
+
+class Work : public WorkerThreadBase
+{
+public:
+    explicit Work( std::function<bool( SingleThread* )> aExecute ) : m_aExecute( std::move( aExecute ) ) {}
+    bool Execute( SingleThread* pThread ) override
+    {
+        ++m_nCalls;
+        return m_aExecute( pThread );
+    }
+    void OnNotify( bool fStop ) override
+    {
+        m_fStop = fStop;
+        m_strNotified += fStop ? 's' : 'r';
+        if ( m_aOnNotify )
+            m_aOnNotify( fStop );
+    }
+    // Until it was called so many times more.
+    void AwaitCalls( int nMore )
+    {
+        for ( const int nFrom = m_nCalls; m_nCalls - nFrom < nMore; )
+            Sleep( 1 );
+    }
+
+    std::atomic<int> m_nCalls = 0;
+    std::atomic<bool> m_fStop = false;
+    std::string m_strNotified;
+    std::function<void( bool )> m_aOnNotify;
+
+private:
+    const std::function<bool( SingleThread* )> m_aExecute;
+};
+
+bool GoOn( SingleThread* )
+{
+    return true;
+}
+
+std::string Header( const char* pSignature )
+{
+    return std::string( "From " ) + pSignature;
+}
+
+std::string IdText( DWORD dwId, const char* pFormat = "%#lx (%lu)" )
+{
+    char szText[40];
+    const unsigned long ulId = dwId;
+    snprintf( szText, sizeof( szText ), pFormat, ulId, ulId );
+    return szText;
+}
+
+const std::string BEGIN = Header( "bool SingleThread::Begin()" );
+const std::string INIT = Header( "bool SingleThread::InitThread()" );
+const std::string END = Header( "void SingleThread::End( DWORD dwMilliseconds, bool fWithMsgLoop )" );
+const std::string STOP = Header( "bool SingleThread::Stop( bool fImmediately, bool fWithMsgLoop )" );
+const std::string ROUTINE = Header( "DWORD WINAPI SingleThread::MainThreadRoutine( LPVOID pData )" );
+const std::string TERMINATE = Header( "bool SingleThread::Terminate()" );
+
+// The exit code of a thread that ends by itself, and what was reported after its creation.
+DWORD ExitCodeOf( Work& rWork, const std::vector<Report>& aReports )
+{
+    // The work waits in its first call, so that the end comes while it is waited for.
+    DebugRecorder aRecorder;
+    SingleThread aThread( &rWork );
+    EXPECT_TRUE( aThread.Begin() );
+    EXPECT_TRUE(
+        aRecorder.OnlyReport( INIT, "Thread with ID = " + IdText( aThread.m_aThreadID ) + " created" ) );
+    EXPECT_TRUE( aThread.Wait( 20000, false, false ) );
+    EXPECT_TRUE( aRecorder.OnlyReports( aReports ) );
+    EXPECT_TRUE( aThread.IsGoingToDie() );
+    EXPECT_FALSE( aThread.IsRunning() || aThread.IsWaiting() || aThread.IsValidThread() );
+    DWORD dwExitCode = 0;
+    EXPECT_TRUE( GetExitCodeThread( aThread.m_aThreadHDL, &dwExitCode ) );
+    EXPECT_TRUE( aThread.Wait( INFINITE, false, false ) );
+    EXPECT_EQ( NULL, aThread.m_aThreadHDL );
+    EXPECT_TRUE( aThread.IsGoingToDie() );
+    return dwExitCode;
+}
+
+void AwaitWaiting( SingleThread* pThread )
+{
+    while ( !pThread->IsWaiting() )
+        Sleep( 1 );
+}
+
+} // namespace
+
+TEST( SingleThread, StandsStillAtItsSafePointUntilItIsContinued )
+{
+    for ( const bool fWithMsgLoop : { false, true } )
+    {
+        std::atomic<WPARAM> wReceived = 0;
+        Work aWork(
+            [&]( SingleThread* )
+            {
+                MSG aMessage;
+                if ( PeekMessageA( &aMessage, NULL, WM_APP, WM_APP, PM_REMOVE ) )
+                    wReceived = aMessage.wParam;
+                return true;
+            } );
+        SingleThread aThread( &aWork );
+        ASSERT_TRUE( aThread.Begin() );
+        DebugRecorder aRecorder;
+        for ( int nRound = 0; nRound < 300; ++nRound )
+        {
+            ASSERT_TRUE( aThread.Stop( false, fWithMsgLoop ) && aThread.IsSuspended() );
+            const int nCalls = aWork.m_nCalls;
+            Sleep( 0 );
+            ASSERT_TRUE( nCalls == aWork.m_nCalls && aThread.IsStopRequested() && aThread.Continue() );
+            ASSERT_FALSE( aThread.IsSuspended() || aThread.IsStopRequested() );
+        }
+        aWork.AwaitCalls( 2 );
+        EXPECT_TRUE( aThread.PostMessage( WM_APP, 77, 0 ) );
+        aWork.AwaitCalls( 2 );
+        EXPECT_EQ( 77u, wReceived );
+        ASSERT_TRUE( aThread.Stop( false, fWithMsgLoop ) );
+        EXPECT_TRUE( aRecorder.Silent() );
+        EXPECT_FALSE( aThread.Stop( false, fWithMsgLoop ) );
+        EXPECT_TRUE( aRecorder.OnlyReport( STOP, " Error: IsSuspended()" ) );
+        aWork.m_strNotified.clear();
+        EXPECT_TRUE( aThread.End( INFINITE, fWithMsgLoop ) );
+        EXPECT_EQ( "rs", aWork.m_strNotified );
+        EXPECT_TRUE( aRecorder.Silent() );
+        EXPECT_EQ( NULL, aThread.m_aThreadHDL );
+    }
+}
+
+// All that an owner can do in four steps, against what it should come to.
+TEST( SingleThread, EveryOrderOfOperationsIsDoneOrRefused )
+{
+    for ( int nOrder = 0; nOrder < 6 * 6 * 6 * 6; ++nOrder )
+    {
+        Work aWork( GoOn );
+        SingleThread aThread( &aWork );
+        bool fThread = false;
+        bool fStopped = false;
+        const std::function<bool()> aOperations[] = { [&] { return aThread.Begin(); },
+                                                      [&] { return aThread.Stop( false, false ); },
+                                                      [&] { return aThread.Stop( true, false ); },
+                                                      [&] { return aThread.Continue(); },
+                                                      [&] { return aThread.Wait( 0, false, true ); },
+                                                      [&] { return aThread.End( 20000, false ); } };
+        for ( int nStep = 0, nLeft = nOrder; nStep < 4; ++nStep, nLeft /= 6 )
+        {
+            const int nOperation = nLeft % 6;
+            const bool fRuns = fThread && !fStopped;
+            const bool aExpected[] = { !fThread, fRuns, fRuns, fStopped, fThread, fThread };
+            // Where it is stopped at once it allocates no more, as this test does meanwhile.
+            if ( fRuns )
+                aWork.AwaitCalls( 2 );
+            ASSERT_EQ( aExpected[nOperation], aOperations[nOperation]() ) << nOrder;
+            fThread = nOperation == 0 || ( fThread && nOperation != 5 );
+            fStopped = fThread && ( nOperation == 1 || nOperation == 2 || ( fStopped && nOperation != 3 ) );
+            ASSERT_EQ( fThread, aThread.IsValidThread() ) << nOrder;
+            ASSERT_EQ( fStopped, aThread.IsSuspended() ) << nOrder;
+        }
+    }
+}
+
+TEST( SingleThread, StoppedAtOnceItNeverKeepsItsOwnerOut )
+{
+    std::atomic<int> nSteps = 0;
+    Work aWork(
+        [&]( SingleThread* pThread )
+        {
+            SetLastErr( "BXTOOLS.TEST", 1, 0, "a text that takes memory of its own, always", "", "" );
+            CloseHandle( CreateEventA( NULL, FALSE, FALSE, "stopped at once" ) );
+            DebugMessage( "TEST", "stopped", "at once" );
+            for ( int nStep = 0; nStep < 50; ++nStep, ++nSteps )
+            {
+                MString aStream;
+                pThread->AllErrors2Stream( aStream );
+            }
+            return true;
+        } );
+    SingleThread aThread( &aWork );
+    ASSERT_TRUE( aThread.Begin() );
+    int nDone = 0;
+    for ( int nRound = 0; nRound < 1000; ++nRound )
+    {
+        for ( const int nFrom = nSteps; nSteps - nFrom < nRound % 20; )
+            Sleep( 0 );
+        nDone += aThread.Stop( true, false );
+        nDone += aThread.IsSuspended() && aThread.IsValidThread() && !aThread.IsStopRequested();
+        nDone += aThread.Continue();
+        if ( nRound % 10 == 0 )
+            aThread.ClearErrors();
+    }
+    EXPECT_EQ( 3000, nDone );
+    EXPECT_TRUE( aThread.Stop( false, false ) && aThread.End( INFINITE, false ) );
+}
+
+TEST( SingleThread, ErrorsOfAllCallsAreCollected )
+{
+    ERR lError = 0;
+    Work aWork(
+        [&lError]( SingleThread* )
+        {
+            for ( const ERR lLast = lError + lError % 2 + 1; lError <= lLast; ++lError )
+                SetLastErr( "BXTOOLS.TEST", lError, 0, "origin", "", "" );
+            return lError < 10;
+        } );
+    SingleThread aThread( &aWork );
+    ASSERT_TRUE( aThread.Begin() );
+    ASSERT_TRUE( aThread.Wait( INFINITE, false, false ) );
+    const ULONG ulErrors = static_cast<ULONG>( lError );
+    ULONG ulCount = 0;
+    MString aStream;
+    EXPECT_TRUE( aThread.GetAvailableErrorCount( ulCount ) && aThread.AllErrors2Stream( aStream ) );
+    EXPECT_EQ( ulErrors, ulCount );
+    EXPECT_GT( aWork.m_nCalls, 2 );
+    for ( ERR lIndex = 0, lNumber = -1; lIndex < lError; ++lIndex )
+    {
+        MString aClass;
+        DWORD dwLastErr = 0;
+        EXPECT_TRUE( GetOriginErrorValuesFromStream( aClass, lNumber, dwLastErr, static_cast<ULONG>( lIndex ),
+                                                     aStream ) );
+        EXPECT_EQ( lIndex, lNumber );
+    }
+    const SingleThread aCopy( aThread );
+    EXPECT_TRUE( aThread.Begin() && aThread.Wait( INFINITE, false, false ) );
+    EXPECT_TRUE( aThread.GetAvailableErrorCount( ulCount ) );
+    EXPECT_EQ( 2u, ulCount ) << "a start forgets them";
+    EXPECT_TRUE( aThread.End( INFINITE, false ) && aThread.AllErrors2Stream( aStream ) );
+    EXPECT_EQ( "", aStream ) << "so does an end";
+    EXPECT_TRUE( aCopy.GetAvailableErrorCount( ulCount ) );
+    EXPECT_EQ( ulErrors, ulCount );
+}
+
+TEST( SingleThread, EndsAsItsWorkDoes )
+{
+    Work aAsked( []( SingleThread* pThread ) { return AwaitWaiting( pThread ), false; } );
+    EXPECT_EQ( 42u, ExitCodeOf( aAsked, { { ROUTINE, "Nothing" } } ) );
+    Work aTold( []( SingleThread* pThread )
+                { return AwaitWaiting( pThread ), pThread->SetICanRun( false ), true; } );
+    EXPECT_EQ( 0u, ExitCodeOf( aTold, {} ) );
+    Work aThrew( []( SingleThread* pThread ) -> bool
+                 { AwaitWaiting( pThread ), throw std::runtime_error( "x" ); } );
+    EXPECT_EQ(
+        42u,
+        ExitCodeOf(
+            aThrew,
+            { { ROUTINE,
+                " Error: fRet = pSingleThread->m_pWorkerThreadBase->Execute( pSingleThread ) caused severe exception" } } ) );
+    Work aExits( []( SingleThread* pThread ) { return AwaitWaiting( pThread ), ExitThread( 7 ), true; } );
+    EXPECT_EQ( 7u, ExitCodeOf( aExits, {} ) );
+}
+
+TEST( SingleThread, AnEndInsteadOfTheStopIsNoticed )
+{
+    for ( const bool fExits : { false, true } )
+    {
+        Work aEnds(
+            [&]( SingleThread* )
+            {
+                if ( fExits && aEnds.m_fStop )
+                    ExitThread( 1 );
+                return !aEnds.m_fStop;
+            } );
+        SingleThread aThread( &aEnds );
+        for ( int nRound = 0; nRound < 100; ++nRound )
+        {
+            ASSERT_TRUE( aThread.Begin() );
+            ASSERT_TRUE( aThread.Stop( false, nRound % 2 != 0 ) );
+            // Or it stood at the safe point before the notification came.
+            ASSERT_NE( aThread.IsSuspended(), aThread.IsGoingToDie() );
+            ASSERT_EQ( aThread.IsSuspended(), aThread.IsRunning() );
+            ASSERT_TRUE( aThread.End( INFINITE, false ) );
+        }
+    }
+}
+
+TEST( SingleThread, AWorkThatNeverReturnsIsEndedByForce )
+{
+    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED();
+    std::atomic<bool> fInside = false;
+    Work aWork( [&]( SingleThread* ) { return fInside = true, Sleep( INFINITE ), true; } );
+    SingleThread aThread( &aWork, true );
+    const auto aBegin = [&]
+    {
+        fInside = false;
+        EXPECT_TRUE( aThread.Begin() );
+        while ( !fInside )
+            Sleep( 1 );
+        EXPECT_TRUE( aThread.Wait( 1, false, false ) && aThread.IsRunning() && !aThread.IsWaiting() );
+    };
+    for ( const bool fEnd : { false, true } )
+    {
+        aBegin();
+        const DWORD dwId = aThread.m_aThreadID;
+        DebugRecorder aRecorder;
+        EXPECT_TRUE( fEnd ? aThread.End( 1, false ) : aThread.Wait( 1, true, true ) );
+        EXPECT_TRUE( aRecorder.OnlyReports(
+            { { TERMINATE, " Warning: going to terminate thread with ID = " + IdText( dwId ) },
+              { TERMINATE, " Info: Thread with ID = " + IdText( dwId ) + " terminated" },
+              { Header( "bool SingleThread::MyCloseHandle( HANDLE hHandle, bool fThreadHDL )" ),
+                " Info: Thread with m_aThreadID = " + IdText( dwId, "%#lx" ) + " closed properly" } } ) );
+        EXPECT_FALSE( aThread.IsRunning() );
+    }
+}
+
+TEST( SingleThread, AnOperationWithinAnotherIsLetIn )
+{
+    Work aWork( GoOn );
+    SingleThread aThread( &aWork );
+    for ( int nRound = 0; nRound < 100; ++nRound )
+    {
+        ASSERT_TRUE( aThread.Begin() );
+        aWork.m_aOnNotify = [&]( bool )
+        {
+            aWork.m_aOnNotify = nullptr;
+            EXPECT_TRUE( aThread.End( INFINITE, false ) && aThread.Begin() );
+        };
+        ASSERT_TRUE( aThread.Stop( false, false ) );
+        ASSERT_TRUE( aThread.IsRunning() && !aThread.IsSuspended() );
+        ASSERT_TRUE( aThread.End( INFINITE, false ) );
+    }
+}
+
+TEST( SingleThread, WhatCannotBeginIsReported )
+{
+    DebugRecorder aRecorder;
+    Work aWork( GoOn );
+    SingleThread aThread( NULL, true );
+    EXPECT_FALSE( aThread.Begin() );
+    EXPECT_TRUE( aRecorder.OnlyReport( BEGIN, " Error: m_pWorkerThreadBase == NULL" ) );
+    EXPECT_TRUE( aThread.SetContextBase( &aWork ) );
+    EXPECT_FALSE( aThread.End( 0, false ) );
+    EXPECT_TRUE( aRecorder.OnlyReports(
+        { { Header(
+                "bool SingleThread::internalWait( DWORD dwMilliseconds, bool fTimeout, bool fWithMsgLoop )" ),
+            " Error: !IsValidThread()" },
+          { END, " Error: !internalWait( dwMilliseconds, fTimeout, fWithMsgLoop )" } } ) );
+    EXPECT_TRUE( aThread.SetThreadCreateFunc( []( SingleThread* ) DLL_EXPORT -> bool { throw 1; } ) );
+    EXPECT_FALSE( aThread.Begin() );
+    EXPECT_TRUE(
+        aRecorder.OnlyReports( { { INIT, " Error: m_aThreadHDL == NULL -> CreateThread(...) failed" },
+                                 { BEGIN, " Error: !InitThread()" } } ) );
+    EXPECT_TRUE( aThread.SetThreadCreateFunc( NULL ) );
+    aWork.m_aOnNotify = []( bool ) { throw 1; };
+    EXPECT_TRUE( aThread.Begin() );
+    EXPECT_NE( std::string::npos, aRecorder.Take().find( "Severe error" ) );
+    EXPECT_FALSE( aThread.Begin() );
+    EXPECT_TRUE( aRecorder.OnlyReports( { { INIT, " Error: IsValidThread() -> a thread is already running" },
+                                          { BEGIN, " Error: !InitThread()" } } ) );
+    SingleThread aOther( NULL );
+    aThread = aOther;
+    EXPECT_FALSE( aThread.SetContextBase( NULL ) || aThread.SetThreadCreateFunc( NULL ) );
+    EXPECT_FALSE( SingleThread( aThread ).PostMessage( WM_APP, 0, 0 ) );
+    EXPECT_TRUE( aOther.SetContextBase( &aWork ) && aThread.IsRunning() );
+}
+
+TEST( SingleThread, ThousandsLeaveNothingBehind )
+{
+    // The handles of new objects show how many there are.
+    const auto aHighestPlace = []
+    {
+        ULONG_PTR uHighest = 0;
+        for ( int nEvent = 0; nEvent < 300; ++nEvent )
+        {
+            const HANDLE aEvent = CreateEventA( NULL, FALSE, FALSE, NULL );
+            uHighest = std::max( uHighest, reinterpret_cast<ULONG_PTR>( aEvent ) % 0x100000 );
+            CloseHandle( aEvent );
+        }
+        return uHighest;
+    };
+    Work aGoesOn( GoOn );
+    Work aEnds( []( SingleThread* ) { return false; } );
+    const ULONG_PTR uBefore = aHighestPlace();
+    for ( int nRound = 0; nRound < 1000; ++nRound )
+    {
+        SingleThread aThread( &aGoesOn );
+        SingleThread aOther( &aEnds );
+        ASSERT_TRUE( aThread.Begin() && aOther.Begin() );
+        ASSERT_TRUE( aThread.Stop( nRound % 2 != 0, false ) );
+        ASSERT_TRUE( aOther.Wait( nRound % 3 == 0 ? INFINITE : 20000, false, false ) );
+        ASSERT_TRUE( nRound % 5 != 0 || aOther.Begin() );
+    }
+    EXPECT_LT( aHighestPlace(), uBefore + 2000 );
+}
+
+TEST( OutOfMemory, WorkersBeginAndStopOrSaySo )
+{
+    Work aWork( GoOn );
+    SingleThread aThread( &aWork );
+    const auto aBegin = [&]( NewFault& rFault )
+    {
+        const bool fBegun = rFault.During( [&] { return aThread.Begin(); } );
+        EXPECT_EQ( fBegun, aThread.IsRunning() );
+        EXPECT_EQ( fBegun, aThread.IsRunning() && aThread.End( INFINITE, false ) );
+    };
+    const auto aStop = [&]( NewFault& rFault )
+    {
+        ASSERT_TRUE( aThread.Begin() );
+        const bool fStopped = rFault.During( [&] { return aThread.Stop( false, true ); } );
+        EXPECT_EQ( fStopped, aThread.IsSuspended() );
+        EXPECT_EQ( fStopped, aThread.IsStopRequested() );
+        EXPECT_TRUE( aThread.End( INFINITE, true ) );
+    };
+    EXPECT_GT( ForEachFailingNew( aBegin ), 0u );
+    EXPECT_GT( ForEachFailingNew( aStop ), 0u );
+}
+
+TEST( WaitForHandle, LetsMessagesFlowAndEndsAtItsLimit )
+{
+    const std::string strHeader = Header(
+        "DLL_EXPORT_MOD BOOL DLL_EXPORT WaitForHandleSignaled( HANDLE aThreadHDL, DWORD dwMilliseconds, BOOL fWithMessageLoop, DWORD* pdwRetValueOnSuccess )" );
+    const HANDLE aEvent = CreateEventA( NULL, FALSE, FALSE, NULL );
+    const HANDLE aMutex = CreateMutexA( NULL, FALSE, NULL );
+    DebugRecorder aRecorder;
+    DWORD dwResult = 0;
+    MSG aMessage;
+    for ( const BOOL fWithMessageLoop : { FALSE, TRUE } )
+    {
+        PostThreadMessageA( GetCurrentThreadId(), WM_APP, 0, 0 );
+        PostThreadMessageA( GetCurrentThreadId(), WM_QUIT, 0, 0 );
+        const DWORD dwStart = GetTickCount();
+        EXPECT_TRUE( WaitForHandleSignaled( aEvent, 100, fWithMessageLoop, &dwResult ) );
+        EXPECT_EQ( static_cast<DWORD>( WAIT_TIMEOUT ), dwResult );
+        EXPECT_GE( GetTickCount() - dwStart, 99u );
+        EXPECT_EQ( !fWithMessageLoop, PeekMessageA( &aMessage, NULL, 0, 0, PM_REMOVE ) );
+        SetEvent( aEvent );
+        EXPECT_TRUE( WaitForHandleSignaled( aEvent, INFINITE, fWithMessageLoop, &dwResult ) );
+        EXPECT_EQ( WAIT_OBJECT_0, dwResult );
+        EXPECT_TRUE( aRecorder.Silent() );
+        EXPECT_FALSE( WaitForHandleSignaled( NULL, 0, fWithMessageLoop, &dwResult ) );
+        EXPECT_TRUE( aRecorder.OnlyReport(
+            strHeader, " Error: aThreadHDL == NULL || pdwRetValueOnSuccess == NULL -> invalid handle" ) );
+        Work aDies( [&]( SingleThread* ) { return WaitForSingleObject( aMutex, INFINITE ), false; } );
+        SingleThread aOwner( &aDies );
+        EXPECT_TRUE( aOwner.Begin() && aOwner.Wait( INFINITE, false, false ) );
+        aRecorder.Take();
+        EXPECT_EQ( !fWithMessageLoop,
+                   WaitForHandleSignaled( aMutex, INFINITE, fWithMessageLoop, &dwResult ) );
+        EXPECT_EQ( static_cast<DWORD>( WAIT_ABANDONED ), dwResult );
+        ReleaseMutex( aMutex );
+    }
+    EXPECT_TRUE( aRecorder.OnlyReport(
+        strHeader,
+        " Error: dwRet != WAIT_OBJECT_0 + 1 && dwRet != WAIT_TIMEOUT -> Something else happened" ) );
+    CloseHandle( aMutex );
+    CloseHandle( aEvent );
+}
