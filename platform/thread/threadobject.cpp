@@ -185,6 +185,9 @@ void ThreadObject::EndByForce() noexcept
     m_dwExitCode = static_cast<DWORD>( m_ullForcedEnd );
     m_pLastMutexes = AbandonMutexesOfDyingThread();
     m_aLeft = t_aThreadState;
+    // They lie with the stack, which the C library gives to another thread as it is.
+    for ( pthread_key_t aKey = 0; aKey < PTHREAD_KEYS_MAX; ++aKey )
+        pthread_setspecific( aKey, nullptr );
     TellOfEnd();
     DeadThreads::Add( *this );
     m_aStop.CloseByForce();

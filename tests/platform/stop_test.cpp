@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <pthread.h>
 
 #if defined( __SANITIZE_THREAD__ )
 // It waits for ever for a thread that left without telling it.
@@ -86,11 +87,14 @@ constexpr LPTHREAD_START_ROUTINE g_apEndless[] = {
     }
 };
 
+pthread_key_t g_aKey;
+
 DWORD ComeAndGo( LPVOID hEvent )
 {
-    MSG aMessage;
-    PeekMessageA( &aMessage, NULL, 0, 0, PM_NOREMOVE );
-    PostThreadMessageA( GetCurrentThreadId(), WM_USER, 0, 0 );
+    EXPECT_EQ( nullptr, pthread_getspecific( g_aKey ) );
+    pthread_setspecific( g_aKey, hEvent );
+    PostMessageA( NULL, WM_USER, 0, 0 );
+    ++g_ulRounds;
     const HANDLE ahBoth[] = { hEvent, hEvent };
     return WaitForMultipleObjects( 2, ahBoth, FALSE, 1 );
 }
@@ -210,13 +214,16 @@ TEST( ThreadStop, ThousandsOfEndsLeaveNothingBehind )
 {
     SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED()
     const HANDLE hNamed = CreateEventA( NULL, TRUE, FALSE, "of thousands" );
+    ASSERT_EQ( 0, pthread_key_create( &g_aKey, NULL ) );
     std::array<size_t, 3> anBefore{};
     for ( int i = 0; i < 3000; ++i )
     {
         if ( i == 200 )
             anBefore = CountWhatTheProcessHas();
-        const HANDLE hThread =
-            Start( i % 3 == 0 ? SLEEP : ComeAndGo, hNamed, i % 3 == 1 ? CREATE_SUSPENDED : 0 );
+        const ULONG ulSeen = g_ulRounds;
+        const HANDLE hThread = Start( ComeAndGo, hNamed, i % 3 == 1 ? CREATE_SUSPENDED : 0 );
+        while ( i % 3 == 0 && g_ulRounds == ulSeen )
+            Sleep( 0 );
         ASSERT_TRUE( i % 3 == 2 || TerminateThread( hThread, 0 ) );
         WaitForSingleObject( hThread, LONG_TIME );
         CloseHandle( hThread );
@@ -225,4 +232,5 @@ TEST( ThreadStop, ThousandsOfEndsLeaveNothingBehind )
     for ( size_t i = 0; i < anBefore.size(); ++i )
         EXPECT_NEAR( static_cast<double>( anBefore[i] ), static_cast<double>( anAfter[i] ), 10 );
     CloseHandle( hNamed );
+    pthread_key_delete( g_aKey );
 }
