@@ -170,6 +170,7 @@ constexpr ErrorText g_aTexts[] = {
     { 1450, "The system's resources do not suffice for this operation." },
     { 1456, "There is no such menu item." },
     { 1460, "The operation was given up because its time is over." },
+    { 1816, "The quota does not suffice for this operation." },
     { 1920, "The system cannot access the file." },
     { 0x80004001, "Not implemented." },
     { 0x80004002, "The object does not have this interface." },

@@ -26,13 +26,7 @@ DWORD MoveBytes( DWORD dwBytes, DWORD& rdwMoved, Move aMove ) noexcept
     while ( rdwMoved < dwBytes )
     {
         const size_t nPart = std::min<size_t>( dwBytes - rdwMoved, MOST_BYTES_AT_ONCE );
-        // Pipes and devices may keep it waiting.
-        const ssize_t nMoved = Uninterrupted(
-            [&]
-            {
-                const SleepWindow aWindow;
-                return aMove( rdwMoved, nPart );
-            } );
+        const ssize_t nMoved = Uninterrupted( [&] { return aMove( rdwMoved, nPart ); } );
         if ( nMoved < 0 )
             return rdwMoved > 0 ? DWORD{ ERROR_SUCCESS } : ErrnoToWin32( errno );
         rdwMoved += static_cast<DWORD>( nMoved );
@@ -47,7 +41,6 @@ template <class Move>
 BOOL Transfer( HANDLE hFile, DWORD dwAccess, DWORD dwBytes, LPDWORD pTransferred, LPOVERLAPPED pOverlapped,
                Move aMove ) noexcept
 {
-    const SleepingCall aCall;
     const FileCallScope aScope;
     DWORD dwIgnored = 0;
     DWORD& rdwTransferred = pTransferred != nullptr ? *pTransferred : dwIgnored;

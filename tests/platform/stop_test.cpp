@@ -1,6 +1,7 @@
-// Threads that others suspend, and end by force, at any moment.
+// Threads that others suspend, and end by force, at any moment; processes that are ended.
 
 #include "core/guards.h"
+#include "support/secondprocess.h"
 
 #include <bxtools/platform.h>
 
@@ -233,4 +234,25 @@ TEST( ThreadStop, ThousandsOfEndsLeaveNothingBehind )
         EXPECT_NEAR( static_cast<double>( anBefore[i] ), static_cast<double>( anAfter[i] ), 10 );
     CloseHandle( hNamed );
     pthread_key_delete( g_aKey );
+}
+
+TEST( ProcessEnd, IsOfTheProcessThatWasOpened )
+{
+    SecondProcess aProcess( "waiter", { "one", "silent" } );
+    const auto dwProcessId = static_cast<DWORD>( aProcess.Id() );
+    const HANDLE hProcess = OpenProcess( PROCESS_ALL_ACCESS, FALSE, dwProcessId );
+    const HANDLE hOther = OpenProcess( SYNCHRONIZE | PROCESS_QUERY_INFORMATION, FALSE, dwProcessId );
+    DWORD dwCode = 0;
+    EXPECT_TRUE( GetExitCodeProcess( hProcess, &dwCode ) && dwCode == STILL_ACTIVE );
+    EXPECT_FALSE( TerminateProcess( hOther, 1 ) );
+    EXPECT_EQ( ERROR_ACCESS_DENIED + 0u, GetLastError() );
+    EXPECT_TRUE( TerminateProcess( hProcess, 5 ) );
+    EXPECT_EQ( WAIT_OBJECT_0, WaitForSingleObject( hOther, LONG_TIME ) );
+    EXPECT_TRUE( GetExitCodeProcess( hOther, &dwCode ) && dwCode == 1 );
+    aProcess.Wait();
+    EXPECT_TRUE( GetExitCodeProcess( hProcess, &dwCode ) && dwCode == 5 );
+    EXPECT_FALSE( TerminateProcess( hProcess, 1 ) );
+    EXPECT_EQ( ERROR_ACCESS_DENIED + 0u, GetLastError() );
+    CloseHandle( hProcess );
+    CloseHandle( hOther );
 }
