@@ -57,30 +57,24 @@ DWORD Hammer( LPVOID pHammered )
     return 0;
 }
 
-// What a thread that never ends by itself does.
-struct Sleepers
+HANDLE* In( LPVOID pHandles )
 {
-    HANDLE hEvent, hNamed, hMutex;
-};
-constexpr LPTHREAD_START_ROUTINE SLEEP = []( LPVOID ) -> DWORD { return Sleep( INFINITE ), 0; };
+    return static_cast<HANDLE*>( pHandles );
+}
+
+// What threads do that never end by themselves; they are given an event, one with a name and a mutex.
 constexpr LPTHREAD_START_ROUTINE g_apEndless[] = {
-    SLEEP,
+    []( LPVOID ) -> DWORD { return Sleep( INFINITE ), 0; },
     []( LPVOID ) -> DWORD
     {
         for ( ;; )
             ++g_ulRounds;
     },
-    []( LPVOID p ) { return WaitForSingleObject( static_cast<Sleepers*>( p )->hNamed, INFINITE ); },
-    []( LPVOID p ) { return WaitForSingleObject( static_cast<Sleepers*>( p )->hMutex, INFINITE ); },
-    []( LPVOID p )
-    { return WaitForMultipleObjects( 3, &static_cast<Sleepers*>( p )->hEvent, FALSE, INFINITE ); },
-    []( LPVOID p )
-    { return WaitForMultipleObjects( 3, &static_cast<Sleepers*>( p )->hEvent, TRUE, INFINITE ); },
-    []( LPVOID p )
-    {
-        return MsgWaitForMultipleObjects( 2, &static_cast<Sleepers*>( p )->hEvent, FALSE, INFINITE,
-                                          QS_ALLINPUT );
-    },
+    []( LPVOID p ) { return WaitForSingleObject( In( p )[1], INFINITE ); },
+    []( LPVOID p ) { return WaitForSingleObject( In( p )[2], INFINITE ); },
+    []( LPVOID p ) { return WaitForMultipleObjects( 3, In( p ), FALSE, INFINITE ); },
+    []( LPVOID p ) { return WaitForMultipleObjects( 3, In( p ), TRUE, INFINITE ); },
+    []( LPVOID p ) { return MsgWaitForMultipleObjects( 3, In( p ), FALSE, INFINITE, QS_ALLINPUT ); },
     []( LPVOID )
     {
         MSG aMessage;
@@ -156,10 +150,10 @@ TEST( ThreadStop, EndedWhereverItIsItLeavesNothingHeld )
     {
         for ( const DWORD dwSuspended : { 0, 1, 2 } )
         {
-            Sleepers aSleepers{ CreateEventA( NULL, TRUE, FALSE, NULL ),
-                                CreateEventA( NULL, TRUE, FALSE, "slept on" ),
-                                CreateMutexA( NULL, TRUE, "slept on mutex" ) };
-            const HANDLE hThread = Start( pFunction, &aSleepers, dwSuspended == 2 ? CREATE_SUSPENDED : 0 );
+            HANDLE ahObjects[] = { CreateEventA( NULL, TRUE, FALSE, NULL ),
+                                   CreateEventA( NULL, TRUE, FALSE, "slept on" ),
+                                   CreateMutexA( NULL, TRUE, "slept on mutex" ) };
+            const HANDLE hThread = Start( pFunction, ahObjects, dwSuspended == 2 ? CREATE_SUSPENDED : 0 );
             Sleep( 5 );
             EXPECT_TRUE( dwSuspended == 0 || SuspendThread( hThread ) == dwSuspended - 1 );
             EXPECT_TRUE( TerminateThread( hThread, 77 ) );
@@ -168,8 +162,9 @@ TEST( ThreadStop, EndedWhereverItIsItLeavesNothingHeld )
             EXPECT_TRUE( GetExitCodeThread( hThread, &dwCode ) );
             EXPECT_EQ( 77u, dwCode );
             // With the handles the objects are gone: no wait of the dead thread keeps them.
-            SetEvent( aSleepers.hNamed );
-            for ( const HANDLE hObject : { hThread, aSleepers.hEvent, aSleepers.hNamed, aSleepers.hMutex } )
+            SetEvent( ahObjects[1] );
+            CloseHandle( hThread );
+            for ( const HANDLE hObject : ahObjects )
                 EXPECT_TRUE( CloseHandle( hObject ) );
             EXPECT_EQ( NULL, OpenEventA( SYNCHRONIZE, FALSE, "slept on" ) );
         }
