@@ -47,7 +47,8 @@ DLL_EXPORT_MOD BOOL ReleaseMutex( HANDLE hMutex );
 
 // Makes or opens memory that processes share by name, zero at first. Its size stays as long as it exists.
 //   hFile        INVALID_HANDLE_VALUE; mappings of files are not offered (87).
-//   dwProtect    PAGE_READWRITE or PAGE_READONLY.
+//   dwProtect    PAGE_READWRITE or PAGE_READONLY; with SEC_RESERVE the memory takes no room before VirtualAlloc asks for it,
+//                and must not be touched before.
 //   dwSizeHigh, dwSizeLow  bytes, not 0 (87). For an existing mapping they are not looked at.
 DLL_EXPORT_MOD HANDLE CreateFileMappingA( HANDLE hFile, LPSECURITY_ATTRIBUTES pSecurity, DWORD dwProtect,
                                           DWORD dwSizeHigh, DWORD dwSizeLow, LPCSTR pName );
@@ -60,6 +61,11 @@ DLL_EXPORT_MOD HANDLE OpenFileMappingA( DWORD dwAccess, BOOL fInherit, LPCSTR pN
 // Result: its address, null on failure. Errors: 5 larger than the memory rounded up to pages, or not allowed.
 DLL_EXPORT_MOD LPVOID MapViewOfFile( HANDLE hMapping, DWORD dwAccess, DWORD dwOffsetHigh, DWORD dwOffsetLow,
                                      SIZE_T nBytes );
+// Gets room for the first bytes of a view of reserved memory, for all views of it; what has room already keeps it and its bytes.
+//   dwType     MEM_COMMIT alone (87).
+//   dwProtect  what the view may do: PAGE_READWRITE or PAGE_READONLY (87).
+// Result: the view, null on failure. Errors: 487 no view of that length begins there, 112 the folder's file system is full.
+DLL_EXPORT_MOD LPVOID VirtualAlloc( LPVOID pView, SIZE_T nBytes, DWORD dwType, DWORD dwProtect );
 // Error 487: no view begins there.
 DLL_EXPORT_MOD BOOL UnmapViewOfFile( LPCVOID pView );
 

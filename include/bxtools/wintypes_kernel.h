@@ -34,6 +34,8 @@
 // Protection of a mapping, and access of a view.
 #define PAGE_READONLY 0x02u
 #define PAGE_READWRITE 0x04u
+#define SEC_RESERVE 0x04000000u
+#define MEM_COMMIT 0x00001000u
 #define SECTION_QUERY 0x0001u
 #define SECTION_MAP_WRITE 0x0002u
 #define SECTION_MAP_READ 0x0004u

@@ -129,17 +129,21 @@ void Event::SetAndTellProcesses() noexcept
         m_aBells.RingAll();
 }
 
-void Event::Reset() noexcept
+// A look alone leaves the word's memory with whoever wrote it last.
+bool Event::ClearIfSet() noexcept
 {
     uint32_t uWord = SET;
-    m_ruWord.compare_exchange_strong( uWord, CLEAR );
+    return m_ruWord.load() == SET && m_ruWord.compare_exchange_strong( uWord, CLEAR );
+}
+
+void Event::Reset() noexcept
+{
+    ClearIfSet();
 }
 
 Taking Event::TakeWord() noexcept
 {
-    uint32_t uWord = SET;
-    const bool fTaken =
-        m_ruManualReset != 0 ? m_ruWord == SET : m_ruWord.compare_exchange_strong( uWord, CLEAR );
+    const bool fTaken = m_ruManualReset != 0 ? m_ruWord == SET : ClearIfSet();
     return fTaken ? Taking::Taken : Taking::NotReady;
 }
 
@@ -177,6 +181,8 @@ bool Event::SleepOnWord( const WaitLimit& rLimit ) noexcept
 
 Taking Event::WaitAndTake( const WaitLimit& rLimit ) noexcept
 {
+    if ( m_pFeeders.load() == nullptr )
+        m_aSpin.Until( [this] { return m_ruWord.load( std::memory_order_relaxed ) == SET; } );
     for ( bool fInTime = true;; )
     {
         const Taking eTaking = TryTake();

@@ -4,6 +4,7 @@
 #include "platform/object/eventfeeder.h"
 #include "platform/object/namedobjects.h"
 #include "platform/object/objectbells.h"
+#include "platform/object/spinwait.h"
 #include "platform/object/waitable.h"
 
 #include <atomic>
@@ -45,6 +46,7 @@ public:
 private:
     struct AttachedFeeder;
 
+    bool ClearIfSet() noexcept;
     Taking TakeWord() noexcept;
     void Detach( AttachedFeeder* pBefore, AttachedFeeder* pAttached ) noexcept;
     void AskFeeders() noexcept;
@@ -60,4 +62,5 @@ private:
     std::atomic<uint32_t>& m_ruManualReset;
     ObjectBells m_aBells;
     std::atomic<AttachedFeeder*> m_pFeeders{ nullptr };
+    SpinWait m_aSpin;
 };

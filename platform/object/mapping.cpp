@@ -38,14 +38,16 @@ DWORD AccessFor( bool fReadOnly ) noexcept
 class MappingMaker final : public ObjectMaker
 {
 public:
-    MappingMaker( ULONGLONG ullBytes, bool fReadOnly ) noexcept
+    MappingMaker( ULONGLONG ullBytes, bool fReadOnly, bool fReserve = false ) noexcept
         : m_ullBytes( ullBytes ),
-          m_fReadOnly( fReadOnly )
+          m_fReadOnly( fReadOnly ),
+          m_fReserve( fReserve )
     {
     }
 
     ObjectKind GetKind() const noexcept override { return KIND_MAPPING; }
     ULONGLONG GetDataBytes() const noexcept override { return m_ullBytes; }
+    ULONGLONG GetAllocatedBytes() const noexcept override { return m_fReserve ? 0 : m_ullBytes; }
     KernelObject* MakeObject( std::unique_ptr<NamedObject> pNamed ) noexcept override
     {
         return new ( std::nothrow ) FileMapping( std::move( pNamed ) );
@@ -59,6 +61,7 @@ public:
 private:
     const ULONGLONG m_ullBytes;
     const bool m_fReadOnly;
+    const bool m_fReserve;
 };
 
 HANDLE MakeUnnamedMapping( ULONGLONG ullBytes, bool fReadOnly ) noexcept
@@ -193,6 +196,8 @@ HANDLE CreateFileMappingA( HANDLE hFile, LPSECURITY_ATTRIBUTES, DWORD dwProtect,
                            DWORD dwSizeLow, LPCSTR pName )
 {
     const ULONGLONG ullBytes = Join( dwSizeHigh, dwSizeLow );
+    const bool fReserve = ( dwProtect & SEC_RESERVE ) != 0;
+    dwProtect &= ~SEC_RESERVE;
     const bool fReadOnly = dwProtect == PAGE_READONLY;
     if ( hFile != INVALID_HANDLE_VALUE || ullBytes == 0 || ullBytes > MOST_BYTES ||
          ( !fReadOnly && dwProtect != PAGE_READWRITE ) )
@@ -205,7 +210,7 @@ HANDLE CreateFileMappingA( HANDLE hFile, LPSECURITY_ATTRIBUTES, DWORD dwProtect,
         return nullptr;
     if ( aName.IsEmpty() )
         return MakeUnnamedMapping( ullBytes, fReadOnly );
-    MappingMaker aMaker( ullBytes, fReadOnly );
+    MappingMaker aMaker( ullBytes, fReadOnly, fReserve );
     return MakeNamedHandle( aName, aMaker, true, AccessFor( fReadOnly ) );
 }
 
@@ -235,4 +240,30 @@ BOOL UnmapViewOfFile( LPCVOID pView )
     }
     munmap( const_cast<void*>( pView ), nBytes );
     return TRUE;
+}
+
+LPVOID VirtualAlloc( LPVOID pView, SIZE_T nBytes, DWORD dwType, DWORD dwProtect )
+{
+    size_t nViewBytes = 0;
+    if ( dwType != MEM_COMMIT || ( dwProtect != PAGE_READONLY && dwProtect != PAGE_READWRITE ) )
+    {
+        SetLastError( ERROR_INVALID_PARAMETER );
+        return nullptr;
+    }
+    if ( nBytes == 0 || !FindView( pView, nViewBytes ) || nBytes > nViewBytes )
+    {
+        SetLastError( ERROR_INVALID_ADDRESS );
+        return nullptr;
+    }
+    // A touch of memory that a full file system does not have ends the process; this call says so instead.
+    const int nSavedErrno = errno;
+    const int nAdvice = dwProtect == PAGE_READWRITE ? MADV_POPULATE_WRITE : MADV_POPULATE_READ;
+    int nOutcome = -1;
+    do
+        nOutcome = madvise( pView, nBytes, nAdvice );
+    while ( nOutcome != 0 && ( errno == EINTR || errno == EAGAIN ) );
+    if ( nOutcome != 0 )
+        SetLastError( errno == EFAULT ? ERROR_DISK_FULL : ErrnoToWin32( errno ) );
+    errno = nSavedErrno;
+    return nOutcome == 0 ? pView : nullptr;
 }

@@ -158,7 +158,9 @@ Taking Mutex::WaitAndTake( const WaitLimit& rLimit ) noexcept
 {
     if ( IsOwn() )
         return TryTake();
-    return NoteTaken( SleepForLock( m_raLock, rLimit ) );
+    const bool fSeenFree = m_aSpin.Until( [this] { return GetLockOwner( m_raLock ) == 0; } );
+    const int nOutcome = fSeenFree ? pthread_mutex_trylock( &m_raLock ) : EBUSY;
+    return NoteTaken( nOutcome != EBUSY ? nOutcome : SleepForLock( m_raLock, rLimit ) );
 }
 
 void Mutex::Unlock( bool fAbandoned ) noexcept

@@ -3,6 +3,7 @@
 
 #include "platform/object/namedobjects.h"
 #include "platform/object/objectbells.h"
+#include "platform/object/spinwait.h"
 #include "platform/object/waitable.h"
 
 #include <atomic>
@@ -49,6 +50,7 @@ private:
     pthread_mutex_t& m_raLock;
     std::atomic<uint32_t>& m_ruAbandoned;
     ObjectBells m_aBells;
+    SpinWait m_aSpin;
     // The owner's; what follows is its own while it owns the mutex.
     std::atomic<ULONGLONG> m_ullOwner{ 0 };
     DWORD m_dwDepth = 0;

@@ -232,8 +232,8 @@ Joining NameTable::TryFile( const ObjectName& rName, const ProcessSlot& rSlot, O
     const bool fNew = eOpening == ObjectFile::Opening::Missing;
     if ( eOpening == ObjectFile::Opening::Failed || ( fNew && !fCreate ) )
         return Joining::Failed;
-    if ( fNew &&
-         !rNamed.m_aFile.Make( rName, rNamed.m_aLeaf, rMaker.GetKind(), rMaker.GetDataBytes(), rSlot ) )
+    if ( fNew && !rNamed.m_aFile.Make( rName, rNamed.m_aLeaf, rMaker.GetKind(), rMaker.GetDataBytes(),
+                                       rMaker.GetAllocatedBytes(), rSlot ) )
         return Joining::Failed;
     if ( !rNamed.m_aFile.HasName( rName ) )
         return Fail( ERROR_INVALID_HANDLE );

@@ -41,6 +41,8 @@ class ObjectMaker
 public:
     virtual ObjectKind GetKind() const noexcept = 0;
     virtual ULONGLONG GetDataBytes() const noexcept { return 0; }
+    // How many of them are there from the start; the others are allocated when somebody asks for them.
+    virtual ULONGLONG GetAllocatedBytes() const noexcept { return GetDataBytes(); }
     // The object for this process; null: out of memory.
     virtual KernelObject* MakeObject( std::unique_ptr<NamedObject> pNamed ) noexcept = 0;
     // Gives a new object its first state. Nobody holds it. False: somebody still uses the old one of that name, whose

@@ -127,7 +127,8 @@ ObjectFile::Opening ObjectFile::Open( NamespaceScope eScope, const ObjectLeaf& r
 }
 
 bool ObjectFile::Make( const ObjectName& rName, const ObjectLeaf& rLeaf, ObjectKind eKind,
-                       ULONGLONG ullDataBytes, const ProcessSlot& rSlot ) noexcept
+                       ULONGLONG ullDataBytes, ULONGLONG ullAllocatedBytes,
+                       const ProcessSlot& rSlot ) noexcept
 {
     NamespacePath aPath;
     m_eScope = rName.GetScope();
@@ -146,8 +147,8 @@ bool ObjectFile::Make( const ObjectName& rName, const ObjectLeaf& rLeaf, ObjectK
         fchmod( nDescriptor, nMode ) == 0 && ftruncate( nDescriptor, FileBytes( eKind, ullDataBytes ) ) == 0
             ? posix_fallocate( nDescriptor, 0, BytesUpToHolder( rSlot.dwSlot ) )
             : errno;
-    if ( nError == 0 && eKind == KIND_MAPPING )
-        nError = posix_fallocate( nDescriptor, OBJECT_DATA_OFFSET, static_cast<off_t>( ullDataBytes ) );
+    if ( nError == 0 && ullAllocatedBytes > 0 )
+        nError = posix_fallocate( nDescriptor, OBJECT_DATA_OFFSET, static_cast<off_t>( ullAllocatedBytes ) );
     if ( nError != 0 )
         SetLastError( ErrnoToWin32( nError ) );
     if ( nError == 0 && Map( nDescriptor ) &&

@@ -28,7 +28,7 @@ public:
     // Makes the file, which must not be there, and maps it; nobody can use it before its state is set. With the folder's
     // lock. False: the last error says why (112 the file system is full), and nothing is left.
     bool Make( const ObjectName& rName, const ObjectLeaf& rLeaf, ObjectKind eKind, ULONGLONG ullDataBytes,
-               const ProcessSlot& rSlot ) noexcept;
+               ULONGLONG ullAllocatedBytes, const ProcessSlot& rSlot ) noexcept;
     // Gives the mapping back. Changes nothing in the file.
     void Close() noexcept;
 

@@ -40,6 +40,18 @@ bool AddView( const void* pView, size_t nBytes ) noexcept
     return true;
 }
 
+bool FindView( const void* pView, size_t& rnBytes ) noexcept
+{
+    const LockedScope aLocked( g_aLock );
+    const View* pFound = BucketOf( pView );
+    while ( pFound != nullptr && pFound->pAddress != pView )
+        pFound = pFound->pNext;
+    if ( pFound == nullptr )
+        return false;
+    rnBytes = pFound->nBytes;
+    return true;
+}
+
 bool RemoveView( const void* pView, size_t& rnBytes ) noexcept
 {
     View* pFound = nullptr;

@@ -6,6 +6,8 @@
 
 // False: out of memory (8).
 bool AddView( const void* pView, size_t nBytes ) noexcept;
+// False: no view begins there.
+bool FindView( const void* pView, size_t& rnBytes ) noexcept;
 // Takes it out of the table. False: no view begins there.
 bool RemoveView( const void* pView, size_t& rnBytes ) noexcept;
 

@@ -2,6 +2,7 @@
 
 #include "platform/object/bell.h"
 #include "platform/object/handletable.h"
+#include "platform/object/spinwait.h"
 #include "platform/object/waitable.h"
 #include "platform/thread/messagequeue.h"
 
@@ -192,22 +193,44 @@ public:
     void Note( DWORD dwIndex, Taking eTaking ) noexcept { m_aeTaken[dwIndex] = eTaking; }
 
     // Tries those that are not taken yet. One that is not ready: everything is put back, and it is named.
-    WaitOutcome TryRest() noexcept
+    //   fLinger  it is looked at a few times before that.
+    //
+    // Mutexes last: what others want to enter is not to be taken in vain.
+    WaitOutcome TryRest( bool fLinger ) noexcept
     {
-        for ( DWORD i = 0; i < m_aObjects.size(); ++i )
+        for ( const bool fMutexes : { false, true } )
         {
-            if ( m_aeTaken[i] == Taking::NotReady )
-                m_aeTaken[i] = m_aObjects[i]->TryTake();
-            if ( IsTaken( m_aeTaken[i] ) )
-                continue;
-            const Taking eTaking = m_aeTaken[i];
-            PutBack();
-            return { eTaking, i };
+            for ( DWORD i = 0; i < m_aObjects.size(); ++i )
+            {
+                if ( ( m_aObjects[i]->GetKind() == KIND_MUTEX ) != fMutexes || IsTaken( m_aeTaken[i] ) )
+                    continue;
+                m_aeTaken[i] = TryOne( *m_aObjects[i], fLinger && fMutexes );
+                if ( IsTaken( m_aeTaken[i] ) )
+                    continue;
+                const Taking eTaking = m_aeTaken[i];
+                PutBack();
+                return { eTaking, i };
+            }
         }
         return Keep();
     }
 
 private:
+    // Who set the event that has ended the sleep often still has the mutex, and gives it back at once.
+    static Taking TryOne( WaitableObject& rObject, bool fLinger ) noexcept
+    {
+        constexpr int LOOKS = 16;
+        constexpr int PAUSES_BY_LOOK = 4;
+        Taking eTaking = rObject.TryTake();
+        for ( int i = 0; fLinger && eTaking == Taking::NotReady && i < LOOKS; ++i )
+        {
+            for ( int j = 0; j < PAUSES_BY_LOOK; ++j )
+                SpinWait::Pause();
+            eTaking = rObject.TryTake();
+        }
+        return eTaking;
+    }
+
     void PutBack() noexcept
     {
         const DWORD dwSavedError = GetLastError();
@@ -236,7 +259,7 @@ private:
 WaitOutcome WaitForAll( Waitables aObjects, DWORD dwMilliseconds ) noexcept
 {
     AllTaken aTaken( aObjects );
-    WaitOutcome aOutcome = aTaken.TryRest();
+    WaitOutcome aOutcome = aTaken.TryRest( false );
     if ( aOutcome.eTaking != Taking::NotReady || dwMilliseconds == 0 )
         return aOutcome;
     const WaitLimit aLimit( dwMilliseconds );
@@ -246,7 +269,7 @@ WaitOutcome WaitForAll( Waitables aObjects, DWORD dwMilliseconds ) noexcept
         if ( !IsTaken( eSlept ) )
             return { eSlept, 0 };
         aTaken.Note( aOutcome.dwIndex, eSlept );
-        aOutcome = aTaken.TryRest();
+        aOutcome = aTaken.TryRest( true );
     }
     return aOutcome;
 }
