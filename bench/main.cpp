@@ -55,6 +55,7 @@ int main( int nArguments, char** ppArguments )
     RegisterStartMeasurements();
     RegisterLockMeasurements();
     RegisterWaitMeasurements();
+    RegisterChannelMeasurements();
     RegisterRegistryMeasurements();
     RegisterFileMeasurements();
     RegisterPathMeasurements();

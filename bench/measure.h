@@ -94,6 +94,7 @@ void RegisterThreadMeasurements();
 void RegisterStartMeasurements();
 void RegisterLockMeasurements();
 void RegisterWaitMeasurements();
+void RegisterChannelMeasurements();
 void RegisterRegistryMeasurements();
 void RegisterFileMeasurements();
 void RegisterPathMeasurements();

@@ -5,6 +5,7 @@
 #include <bxtools/buffers.h>
 #include <bxtools/bytearray.h>
 #include <bxtools/cerror.h>
+#include <bxtools/channel.h>
 #include <bxtools/config.h>
 #include <bxtools/debug.h>
 #include <bxtools/errobject.h>
