@@ -9,11 +9,11 @@
 #include <bxtools/error.h>
 #include <bxtools/platform.h>
 #include <bxtools/registry.h>
+#include <bxtools/thread.h>
 
 #include <cstdio>
+#include <deque>
 #include <filesystem>
-#include <functional>
-#include <thread>
 
 namespace
 {
@@ -23,13 +23,13 @@ constexpr char READER_NAME[] = "bxtour-reader";
 
 // ---- the errors of the threads ----------------------------------------------------------------------------------
 
-// What runs on a worker's thread. Its errors are on its own stack, which no other thread sees; before it ends it takes
-// them along as a stream.
-void RunWorker( const Worker& rWorker, MString& rStream )
+// A worker and its thread, which ends before it.
+struct Running
 {
-    rWorker.pWork();
-    AllErrors2Stream( rStream );
-}
+    explicit Running( const Worker& rWorker ) : aWork( rWorker ), aThread( &aWork ) {}
+    WorkerThread aWork;
+    SingleThread aThread;
+};
 
 unsigned CountErrors( const MString& aStream )
 {
@@ -56,27 +56,36 @@ void AppendStream( MString& rStream, const MString& aFurther )
     }
 }
 
+// The errors of a thread are on its own stack, which no other thread sees. At each safe point its SingleThread takes them
+// along as a stream.
 MString CollectErrors()
 {
-    Narrate( "1. Three threads start, and each of them fails:" );
+    Narrate( "1. Three workers start, each on a thread of its own, and each of them fails:" );
+    std::deque<Running> aCrew;
     for ( const Worker& rWorker : WORKERS )
-        Narrate( "     %-9s %s", rWorker.pName, rWorker.pStory );
-    MString aStreams[std::size( WORKERS )];
-    std::thread aThreads[std::size( WORKERS )];
-    for ( size_t i = 0; i < std::size( WORKERS ); i++ )
-        aThreads[i] = std::thread( RunWorker, std::cref( WORKERS[i] ), std::ref( aStreams[i] ) );
-    for ( std::thread& rThread : aThreads )
-        rThread.join();
-
-    Narrate( "\n2. Each hands its errors to this thread as one text, an error stream:" );
-    MString aAll;
-    for ( size_t i = 0; i < std::size( WORKERS ); i++ )
     {
-        AppendStream( aAll, aStreams[i] );
-        Narrate( "     %-9s %u errors in %zu bytes", WORKERS[i].pName, CountErrors( aStreams[i] ),
-                 aStreams[i].GetLength() );
+        Narrate( "     %-9s %s", rWorker.pName, rWorker.pStory );
+        aCrew.emplace_back( rWorker ).aThread.Begin();
+    }
+
+    Narrate(
+        "\n2. Each is stopped at its safe point and hands over its errors as one text, an error stream:" );
+    MString aAll;
+    for ( size_t i = 0; i < aCrew.size(); i++ )
+    {
+        MString aStream;
+        aCrew[i].aThread.Stop( false, false );
+        aCrew[i].aThread.AllErrors2Stream( aStream );
+        AppendStream( aAll, aStream );
+        Narrate( "     %-9s %u errors in %zu bytes", WORKERS[i].pName, CountErrors( aStream ),
+                 aStream.GetLength() );
     }
     Narrate( "     %-9s %u errors in %zu bytes", "together", CountErrors( aAll ), aAll.GetLength() );
+    unsigned uEnded = 0;
+    for ( Running& rRunning : aCrew )
+        uEnded += rRunning.aThread.Continue() && rRunning.aThread.End( INFINITE, false );
+    Narrate( "   They go on, and %u of %u end when they are told to.", uEnded,
+             static_cast<unsigned>( aCrew.size() ) );
     return aAll;
 }
 

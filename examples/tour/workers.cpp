@@ -76,3 +76,32 @@ void ConvertTexts()
     if ( !CloseHandle( NULL ) )
         SetHResultError( "CloseHandle", MString() );
 }
+
+WorkerThread::WorkerThread( const Worker& rWorker )
+    : m_rWorker( rWorker ),
+      m_hWakeUp( CreateEventA( NULL, FALSE, FALSE, NULL ) )
+{
+}
+
+WorkerThread::~WorkerThread()
+{
+    CloseHandle( m_hWakeUp );
+}
+
+// Whenever this returns, the thread is at its safe point: the errors left on its stack are taken over, and it stops if it
+// was asked to.
+bool WorkerThread::Execute( SingleThread* )
+{
+    if ( m_fDone )
+        WaitForSingleObject( m_hWakeUp, INFINITE );
+    else
+        m_rWorker.pWork();
+    m_fDone = true;
+    return true;
+}
+
+void WorkerThread::OnNotify( bool fStop )
+{
+    if ( fStop )
+        SetEvent( m_hWakeUp );
+}

@@ -11,6 +11,7 @@ TEST( Tour, CarriesTheErrorsOfItsThreadsToAnotherProcess )
     std::erase( aTour.strOutput, '\r' );
     EXPECT_EQ( 0, aTour.nExitCode ) << aTour.strErrors;
     EXPECT_TRUE( Holds( aTour.strOutput, "together  6 errors in " ) ) << aTour.strOutput;
+    EXPECT_TRUE( Holds( aTour.strOutput, "3 of 3 end when they are told to." ) ) << aTour.strOutput;
 
     // What the second process printed.
     for ( const char* pLine :
