@@ -1,6 +1,6 @@
 #include "core/callreport.h"
-#include "core/guards.h"
 #include "diag/channellayout.h"
+#include "diag/channelobjects.h"
 
 #include <bxtools/channel.h>
 #include <bxtools/platform.h>
@@ -13,19 +13,9 @@
 namespace
 {
 
-constexpr char MUTEX_NAME[] = "CriticalSecGuard";
-constexpr char START_WORK_NAME[] = "ClientFinishedDataWriting";
-constexpr char ACK_DATA_READ_NAME[] = "ServerGoingToReadData";
-// Ours, beside those three: a sender holds the gate from before it writes until it is acknowledged, and the vector is
-// unread from when it is written until then.
-constexpr char GATE_NAME[] = "ClientWaitsForItsTurn";
-constexpr char UNREAD_NAME[] = "ClientWaitsForServer";
-
 constexpr ULONG DEFAULT_SIZE = 10;
 // What the memory grows by beyond the bytes that the vector counts.
 constexpr ULONG GROWTH = 9;
-// Memory that somebody has mapped cannot grow. So there is this much of it from the start, and takes no room.
-constexpr ULONG RESERVED_BYTES = 64 * 1024 * 1024;
 
 class SectionEntered
 {
@@ -47,12 +37,6 @@ private:
     CRITICAL_SECTION& m_rSection;
 };
 
-// The mutex's owner may have died: it is ours then, too.
-bool IsTaken( DWORD dwOutcome ) noexcept
-{
-    return dwOutcome == WAIT_OBJECT_0 || dwOutcome == WAIT_ABANDONED;
-}
-
 template <class Part>
 std::shared_ptr<Part> MakeShared() noexcept
 {
@@ -69,132 +53,7 @@ std::shared_ptr<Part> MakeShared() noexcept
 
 } // namespace
 
-// ---- the objects that all channels share ------------------------------------------------------------------
-
-struct ChannelObjects
-{
-    ChannelObjects() = default;
-    ~ChannelObjects()
-    {
-        const LastErrorGuard aLastError;
-        if ( aMutex )
-            ReleaseMutex( aMutex.Get() );
-    }
-    ChannelObjects( const ChannelObjects& ) = delete;
-    ChannelObjects& operator=( const ChannelObjects& ) = delete;
-
-    // The receiver makes what a sender only opens: without a receiver there is nothing to open.
-    bool Make( bool fSender ) noexcept
-    {
-        aMutex.Reset( fSender ? OpenMutexA( MUTEX_ALL_ACCESS, FALSE, MUTEX_NAME )
-                              : CreateMutexA( NULL, FALSE, MUTEX_NAME ) );
-        if ( aMutex )
-            aStartWork.Reset( fSender ? OpenEventA( EVENT_MODIFY_STATE, TRUE, START_WORK_NAME )
-                                      : CreateEventA( NULL, FALSE, FALSE, START_WORK_NAME ) );
-        if ( aStartWork )
-            aAckDataRead.Reset( CreateEventA( NULL, FALSE, FALSE, ACK_DATA_READ_NAME ) );
-        if ( aAckDataRead )
-            aGate.Reset( CreateMutexA( NULL, FALSE, GATE_NAME ) );
-        if ( aGate )
-            aUnread.Reset( CreateEventA( NULL, TRUE, FALSE, UNREAD_NAME ) );
-        return static_cast<bool>( aUnread );
-    }
-
-    // For a sender that has gate and mutex. What a killed one left half-way must wake nobody, nor may a late
-    // acknowledgement of its vector be taken for one of the next.
-    void ForgetLastVector() noexcept
-    {
-        ResetEvent( aStartWork.Get() );
-        ResetEvent( aUnread.Get() );
-        ResetEvent( aAckDataRead.Get() );
-    }
-
-    // For a receiver that begins. The one before may have been killed with a vector; its sender waits on.
-    void WakeForUnreadVector() noexcept
-    {
-        if ( !IsTaken( WaitForSingleObject( aMutex.Get(), INFINITE ) ) )
-            return;
-        const DWORD dwGate = WaitForSingleObject( aGate.Get(), 0 );
-        if ( dwGate == WAIT_TIMEOUT && WaitForSingleObject( aUnread.Get(), 0 ) == WAIT_OBJECT_0 )
-            SetEvent( aStartWork.Get() );
-        if ( IsTaken( dwGate ) )
-            ReleaseMutex( aGate.Get() );
-        ReleaseMutex( aMutex.Get() );
-    }
-
-    KernelHandle aMutex;
-    KernelHandle aStartWork;
-    KernelHandle aAckDataRead;
-    KernelHandle aGate;
-    KernelHandle aUnread; // a manual event, which neither wait nor kill takes away
-};
-
-namespace
-{
-
-// A sender's turn, until it is acknowledged.
-class SenderTurn
-{
-public:
-    explicit SenderTurn( ChannelObjects& rObjects ) noexcept
-        : m_rObjects( rObjects ),
-          m_fMine( IsTaken( WaitForSingleObject( rObjects.aGate.Get(), INFINITE ) ) )
-    {
-    }
-    ~SenderTurn()
-    {
-        if ( !m_fMine )
-            return;
-        ResetEvent( m_rObjects.aUnread.Get() );
-        ReleaseMutex( m_rObjects.aGate.Get() );
-    }
-    SenderTurn( const SenderTurn& ) = delete;
-    SenderTurn& operator=( const SenderTurn& ) = delete;
-
-    bool IsMine() const noexcept { return m_fMine; }
-
-private:
-    ChannelObjects& m_rObjects;
-    const bool m_fMine;
-};
-
-} // namespace
-
 // ---- the memory -------------------------------------------------------------------------------------------
-
-struct ChannelMemory
-{
-    ChannelMemory() = default;
-    ~ChannelMemory()
-    {
-        const LastErrorGuard aLastError;
-        Release();
-    }
-    ChannelMemory( const ChannelMemory& ) = delete;
-    ChannelMemory& operator=( const ChannelMemory& ) = delete;
-
-    bool Make( LPCTSTR pName, bool fSender, ULONG ulBytes ) noexcept
-    {
-        hMapping = CreateFileMappingA( INVALID_HANDLE_VALUE, NULL, PAGE_READWRITE | SEC_RESERVE, 0,
-                                       std::max( ulBytes, RESERVED_BYTES ), pName );
-        if ( hMapping != NULL )
-            pView = MapViewOfFile( hMapping, fSender ? FILE_MAP_WRITE : FILE_MAP_READ, 0, 0, ulBytes );
-        return pView != NULL &&
-               VirtualAlloc( pView, ulBytes, MEM_COMMIT, fSender ? PAGE_READWRITE : PAGE_READONLY ) != NULL;
-    }
-
-    BOOL Release() noexcept
-    {
-        if ( pView != NULL && UnmapViewOfFile( pView ) )
-            pView = NULL;
-        if ( hMapping != NULL && CloseHandle( hMapping ) )
-            hMapping = NULL;
-        return pView == NULL && hMapping == NULL;
-    }
-
-    HANDLE hMapping = NULL;
-    LPVOID pView = NULL;
-};
 
 BOOL ChannelBuffer::Map() noexcept
 {
@@ -231,7 +90,7 @@ BOOL ChannelBuffer::CheckBuffSize( ULONG ulBytes ) noexcept
     const ULONGLONG ullBytes = ulBytes;
     if ( m_pView != NULL && ullBytes + CHANNEL_UNCOUNTED_BYTES <= ulOldSize )
         return TRUE;
-    if ( ullBytes + GROWTH > std::max( ulOldSize, RESERVED_BYTES ) )
+    if ( ullBytes + GROWTH > std::max( ulOldSize, CHANNEL_RESERVED_BYTES ) )
         return FALSE;
     // The memory must live while this side has none mapped: the other one's process may just be ending.
     const MString aChannelName( m_aChannelName );

@@ -42,7 +42,7 @@ struct DATAELEM
 struct ExtraData;
 
 // Handles one vector in the receiver. The vector and its bytes, which cannot be written to, are valid during the call only;
-// what is kept must be copied. May throw, which counts as a failure.
+// what is kept must be copied. May throw, which counts as a failure. Must not send itself: all channels share one lock.
 //   ulVecSize  its number of blocks, at least 1.
 // Result: 0 for failure, which ends the receiver's loop; the sender is acknowledged all the same.
 typedef int( DLL_EXPORT* CHANNELCALLBACK )( DATAELEM* pDataVec, ULONG ulVecSize, ExtraData* pExtraData );
