@@ -1,4 +1,6 @@
 // Short and long forms of paths.
+#include "file/longpath.h"
+
 #include "core/callreport.h"
 #include "file/ownpath.h"
 
@@ -67,6 +69,8 @@ BOOL FindFirstPiece( CallReport& rReport, std::string_view aPath, size_t& ulFirs
     return TRUE;
 }
 
+} // namespace
+
 // A delimiter at the end of the short path stands there, but is not worked on.
 BOOL InternalShortToLong( const MString& aShortFileName, MString& aLongFileName )
 {
@@ -89,8 +93,6 @@ BOOL InternalShortToLong( const MString& aShortFileName, MString& aLongFileName 
     }
     return TRUE;
 }
-
-} // namespace
 
 BOOL DLL_EXPORT ShortPath2Long( LPCTSTR pFullPath, LPTSTR pLongPath, USHORT uSize )
 {

@@ -15,5 +15,7 @@
 #include <bxtools/lists.h>
 #include <bxtools/mstring.h>
 #include <bxtools/path.h>
+#include <bxtools/process.h>
 #include <bxtools/registry.h>
+#include <bxtools/sync.h>
 #include <bxtools/thread.h>

@@ -19,7 +19,9 @@
 class SecondProcess
 {
 public:
-    SecondProcess( const std::string& strRole, const std::vector<std::string>& aArguments );
+    //   strProgram  another name of the test program's file; its own where there is none.
+    SecondProcess( const std::string& strRole, const std::vector<std::string>& aArguments,
+                   const std::string& strProgram = "" );
     // Ends the process where it still runs.
     ~SecondProcess();
     SecondProcess( const SecondProcess& ) = delete;

@@ -14,7 +14,8 @@ struct SecondProcess::State
     FILE* pFromRole = NULL;
 };
 
-SecondProcess::SecondProcess( const std::string& strRole, const std::vector<std::string>& aArguments )
+SecondProcess::SecondProcess( const std::string& strRole, const std::vector<std::string>& aArguments,
+                              const std::string& strProgram )
     : m_pState( new State )
 {
     std::signal( SIGPIPE, SIG_IGN );
@@ -27,14 +28,14 @@ SecondProcess::SecondProcess( const std::string& strRole, const std::vector<std:
     posix_spawn_file_actions_adddup2( &aActions, anToRole[0], STDIN_FILENO );
     posix_spawn_file_actions_adddup2( &aActions, anFromRole[1], STDOUT_FILENO );
 
-    std::vector<std::string> aLine = { "/proc/self/exe", "--role=" + strRole };
+    std::vector<std::string> aLine = { strProgram.empty() ? "/proc/self/exe" : strProgram,
+                                       "--role=" + strRole };
     aLine.insert( aLine.end(), aArguments.begin(), aArguments.end() );
     std::vector<char*> aPointers;
     for ( std::string& strArgument : aLine )
         aPointers.push_back( strArgument.data() );
     aPointers.push_back( NULL );
-    if ( posix_spawn( &m_pState->nProcess, "/proc/self/exe", &aActions, NULL, aPointers.data(), environ ) !=
-         0 )
+    if ( posix_spawn( &m_pState->nProcess, aPointers[0], &aActions, NULL, aPointers.data(), environ ) != 0 )
         m_pState->nProcess = -1;
     posix_spawn_file_actions_destroy( &aActions );
     close( anToRole[0] );

@@ -23,11 +23,12 @@ Pipe MakePipe( bool fRoleReads )
     return aPipe;
 }
 
-std::string CommandLine( const std::string& strRole, const std::vector<std::string>& aArguments )
+std::string CommandLine( const std::string& strRole, const std::vector<std::string>& aArguments,
+                         const std::string& strProgram )
 {
-    char szProgram[MAX_PATH] = "";
-    GetModuleFileNameA( NULL, szProgram, MAX_PATH );
-    std::string strLine = "\"" + std::string( szProgram ) + "\" --role=" + strRole;
+    char szOwn[MAX_PATH] = "";
+    GetModuleFileNameA( NULL, szOwn, MAX_PATH );
+    std::string strLine = "\"" + ( strProgram.empty() ? szOwn : strProgram ) + "\" --role=" + strRole;
     for ( const std::string& strArgument : aArguments )
         strLine += " \"" + strArgument + "\"";
     return strLine;
@@ -42,7 +43,8 @@ struct SecondProcess::State
     HANDLE hFromRole = NULL;
 };
 
-SecondProcess::SecondProcess( const std::string& strRole, const std::vector<std::string>& aArguments )
+SecondProcess::SecondProcess( const std::string& strRole, const std::vector<std::string>& aArguments,
+                              const std::string& strProgram )
     : m_pState( new State )
 {
     const Pipe aToRole = MakePipe( true );
@@ -53,7 +55,7 @@ SecondProcess::SecondProcess( const std::string& strRole, const std::vector<std:
     aStart.hStdInput = aToRole.hRead;
     aStart.hStdOutput = aFromRole.hWrite;
     aStart.hStdError = GetStdHandle( STD_ERROR_HANDLE );
-    std::string strLine = CommandLine( strRole, aArguments );
+    std::string strLine = CommandLine( strRole, aArguments, strProgram );
     CreateProcessA( NULL, strLine.data(), NULL, NULL, TRUE, 0, NULL, NULL, &aStart, &m_pState->aProcess );
     CloseHandle( aToRole.hRead );
     CloseHandle( aFromRole.hWrite );
