@@ -29,7 +29,7 @@ LibraryEnd OnGlobalObjectEnds()
     CloseThreadEnd();
     DllMain( NULL, DLL_PROCESS_DETACH, NULL );
     ClosePlatform();
-    // From here an unload looks like the end of the process, whose other threads still run.
+    // The object stays usable: when the process ends, its other threads still run.
     return LibraryEnd::Detached;
 }
 

@@ -41,8 +41,8 @@ constexpr unsigned PLACE_BITS = 18;
 constexpr DWORD PLACES = 1u << PLACE_BITS;
 constexpr ULONG_PTR HANDLE_LIMIT = 1ull << 31;
 
-// Places come in blocks that are never given back, so that a stale handle still has a place to be looked up
-// in.
+// Places come in blocks that are never given back while there are calls, so that a stale handle still has a place to be
+// looked up in.
 constexpr DWORD BLOCK_PLACES = 256;
 constexpr DWORD BLOCKS = PLACES / BLOCK_PLACES;
 constexpr DWORD NO_PLACE = 0xFFFFFFFFu;
@@ -264,6 +264,14 @@ KernelObject* HandleUse::FindObject() const noexcept
 DWORD HandleUse::GetAccess() const noexcept
 {
     return m_pSlot->m_dwAccess;
+}
+
+void CloseHandleTable() noexcept
+{
+    const LockedScope aLocked( g_aLock );
+    while ( g_dwBlocks > 0 )
+        delete[] g_apBlocks[--g_dwBlocks].exchange( nullptr );
+    g_dwFirstFree = g_dwLastFree = NO_PLACE;
 }
 
 void LockHandleTable()

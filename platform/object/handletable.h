@@ -46,6 +46,9 @@ private:
     HandleSlot* m_pSlot;
 };
 
+// Nobody uses handles any more: the table goes, what the handles stand for stays.
+void CloseHandleTable() noexcept;
+
 // Fork handlers. In the child every handle of the parent is closed.
 void LockHandleTable();
 void UnlockHandleTable();

@@ -25,7 +25,7 @@ constexpr RegRoot g_aRoots[] = {
     { RegStoreName::CurrentConfig, "" },
 };
 
-// Made on first use, and never destroyed.
+// Made on first use.
 constinit std::atomic<RegistryKey*> g_apRootKeys[std::size( g_aRoots )]{};
 
 // A root may come sign-extended or zero-extended. Result: its index, or the number of roots.
@@ -71,6 +71,16 @@ RegistryKey* FindRegRoot( HKEY hKey ) noexcept
         return nullptr;
     RegistryKey* const pRoot = g_apRootKeys[nIndex].load( std::memory_order_acquire );
     return pRoot != nullptr ? pRoot : MakeRoot( nIndex );
+}
+
+void CloseRegistry() noexcept
+{
+    for ( std::atomic<RegistryKey*>& rRoot : g_apRootKeys )
+    {
+        if ( RegistryKey* const pRoot = rRoot.exchange( nullptr ) )
+            pRoot->Release();
+    }
+    CloseRegStores();
 }
 
 void ResetRegistryInChild()

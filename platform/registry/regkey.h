@@ -191,5 +191,7 @@ LONG RunRegCall( Body aBody ) noexcept
     return lResult;
 }
 
+// Nobody uses the registry any more: what is kept between calls goes.
+void CloseRegistry() noexcept;
 // Fork handler, also for the stores: the roots' keys stay, and know nothing.
 void ResetRegistryInChild();

@@ -276,7 +276,7 @@ RegChangesPage* RegStore::MapLockFile() noexcept
     return static_cast<RegChangesPage*>( pBytes );
 }
 
-// ---- fork and tests -------------------------------------------------------------------------------------------------
+// ---- fork, the end and tests ----------------------------------------------------------------------------------------
 
 void RegStore::LockForFork() noexcept
 {
@@ -304,6 +304,20 @@ void RegStore::Forget() noexcept
     m_pPage.store( nullptr );
     delete m_pPaths;
     m_pPaths = nullptr;
+}
+
+void RegStore::Close() noexcept
+{
+    const RegChangesPage* const pPage = m_pPage;
+    Forget();
+    if ( pPage != nullptr )
+        munmap( const_cast<RegChangesPage*>( pPage ), REG_CHANGES_SIZE );
+}
+
+void CloseRegStores() noexcept
+{
+    for ( RegStore& rStore : g_aStores )
+        rStore.Close();
 }
 
 // What is made on first use is made before the process forks: the child could wait for a lost thread to finish it.

@@ -113,8 +113,10 @@ public:
     void LockForFork() noexcept;
     void UnlockAfterFork() noexcept;
     void ResetInChild() noexcept;
-    // For tests: as if the process had not looked yet.
+    // As if the process had not looked yet.
     void Forget() noexcept;
+    // The same, with nobody using it any more.
+    void Close() noexcept;
 
 private:
     static time_t GetSeconds() noexcept;
@@ -128,7 +130,7 @@ private:
     const bool m_fOfMachine;
     std::atomic<int> m_nLockFile{ -1 };
     std::atomic<time_t> m_nLooked{ 0 };                    // at the page
-    std::atomic<const RegChangesPage*> m_pPage{ nullptr }; // never unmapped: readers hold no lock
+    std::atomic<const RegChangesPage*> m_pPage{ nullptr }; // stays mapped: readers hold no lock
     CRITICAL_SECTION m_aWriteLock{};                       // for one writer of this process at a time
     CRITICAL_SECTION m_aLock{};                            // guards what follows
     RegStorePaths* m_pPaths = nullptr;
@@ -163,6 +165,8 @@ enum class RegStoreName : unsigned char
 };
 RegStore& GetRegStore( RegStoreName eName ) noexcept;
 
+// Of all of them.
+void CloseRegStores() noexcept;
 // Fork handlers, and what tests use.
 void LockRegStores();
 void UnlockRegStores();
