@@ -192,7 +192,9 @@ TEST( BaseFile, ThrowsAndLeavesOtherPeoplesHandlesOpen )
     }
     EXPECT_EQ( 3u, pDuplicate->GetPosition() ) << "an adopted handle outlives its object";
     BaseFile aReader( strPath.c_str(), File::modeRead | File::shareDenyNone );
-    EXPECT_EQ( "5 5 " + strPath, Thrown( [&] { aReader.Write( "a", 1 ); } ) );
+    char aFullPath[MAX_PATH];
+    ASSERT_NE( 0u, GetFullPathNameA( strPath.c_str(), sizeof( aFullPath ), aFullPath, NULL ) );
+    EXPECT_EQ( std::string( "5 5 " ) + aFullPath, Thrown( [&] { aReader.Write( "a", 1 ); } ) );
     EXPECT_EQ( "2 6 ", Thrown( [] { BaseFile().Duplicate(); } ) );
     EXPECT_EQ( "2 2 " + aFolder.Path( "none" ),
                Thrown( [&] { BaseFile( aFolder.Path( "none" ).c_str(), 0 ); } ) );
