@@ -33,8 +33,7 @@ struct ChannelObjects;
 // One block of a vector.
 struct DATAELEM
 {
-    LPVOID
-        pData; // the sender's may be null: the receiver gets a block of that size with bytes that nobody wrote
+    LPVOID pData; // the sender's may be null: the receiver gets a block of that size, with bytes nobody wrote
     ULONG ulLength; // in bytes; may be 0
 };
 

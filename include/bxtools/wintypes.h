@@ -258,6 +258,23 @@ typedef struct _OSVERSIONINFOA
 // What a thread runs; its result is the thread's exit code.
 typedef DWORD ( *LPTHREAD_START_ROUTINE )( LPVOID pParameter );
 
+// A message of a thread.
+typedef struct tagPOINT
+{
+    LONG x;
+    LONG y;
+} POINT, *PPOINT, *LPPOINT;
+
+typedef struct tagMSG
+{
+    HWND hwnd;
+    UINT message;
+    WPARAM wParam;
+    LPARAM lParam;
+    DWORD time;
+    POINT pt;
+} MSG, *PMSG, *LPMSG;
+
 // A security descriptor: bytes that are kept as they are given, behind a header that says how many they are.
 typedef DWORD SECURITY_INFORMATION;
 typedef SECURITY_INFORMATION* PSECURITY_INFORMATION;

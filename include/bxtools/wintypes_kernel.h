@@ -49,22 +49,6 @@
 #define MAXIMUM_SUSPEND_COUNT 127
 
 // Messages of threads.
-typedef struct tagPOINT
-{
-    LONG x;
-    LONG y;
-} POINT, *PPOINT, *LPPOINT;
-
-typedef struct tagMSG
-{
-    HWND hwnd;
-    UINT message;
-    WPARAM wParam;
-    LPARAM lParam;
-    DWORD time;
-    POINT pt;
-} MSG, *PMSG, *LPMSG;
-
 #define WM_NULL 0x0000u
 #define WM_PAINT 0x000Fu
 #define WM_CLOSE 0x0010u
