@@ -11,11 +11,8 @@ namespace
 {
 
 constexpr AddFamily FAMILIES[] = {
-    AddErrorsFamily,
-    AddRegFamily,
-    AddDebugFamily,
-    AddFileFamily,
-    AddIpcFamily,
+    AddErrorsFamily, AddRegFamily,       AddDebugFamily,  AddFileFamily,
+    AddIpcFamily,    AddProcessCommands, AddSyncCommands,
 };
 
 constexpr char EXAMPLES[] = "Examples:\n"

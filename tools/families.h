@@ -20,3 +20,7 @@ void AddFileFamily( CLI::App& rProgram, ExitCode& rExitCode );
 void AddDebugFamily( CLI::App& rProgram, ExitCode& rExitCode );
 // bxtool ipc: what processes share by name.
 void AddIpcFamily( CLI::App& rProgram, ExitCode& rExitCode );
+// bxtool ps and kill: processes.
+void AddProcessCommands( CLI::App& rProgram, ExitCode& rExitCode );
+// bxtool lock, signal and wait: what keeps processes in step.
+void AddSyncCommands( CLI::App& rProgram, ExitCode& rExitCode );
