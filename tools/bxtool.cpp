@@ -11,8 +11,8 @@ namespace
 {
 
 constexpr AddFamily FAMILIES[] = {
-    AddErrorsFamily, AddRegFamily,       AddDebugFamily,  AddFileFamily,
-    AddIpcFamily,    AddProcessCommands, AddSyncCommands,
+    AddErrorsFamily, AddRegFamily, AddIniFamily,       AddDebugFamily,
+    AddFileFamily,   AddIpcFamily, AddProcessCommands, AddSyncCommands,
 };
 
 constexpr char EXAMPLES[] = "Examples:\n"

@@ -14,6 +14,8 @@ using AddFamily = void ( * )( CLI::App& rProgram, ExitCode& rExitCode );
 void AddErrorsFamily( CLI::App& rProgram, ExitCode& rExitCode );
 // bxtool reg: the registry.
 void AddRegFamily( CLI::App& rProgram, ExitCode& rExitCode );
+// bxtool ini: INI files.
+void AddIniFamily( CLI::App& rProgram, ExitCode& rExitCode );
 // bxtool file: what reports on files mean.
 void AddFileFamily( CLI::App& rProgram, ExitCode& rExitCode );
 // bxtool debug: debug messages.

@@ -1,0 +1,98 @@
+// bxtool ini copy-group and rename-group.
+#include "tools/ini/commands.h"
+#include "tools/ini/inifile.h"
+#include "tools/talk.h"
+
+#include <memory>
+
+namespace
+{
+
+constexpr char COPY_EXAMPLES[] =
+    "Copies the keys with their values; comments stay behind. A group that is there is replaced only\n"
+    "with --replace. Exit code 1: there is no such group.\n\n"
+    "Example:\n"
+    "  bxtool ini copy-group server.ini Network Backup --replace\n";
+constexpr char RENAME_EXAMPLES[] =
+    "Copies the group as copy-group does, compares the copy, and deletes the old group.\n"
+    "Exit code 1: there is no such group.\n\n"
+    "Example:\n"
+    "  bxtool ini rename-group server.ini Network Connection\n";
+
+struct GroupOptions
+{
+    std::string aFile;
+    std::string aSource;
+    std::string aDestination;
+    bool fReplace = false;
+};
+
+using KeyValue = std::pair<std::string, std::string>;
+
+std::vector<KeyValue> ReadGroup( const IniFile& rFile, const std::string& aGroup )
+{
+    std::vector<KeyValue> aKeys;
+    for ( const std::string& rKey : rFile.GetKeys( aGroup ) )
+        aKeys.emplace_back( rKey, rFile.Read( aGroup, rKey ).value_or( "" ) );
+    return aKeys;
+}
+
+void Check( const IniFile& rFile, const GroupOptions& rOptions )
+{
+    if ( AreEqualNames( rOptions.aSource, rOptions.aDestination ) )
+        throw ToolFailure( ExitCode::Usage, "the two names are equal, since names ignore case" );
+    if ( !rFile.HasGroup( rOptions.aSource ) )
+        throw ToolFailure( ExitCode::No, rFile.TitleOf( rOptions.aSource ) + " does not exist" );
+    if ( !rOptions.fReplace && rFile.HasGroup( rOptions.aDestination ) )
+        throw ToolFailure( ExitCode::Usage,
+                           rFile.TitleOf( rOptions.aDestination ) +
+                               " is there already; nothing was changed, give --replace to replace it" );
+}
+
+ExitCode Copy( const GroupOptions& rOptions, bool fRename )
+{
+    const IniFile aFile( rOptions.aFile );
+    Check( aFile, rOptions );
+    const std::vector<KeyValue> aKeys = ReadGroup( aFile, rOptions.aSource );
+    if ( aKeys.empty() )
+        throw ToolFailure( ExitCode::Usage,
+                           aFile.TitleOf( rOptions.aSource ) + " has no keys; nothing was changed" );
+    while ( aFile.HasGroup( rOptions.aDestination ) )
+        aFile.DeleteGroup( rOptions.aDestination );
+    for ( const KeyValue& rKey : aKeys )
+        aFile.Set( rOptions.aDestination, rKey.first, rKey.second );
+    if ( ReadGroup( aFile, rOptions.aDestination ) != aKeys || ReadGroup( aFile, rOptions.aSource ) != aKeys )
+        throw ToolFailure( ExitCode::Output,
+                           aFile.TitleOf( rOptions.aDestination ) +
+                               " is not what was copied; does another program change the file?" );
+    if ( fRename )
+        aFile.DeleteGroup( rOptions.aSource );
+    SayNote( ( fRename ? "renamed " : "copied " ) + aFile.TitleOf( rOptions.aSource ) + ", " +
+             std::to_string( aKeys.size() ) + ( aKeys.size() == 1 ? " key" : " keys" ) );
+    return ExitCode::Ok;
+}
+
+void AddCommand( CLI::App* pCommand, const char* pExamples, bool fRename, ExitCode& rExitCode )
+{
+    pCommand->footer( pExamples );
+    auto pOptions = std::make_shared<GroupOptions>();
+    AddWord( *pCommand, "FILE", pOptions->aFile, "The file" );
+    AddWord( *pCommand, fRename ? "OLD" : "SOURCE", pOptions->aSource, "The group that is there" );
+    AddWord( *pCommand, fRename ? "NEW" : "DESTINATION", pOptions->aDestination, "The group to be made" );
+    pCommand->add_flag( "--replace", pOptions->fReplace, "Replace a group of that name" );
+    pCommand->callback( [pOptions, fRename, &rExitCode] { rExitCode = Copy( *pOptions, fRename ); } );
+}
+
+} // namespace
+
+void AddIniCopyGroupCommand( CLI::App& rFamily, ExitCode& rExitCode )
+{
+    AddCommand( rFamily.add_subcommand( "copy-group", "Copy a group within the file" ), COPY_EXAMPLES, false,
+                rExitCode );
+}
+
+void AddIniRenameGroupCommand( CLI::App& rFamily, ExitCode& rExitCode )
+{
+    AddCommand( rFamily.add_subcommand( "rename-group", "Rename a group" ), RENAME_EXAMPLES, true,
+                rExitCode );
+}
