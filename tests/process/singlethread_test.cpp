@@ -423,6 +423,7 @@ TEST( WaitForHandle, LetsMessagesFlowAndEndsAtItsLimit )
     DebugRecorder aRecorder;
     DWORD dwResult = 0;
     MSG aMessage;
+    PeekMessageA( &aMessage, NULL, 0, 0, PM_NOREMOVE ); // makes the queue
     for ( const BOOL fWithMessageLoop : { FALSE, TRUE } )
     {
         PostThreadMessageA( GetCurrentThreadId(), WM_APP, 0, 0 );
