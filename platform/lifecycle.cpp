@@ -10,15 +10,27 @@
 #include "platform/threadend.h"
 #include "platform/tls.h"
 
+#include <dlfcn.h>
+
 namespace
 {
 constinit bool g_fUnloaded = false;
 
-// Functions like this one come before the destructors of objects when the library is unloaded, and after them when the
+// Functions like this one come before the destructors of objects when a library is unloaded, and after them when the
 // process ends.
 [[gnu::destructor]] void NoteUnload()
 {
     g_fUnloaded = true;
+}
+
+// Libraries that came with the program are an exception: they end in the order of an unload with the process.
+bool CameWithProgram() noexcept
+{
+    void* const pProgram = dlopen( nullptr, RTLD_LAZY );
+    const bool fCame = pProgram == nullptr || dlsym( pProgram, "_Z11CloseHandlePv" ) != nullptr;
+    if ( pProgram != nullptr )
+        dlclose( pProgram );
+    return fCame;
 }
 } // namespace
 
@@ -32,7 +44,7 @@ void ClosePlatform() noexcept
     CloseIniCache();
     CloseDebugSinks();
     // When the process ends other threads may be at these.
-    if ( g_fUnloaded )
+    if ( g_fUnloaded && !CameWithProgram() )
     {
         CloseRegistry();
         CloseHandleTable();

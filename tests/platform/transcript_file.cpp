@@ -280,7 +280,9 @@ void SayRanges()
     SayLock( "held after some handle was closed", hOne, 2, 1 );
     CloseHandle( hTwo );
     SayLock( "free after its handle was closed", hOne, 2, 4 );
-    SayOutcome( "lock through nothing", LockFile( CreateEventA( NULL, TRUE, FALSE, NULL ), 0, 0, 1, 0 ) );
+    const HANDLE hEvent = CreateEventA( NULL, TRUE, FALSE, NULL );
+    SayOutcome( "lock through nothing", LockFile( hEvent, 0, 0, 1, 0 ) );
+    CloseHandle( hEvent );
     CloseHandle( hOne );
     CloseHandle( hReader );
     CloseHandle( hOther );
