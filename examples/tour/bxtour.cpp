@@ -3,6 +3,7 @@
 
 #include "examples/tour/bytepipe.h"
 #include "examples/tour/narrate.h"
+#include "examples/tour/settings.h"
 #include "examples/tour/workers.h"
 
 #include <bxtools/debug.h>
@@ -14,12 +15,14 @@
 #include <cstdio>
 #include <deque>
 #include <filesystem>
+#include <thread>
 
 namespace
 {
 
 constexpr char STREAM_FILE[] = "tour.stream";
 constexpr char READER_NAME[] = "bxtour-reader";
+constexpr char EDITOR_NAME[] = "bxtour-editor";
 
 // ---- the errors of the threads ----------------------------------------------------------------------------------
 
@@ -101,20 +104,20 @@ bool SaveStream( const MString& aStream )
 
 // ---- the second process -----------------------------------------------------------------------------------------
 
-// The reader lies beside this program and has its ending.
-MString FindReader()
+// The other programs of the tour lie beside this one and have its ending.
+MString FindBeside( const char* pName )
 {
     char szPath[4096] = "";
     GetModuleFileNameA( NULL, szPath, sizeof( szPath ) );
     std::filesystem::path aPath( szPath );
-    aPath.replace_filename( READER_NAME + aPath.extension().string() );
+    aPath.replace_filename( pName + aPath.extension().string() );
     return aPath.string().c_str();
 }
 
 bool ShowInSecondProcess( const MString& aStream )
 {
     Narrate( "\n3. A second process, %s, gets the stream through a pipe and shows it:", READER_NAME );
-    const MString aReader = FindReader();
+    const MString aReader = FindBeside( READER_NAME );
     const int nResult = RunReader( aReader, aStream );
     if ( nResult != 0 )
         Narrate( "     %s could not show it (result %d)", aReader.data(), nResult );
@@ -182,6 +185,27 @@ void SwitchOffAndOn()
     }
 }
 
+// ---- settings that two processes edit at once -------------------------------------------------------------------
+
+bool EditAtOnce()
+{
+    Narrate( "\n7. Two processes, both %s, edit one settings file at once, %d times each:", EDITOR_NAME,
+             EDITS_OF_EACH );
+    std::error_code aNoneOfAnEarlierTour;
+    std::filesystem::remove( SETTINGS_FILE, aNoneOfAnEarlierTour );
+    const MString aEditor = FindBeside( EDITOR_NAME );
+    int nFirst = -1;
+    std::thread aFirst( [&] { nFirst = RunReader( aEditor, "first" ); } );
+    const int nSecond = RunReader( aEditor, "second" );
+    aFirst.join();
+    const SettingsSum aSum = SumSettings();
+    const bool fAll =
+        nFirst == 0 && nSecond == 0 && aSum.nCounted == 2 * EDITS_OF_EACH && aSum.nKeys == aSum.nCounted;
+    Narrate( "     %d edits were counted, and %d keys added: %s", aSum.nCounted, aSum.nKeys,
+             fAll ? "nothing was lost" : "that is not all" );
+    return fAll;
+}
+
 } // namespace
 
 int main()
@@ -193,8 +217,9 @@ int main()
     ShowReport();
     OverflowStack();
     SwitchOffAndOn();
+    const bool fEdited = EditAtOnce();
     if ( fSaved )
         Narrate( "\nThe stream lies in %s; \"bxtool errors show %s\" prints it as a table.", STREAM_FILE,
                  STREAM_FILE );
-    return fSaved && fShown ? 0 : 1;
+    return fSaved && fShown && fEdited ? 0 : 1;
 }

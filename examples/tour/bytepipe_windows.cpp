@@ -24,13 +24,12 @@ PROCESS_INFORMATION StartReader( const MString& aProgram, HANDLE hInput )
 
 int RunReader( const MString& aProgram, const MString& aInput )
 {
-    SECURITY_ATTRIBUTES aInherited = { sizeof( aInherited ), NULL, TRUE };
     HANDLE hRead = NULL;
     HANDLE hWrite = NULL;
-    if ( !CreatePipe( &hRead, &hWrite, &aInherited, 0 ) )
+    if ( !CreatePipe( &hRead, &hWrite, NULL, 0 ) )
         return -1;
-    // Our end stays ours: a reader that inherited it would never see the end of its input.
-    SetHandleInformation( hWrite, HANDLE_FLAG_INHERIT, 0 );
+    // Our end is never inherited: a reader that had it, this one or another thread's, would not see the end of its input.
+    SetHandleInformation( hRead, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT );
     const PROCESS_INFORMATION aProcess = StartReader( aProgram, hRead );
     CloseHandle( hRead );
 

@@ -30,6 +30,10 @@ TEST( Tour, CarriesTheErrorsOfItsThreadsToAnotherProcess )
     EXPECT_TRUE( Holds( aTour.strOutput, "they are off, and this one is not seen\n     they are on again" ) )
         << aTour.strOutput;
 
+    // The file that two processes edited.
+    EXPECT_TRUE( Holds( aTour.strOutput, "50 edits were counted, and 50 keys added: nothing was lost\n" ) )
+        << aTour.strOutput;
+
     // What it recommends to look at next.
     const ProgramResult aShown = aFolder.Errors( { "show", "--json", "tour.stream" } );
     EXPECT_EQ( 0, aShown.nExitCode ) << aShown.strErrors;
