@@ -16,11 +16,11 @@
 #include <unistd.h>
 
 #if defined( __SANITIZE_THREAD__ )
-// Children of this test start threads. And the tool does not know pthread_mutex_clocklock, so what that has locked seems unlocked.
+// Children of this test start threads.
 extern "C" const char* __tsan_default_options();
 const char* __tsan_default_options()
 {
-    return "die_after_fork=0:report_mutex_bugs=0";
+    return "die_after_fork=0";
 }
 constexpr bool THREAD_SANITIZER = true;
 #else
