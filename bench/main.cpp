@@ -57,6 +57,7 @@ int main( int nArguments, char** ppArguments )
     RegisterWaitMeasurements();
     RegisterChannelMeasurements();
     RegisterRegistryMeasurements();
+    RegisterIniMeasurements();
     RegisterFileMeasurements();
     RegisterPathMeasurements();
     benchmark::RunSpecifiedBenchmarks();

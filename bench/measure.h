@@ -96,6 +96,7 @@ void RegisterLockMeasurements();
 void RegisterWaitMeasurements();
 void RegisterChannelMeasurements();
 void RegisterRegistryMeasurements();
+void RegisterIniMeasurements();
 void RegisterFileMeasurements();
 void RegisterPathMeasurements();
 
