@@ -4,6 +4,9 @@
 #include <bxtools/config.h>
 #include <bxtools/platform.h>
 
+#include <memory>
+#include <new>
+
 void MConfig::WriteKey( const MString& rKey, const MString& rValue )
 {
     InternalWritePrivateProfileString( m_aGroup, rKey, rValue, m_aFName );
@@ -54,28 +57,34 @@ void MConfig::InternalCopyGroup( const MString& rDestination, const MString& rSo
     if ( ReadKeyList( "From USHORT MConfig::GetKeyCount()" ) )
     {
         const USHORT uKeys = InternalGetCount( m_pKeyBuff, m_KeyBufLen );
-        if ( uKeys != 0 )
-            CopyKeys( aDestination, uKeys );
-        if ( fRename )
+        const BOOL fSourceStays = uKeys == 0 || CopyKeys( aDestination, uKeys );
+        if ( fRename && fSourceStays )
             InternalWritePrivateProfileString( aSource, NULL, "", m_aFName );
     }
     m_aGroup = aCurrentGroup;
 }
 
-// From the current group, whose list of keys has been read, to one that is made anew.
-void MConfig::CopyKeys( const MString& rDestination, USHORT uKeys )
+// From the current group, whose list of keys has been read, to one that is made anew. Result: whether the current group is
+// copied and still there.
+BOOL MConfig::CopyKeys( const MString& rDestination, USHORT uKeys )
 {
+    // All values first: names that differ for us may be one group for the system, which also looks at letters above 127.
+    const std::unique_ptr<MString[]> pValues( new ( std::nothrow ) MString[uKeys] );
+    if ( pValues == NULL )
+        return FALSE;
+    for ( USHORT uKey = 0; uKey < uKeys; ++uKey )
+        pValues[uKey] = ReadKey( GetKeyName( uKey, FALSE ) );
     MConfig aDestination( m_aFName, m_fSafety, m_fWin95 );
     InternalWritePrivateProfileString( rDestination, NULL, "", m_aFName );
+    aDestination.SetGroup( m_aGroup );
+    const BOOL fSourceStays = aDestination.GetKeyCount() != 0;
     for ( USHORT uKey = 0; uKey < uKeys; ++uKey )
-    {
-        const MString aName = GetKeyName( uKey, FALSE );
-        InternalWritePrivateProfileString( rDestination, aName, ReadKey( aName ), m_aFName );
-    }
+        InternalWritePrivateProfileString( rDestination, GetKeyName( uKey, FALSE ), pValues[uKey], m_aFName );
     // Of an only key without a name some systems list an empty one.
     aDestination.SetGroup( rDestination );
     if ( uKeys == 1 && aDestination.GetKeyName( 0, TRUE ).IsEmpty() )
         aDestination.DeleteKey( MString() );
+    return fSourceStays;
 }
 
 void MConfig::Flush()

@@ -94,7 +94,9 @@ public:
     // Where there is no old key, the new one is made with an empty value.
     void RenameKey( const MString& rNewKey, const MString& rOldKey );
     // Makes the destination a copy of the source; what it had before is gone. Nothing happens when the names are equal
-    // without regard to case, or when the source has no keys. Comments are not copied. The current group stays.
+    // without regard to case, or when the source has no keys. Comments are not copied. The current group stays. Names that
+    // only the system takes for equal, for their letters above 127 or blanks at their ends, are one group, which gets the
+    // destination's name.
     void CopyGroup( const MString& rDestination, const MString& rSource );
     // CopyGroup, then the source is deleted, one without keys too (which leaves the destination alone).
     void RenameGroup( const MString& rDestination, const MString& rSource );
@@ -149,7 +151,7 @@ private:
     BOOL ReadIntoSecond( LPTSTR* ppSecondBuff, USHORT* pSecondBufLen, LPCTSTR szDefault, int nMode,
                          USHORT* puCopiedLast, CallReport& rReport );
     BOOL ReplaceFirst( LPTSTR* ppBuff, USHORT* pBufLen, LPCTSTR pAnswer, USHORT uCopiedLast );
-    void CopyKeys( const MString& rDestination, USHORT uKeys );
+    BOOL CopyKeys( const MString& rDestination, USHORT uKeys );
     BOOL RefreshTemporaryCopy( LPCTSTR pFileName, CallReport& rReport );
     BOOL MakeTemporaryFile( CallReport& rReport );
 

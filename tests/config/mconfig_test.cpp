@@ -108,7 +108,8 @@ TEST_F( ConfigTest, KeysAreReadAndWrittenInTheCurrentGroup )
 
 TEST_F( ConfigTest, GroupsAreCopiedAndRenamedNewNameFirst )
 {
-    Config aConfig( Make( "[src]\na=1\n;c=2\nb='3'\n[dst]\nold=1\n[none]\n;c=1\n[kept]\nk=1\n" ) );
+    Config aConfig(
+        Make( "[src]\na=1\n;c=2\nb='3'\n[dst]\nold=1\n[none]\n;c=1\n[kept]\nk=1\n[\xC3\x84]\nx=1\n" ) );
     aConfig.SetGroup( "now" );
     aConfig.CopyGroup( "SRC", "src" );
     aConfig.CopyGroup( "kept", "none" );
@@ -124,6 +125,9 @@ TEST_F( ConfigTest, GroupsAreCopiedAndRenamedNewNameFirst )
     aConfig.RenameGroup( "kept", "none" );
     EXPECT_FALSE( aConfig.GroupExists( "none" ) );
     EXPECT_EQ( "k=1|", Group( aConfig, "kept" ) );
+    // One group for some systems, two for others.
+    aConfig.RenameGroup( "\xC3\xA4", "\xC3\x84" );
+    EXPECT_EQ( "x=1|", Group( aConfig, "\xC3\xA4" ) );
 }
 
 TEST_F( ConfigTest, AnswersComeBackWholeInSafetyModeAndCutWithoutIt )
