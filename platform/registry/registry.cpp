@@ -229,7 +229,7 @@ LONG RegConnectRegistryA( LPCSTR pComputer, HKEY hRoot, PHKEY pResult )
         {
             if ( pResult == nullptr )
                 return ERROR_INVALID_PARAMETER;
-            if ( !IsOwnComputer( TextOf( pComputer ) ) )
+            if ( !IsOwnComputer( RegTextOf( pComputer ) ) )
                 return ERROR_BAD_NETPATH;
             if ( FindRegRoot( hRoot ) == nullptr )
                 return ERROR_INVALID_HANDLE;
@@ -245,10 +245,10 @@ LONG RegCreateKeyExA( HKEY hKey, LPCSTR pSubKey, DWORD dwReserved, LPSTR pClass,
         {
             if ( dwReserved != 0 || pResult == nullptr || pSubKey == nullptr )
                 return ERROR_INVALID_PARAMETER;
-            const std::string_view aSubKey = TextOf( pSubKey );
+            const std::string_view aSubKey = RegTextOf( pSubKey );
             if ( const LONG lError = CheckRegPath( aSubKey ) )
                 return lError;
-            NewKey aNew{ TextOf( pClass ),
+            NewKey aNew{ RegTextOf( pClass ),
                          {},
                          ( dwOptions & REG_OPTION_VOLATILE ) != 0 ? DWORD{ KEY_IS_VOLATILE } : 0 };
             if ( pSecurity != nullptr && pSecurity->lpSecurityDescriptor != nullptr )
@@ -273,7 +273,7 @@ LONG RegOpenKeyExA( HKEY hKey, LPCSTR pSubKey, DWORD, REGSAM dwAccess, PHKEY pRe
         {
             if ( pResult == nullptr )
                 return ERROR_INVALID_PARAMETER;
-            const std::string_view aSubKey = TextOf( pSubKey );
+            const std::string_view aSubKey = RegTextOf( pSubKey );
             if ( const LONG lError = CheckRegPath( aSubKey ) )
                 return lError;
             return OpenThere( hKey, aSubKey, dwAccess, pResult );
@@ -300,7 +300,7 @@ LONG RegDeleteKeyA( HKEY hKey, LPCSTR pSubKey )
         {
             if ( pSubKey == nullptr )
                 return ERROR_INVALID_PARAMETER;
-            const std::string_view aSubKey = TextOf( pSubKey );
+            const std::string_view aSubKey = RegTextOf( pSubKey );
             const LONG lError = CheckRegPath( aSubKey );
             return lError != ERROR_SUCCESS ? lError : DeleteKey( hKey, aSubKey );
         } );

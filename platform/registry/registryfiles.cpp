@@ -197,7 +197,7 @@ LONG RegLoadKeyA( HKEY hKey, LPCSTR pSubKey, LPCSTR pFile )
     return RunRegCall(
         [&]() -> LONG
         {
-            const std::string_view aName = TextOf( pSubKey );
+            const std::string_view aName = RegTextOf( pSubKey );
             if ( pFile == nullptr || aName.empty() || CountRegNames( aName ) != 1 )
                 return ERROR_INVALID_PARAMETER;
             if ( const LONG lError = CheckRegPath( aName ) )
@@ -215,7 +215,7 @@ LONG RegUnLoadKeyA( HKEY hKey, LPCSTR pSubKey )
     return RunRegCall(
         [&]() -> LONG
         {
-            const std::string_view aName = TextOf( pSubKey );
+            const std::string_view aName = RegTextOf( pSubKey );
             if ( aName.empty() )
                 return ERROR_INVALID_PARAMETER;
             const LONG lError = CheckRegPath( aName );
@@ -231,7 +231,7 @@ LONG RegReplaceKeyA( HKEY hKey, LPCSTR pSubKey, LPCSTR pNewFile, LPCSTR pOldFile
         {
             if ( pNewFile == nullptr || pOldFile == nullptr )
                 return ERROR_INVALID_PARAMETER;
-            const std::string_view aSubKey = TextOf( pSubKey );
+            const std::string_view aSubKey = RegTextOf( pSubKey );
             if ( const LONG lError = CheckRegPath( aSubKey ) )
                 return lError;
             RegImageUse aImage;

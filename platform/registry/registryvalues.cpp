@@ -43,7 +43,7 @@ LONG RegQueryValueExA( HKEY hKey, LPCSTR pValueName, LPDWORD pdwReserved, LPDWOR
     if ( aReader.GetError() != ERROR_SUCCESS )
         return aReader.GetError();
     RegValueView aValue;
-    if ( const LONG lError = aReader.GetView().FindValue( TextOf( pValueName ), aValue ) )
+    if ( const LONG lError = aReader.GetView().FindValue( RegTextOf( pValueName ), aValue ) )
         return lError;
     return GiveData( aValue, pdwType, pData, pdwData );
 }
@@ -78,7 +78,7 @@ LONG RegSetValueExA( HKEY hKey, LPCSTR pValueName, DWORD dwReserved, DWORD dwTyp
     return RunRegCall(
         [&]() -> LONG
         {
-            const std::string_view aName = TextOf( pValueName );
+            const std::string_view aName = RegTextOf( pValueName );
             if ( dwReserved != 0 || ( pData == nullptr && dwData > 0 ) || aName.size() > LONGEST_VALUE_NAME )
                 return ERROR_INVALID_PARAMETER;
             const RegKeyUse aUse( hKey, KEY_SET_VALUE );
@@ -113,7 +113,7 @@ LONG RegDeleteValueA( HKEY hKey, LPCSTR pValueName )
             const RegKeyUse aUse( hKey, KEY_SET_VALUE );
             if ( aUse.GetError() != ERROR_SUCCESS )
                 return aUse.GetError();
-            const std::string_view aName = TextOf( pValueName );
+            const std::string_view aName = RegTextOf( pValueName );
             if ( !RegistryBatch::IsAbout( hKey ) )
             {
                 if ( const LONG lError = LookForValue( hKey, aName ) )

@@ -100,7 +100,7 @@ LONG FailOutOfMemory() noexcept
     return ERROR_NOT_ENOUGH_MEMORY;
 }
 
-std::string_view TextOf( LPCSTR pText ) noexcept
+std::string_view RegTextOf( LPCSTR pText ) noexcept
 {
     return pText != nullptr ? std::string_view( pText ) : std::string_view();
 }

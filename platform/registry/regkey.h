@@ -158,8 +158,8 @@ private:
     RegTreePath m_aPath;
 };
 
-// Whether a text that a caller gave can be the path of a subkey; null is none.
-std::string_view TextOf( LPCSTR pText ) noexcept;
+// A text that a caller gave; null is the empty one.
+std::string_view RegTextOf( LPCSTR pText ) noexcept;
 
 // The access that a caller asks for, without the generic rights.
 REGSAM MapRegAccess( REGSAM dwAccess ) noexcept;
