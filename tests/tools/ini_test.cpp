@@ -67,6 +67,10 @@ TEST( IniTool, GroupsAreListedCopiedAndRenamed )
     EXPECT_EQ( "1 ", aFolder.Ini( "rename-group", { "none", "D" } ) );
     EXPECT_EQ( "2 ", aFolder.Ini( "rename-group", { "Empty", "D" } ) );
     EXPECT_EQ( "2 ", aFolder.Ini( "rename-group", { "A", "a" } ) );
+    // One group for some systems, two for others.
+    const IniFolder aOther( "[\xC3\x84]\nk=1\n" );
+    EXPECT_EQ( "0 ", aOther.Ini( "rename-group", { "\xC3\x84", "\xC3\xA4", "--replace" } ) );
+    EXPECT_EQ( "0 1\n", aOther.Ini( "get", { "\xC3\xA4", "k" } ) );
 }
 
 TEST( IniTool, CheckNamesEachLineThatIsNotRead )

@@ -37,13 +37,21 @@ std::vector<KeyValue> ReadGroup( const IniFile& rFile, const std::string& aGroup
     return aKeys;
 }
 
+// Also when the system alone takes the name for that of a group, for letters above 127 or blanks at its ends.
+bool IsThere( const IniFile& rFile, const std::string& aGroup )
+{
+    return rFile.HasGroup( aGroup ) || !rFile.GetKeys( aGroup ).empty();
+}
+
 void Check( const IniFile& rFile, const GroupOptions& rOptions )
 {
     if ( AreEqualNames( rOptions.aSource, rOptions.aDestination ) )
         throw ToolFailure( ExitCode::Usage, "the two names are equal, since names ignore case" );
+    if ( rOptions.aDestination.find_first_not_of( " \t\v\f" ) == rOptions.aDestination.npos )
+        throw ToolFailure( ExitCode::Usage, "a group needs a name" );
     if ( !rFile.HasGroup( rOptions.aSource ) )
         throw ToolFailure( ExitCode::No, rFile.TitleOf( rOptions.aSource ) + " does not exist" );
-    if ( !rOptions.fReplace && rFile.HasGroup( rOptions.aDestination ) )
+    if ( !rOptions.fReplace && IsThere( rFile, rOptions.aDestination ) )
         throw ToolFailure( ExitCode::Usage,
                            rFile.TitleOf( rOptions.aDestination ) +
                                " is there already; nothing was changed, give --replace to replace it" );
@@ -57,15 +65,17 @@ ExitCode Copy( const GroupOptions& rOptions, bool fRename )
     if ( aKeys.empty() )
         throw ToolFailure( ExitCode::Usage,
                            aFile.TitleOf( rOptions.aSource ) + " has no keys; nothing was changed" );
-    while ( aFile.HasGroup( rOptions.aDestination ) )
+    while ( IsThere( aFile, rOptions.aDestination ) )
         aFile.DeleteGroup( rOptions.aDestination );
+    // Where the two are one group for the system it is made anew, under the new name.
+    const bool fSourceStays = !aFile.GetKeys( rOptions.aSource ).empty();
     for ( const KeyValue& rKey : aKeys )
         aFile.Set( rOptions.aDestination, rKey.first, rKey.second );
     if ( ReadGroup( aFile, rOptions.aDestination ) != aKeys || ReadGroup( aFile, rOptions.aSource ) != aKeys )
         throw ToolFailure( ExitCode::Output,
                            aFile.TitleOf( rOptions.aDestination ) +
                                " is not what was copied; does another program change the file?" );
-    if ( fRename )
+    if ( fRename && fSourceStays )
         aFile.DeleteGroup( rOptions.aSource );
     SayNote( ( fRename ? "renamed " : "copied " ) + aFile.TitleOf( rOptions.aSource ) + ", " +
              std::to_string( aKeys.size() ) + ( aKeys.size() == 1 ? " key" : " keys" ) );
