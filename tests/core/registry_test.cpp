@@ -351,7 +351,7 @@ TEST( GlobalObject, SecondAttachReportsNothingAndKeepsItsReason )
     EXPECT_TRUE( aGlobal.OnProcessDETACH1() );
     EXPECT_TRUE( aDebug.Silent() );
     // The same at the library's entry point, which ignores what it does not know.
-    for ( const DWORD dwReason : { DWORD( DLL_THREAD_ATTACH ), DWORD( 4 ), 0xFFFFFFFF } )
+    for ( const DWORD dwReason : { DWORD( DLL_THREAD_ATTACH ), DWORD( 4 ), DWORD( -1 ) } )
         EXPECT_TRUE( DllMain( NULL, dwReason, NULL ) );
     EXPECT_TRUE( aDebug.Silent() );
     EXPECT_FALSE( DllMain( NULL, DLL_PROCESS_ATTACH, NULL ) );
