@@ -11,8 +11,8 @@
 // - Operations on keys concern the current group, which SetGroup and DeleteGroup set.
 // - Names compare without regard to the case of ASCII letters here, and as the system does there.
 // - In safety mode an answer that fills the object's buffer is read again into a larger one until all of it is there: lists
-//   of up to 31,741 bytes and values of up to 31,742. A longer list cannot be read at all; a longer value is cut, with reports. Without it
-//   whatever does not fit into the buffer, 1024 bytes at first, is cut silently.
+//   of up to 31,741 bytes and values of up to 31,742. A longer list cannot be read at all; a longer value is cut, with reports.
+//   Without it whatever does not fit into the buffer, 1024 bytes at first, is cut silently.
 // - Nothing throws. A failed read sends its reports to the debug hook (the library's own, unless SetDbgFunc set another), one
 //   from each operation on the way, and gives an empty text, 0 or FALSE. Writes report nothing and do not tell whether they
 //   succeeded; kept so. GetLastError tells what the system's call said.
