@@ -78,8 +78,10 @@ TEST( NamedLock, LosesNoTurnOfManyProcessesAndLeavesNothing )
     EXPECT_EQ( PROCESSES * TURNS, *static_cast<const long*>( pCount ) );
     EXPECT_FALSE( IsThere( strName ) );
     if ( const char* pFolder = std::getenv( "BXTOOLS_OBJECT_DIR" ) )
+    {
         for ( const auto& rEntry : std::filesystem::directory_iterator( pFolder ) )
             EXPECT_EQ( std::string::npos, rEntry.path().string().find( "turns" ) ) << rEntry.path();
+    }
     UnmapViewOfFile( pCount );
     CloseHandle( hMapping );
 }
@@ -94,6 +96,7 @@ TEST( NamedLock, OfAKilledOwnerGoesToTheNext )
     EXPECT_EQ( "comes", aNext.ReadLine() );
     aOwner.Kill();
     EXPECT_EQ( "holds", aNext.ReadLine() );
+    aOwner.Wait(); // its lock is free before its end is complete
     aNext.Kill();
     aNext.Wait();
     EXPECT_FALSE( IsThere( strName ) ); // it went with its last holder
