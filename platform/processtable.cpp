@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <charconv>
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 #include <linux/magic.h>
 #include <string_view>
@@ -25,6 +24,8 @@ struct FolderEntry
 };
 constexpr size_t NAME_OFFSET = offsetof( FolderEntry, ucType ) + 1;
 
+constexpr char PROGRAM_LINK[] = "/exe";
+constexpr size_t LONGEST_NUMBER = 10; // digits of a DWORD
 constexpr std::string_view DELETED_MARK = " (deleted)";
 
 // 0: no process's.
@@ -107,11 +108,12 @@ const char* ProcessTable::GetPath() noexcept
 const char* ProcessTable::GetPathOf( DWORD dwProcessId ) noexcept
 {
     const int nErrno = errno;
-    char szLink[24];
-    std::snprintf( szLink, sizeof( szLink ), "%u/exe", dwProcessId );
+    char szLink[LONGEST_NUMBER + sizeof( PROGRAM_LINK )];
+    char* const pNumberEnd = std::to_chars( szLink, szLink + LONGEST_NUMBER, dwProcessId ).ptr;
+    std::memcpy( pNumberEnd, PROGRAM_LINK, sizeof( PROGRAM_LINK ) );
     const long nRead = syscall( SYS_readlinkat, m_nFolder, szLink, m_szPath, sizeof( m_szPath ) - 1 );
-    m_szPath[nRead > 0 ? nRead : 0] = '\0';
-    const std::string_view aPath( m_szPath );
+    const std::string_view aPath( m_szPath, nRead > 0 ? static_cast<size_t>( nRead ) : 0 );
+    m_szPath[aPath.size()] = '\0';
     if ( aPath.ends_with( DELETED_MARK ) && !IsRunFrom( m_nFolder, szLink, m_szPath ) )
         m_szPath[aPath.size() - DELETED_MARK.size()] = '\0';
     errno = nErrno;
