@@ -266,7 +266,7 @@ TEST( FileLines, AreThoseOfTheTextAtEveryEdge )
     const ScratchFolder aFolder;
     const std::string strPath = aFolder.Path( "lines" );
     std::string strText;
-    for ( const size_t uLength : { 65535, 1, 65534, 65536, 2, 65533, 3, 65537, 70000, 131072 } )
+    for ( const size_t uLength : { 65535u, 1u, 65534u, 65536u, 2u, 65533u, 3u, 65537u, 70000u, 131072u } )
     {
         strText += std::string( uLength - 1, static_cast<char>( 'a' + uLength % 26 ) ) + "\n";
         for ( size_t i = 0; i < 30; ++i )
@@ -319,7 +319,7 @@ TEST( FileCopy, IsWholeAtEveryMultipleOfTheChunk )
     const std::string strSource = aFolder.Path( "source" );
     const std::string strCopy = aFolder.Path( "copy" );
     HookRecorder aRecorder;
-    for ( const size_t uLength : { 0, 1, 999, 1000, 1001, 2999, 3000, 3001 } )
+    for ( const size_t uLength : { 0u, 1u, 999u, 1000u, 1001u, 2999u, 3000u, 3001u } )
     {
         std::string strBytes( uLength, 'a' );
         for ( size_t i = 0; i < uLength; ++i )
