@@ -142,7 +142,7 @@ TEST_F( ConfigTest, AnswersComeBackWholeInSafetyModeAndCutWithoutIt )
     aSafe.SetGroup( "long" );
     aPlain.SetGroup( "long" );
     DebugRecorder aRecorder;
-    for ( const size_t uLength : { 1023, 1024, 31742 } )
+    for ( const size_t uLength : { 1023u, 1024u, 31742u } )
     {
         const std::string strKey = "v" + std::to_string( uLength );
         EXPECT_EQ( uLength, aSafe.ReadKey( strKey.c_str() ).GetLength() );

@@ -163,7 +163,7 @@ TEST_F( Ring, EachWatcherSeesEachMessageAndIsToldWhatItMissed )
     SecondProcess aKilled( "ring_watcher", { strFolder } );
     EXPECT_EQ( "ready", aKilled.ReadLine() );
     aKilled.Kill();
-    for ( int i = 0; i < PROCESSES; ++i )
+    for ( size_t i = 0; i < PROCESSES; ++i )
     {
         EXPECT_EQ( "ready", aWatchers[i]->ReadLine() );
         EXPECT_EQ( "ready", aWriters[i]->ReadLine() );

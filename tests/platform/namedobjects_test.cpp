@@ -195,7 +195,7 @@ TEST( NamedObjects, SurviveKillsAtAnyInstant )
         mmap( NULL, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0 ) );
     std::mt19937 aRandom( 20260711 );
     pid_t anChildren[] = { StartLiving( pLives[0] ), StartLiving( pLives[1] ) };
-    for ( int i = 0; i < 120; ++i )
+    for ( unsigned i = 0; i < 120; ++i )
     {
         const unsigned uVictim = i % 2;
         usleep( static_cast<useconds_t>( aRandom() % 3000 ) );

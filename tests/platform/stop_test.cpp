@@ -148,7 +148,7 @@ TEST( ThreadStop, EndedWhereverItIsItLeavesNothingHeld )
     SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED()
     for ( const LPTHREAD_START_ROUTINE pFunction : g_apEndless )
     {
-        for ( const DWORD dwSuspended : { 0, 1, 2 } )
+        for ( const DWORD dwSuspended : { 0u, 1u, 2u } )
         {
             HANDLE ahObjects[] = { CreateEventA( NULL, TRUE, FALSE, NULL ),
                                    CreateEventA( NULL, TRUE, FALSE, "slept on" ),
