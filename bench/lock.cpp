@@ -1,9 +1,11 @@
 // Mutexes that processes share by name. contended: four processes count together, each with a handle that it keeps; wall
-// time of one count. cycle: made or opened, taken, given back and closed again, by the only one who uses it.
+// time of one count. cycle: made or opened, taken, given back and closed again, by the only one who uses it; enter-release: the
+// same by the library's functions.
 #include "measure.h"
 #include "processes.h"
 
 #include <bxtools/platform.h>
+#include <bxtools/sync.h>
 
 #include <boost/interprocess/sync/named_mutex.hpp>
 #include <fcntl.h>
@@ -80,6 +82,13 @@ static bool CycleOwn()
     return fTaken & ( ReleaseMutex( hMutex ) != FALSE ) & ( CloseHandle( hMutex ) != FALSE );
 }
 
+static bool EnterAndRelease()
+{
+    HANDLE hSection = NULL;
+    const bool fTaken = EnterInterProcessCriticalSection( "bxbench section", &hSection ) != FALSE;
+    return fTaken & ( ReleaseInterProcessCriticalSection( hSection ) != FALSE );
+}
+
 static bool CycleSemaphore( const std::string& strName )
 {
     sem_t* const pSemaphore = sem_open( strName.c_str(), O_CREAT, 0600, 1 );
@@ -97,6 +106,9 @@ void RegisterLockMeasurements()
     Measure( "lock/cycle/bxtools", "1\n", []( auto& rUse ) { rUse( CycleOwn() ); } );
     const std::string strSemaphore = "/" + OwnName( "semaphore" );
     Measure( "lock/cycle/semaphore", "1\n",
+             [strSemaphore]( auto& rUse ) { rUse( CycleSemaphore( strSemaphore ) ); } );
+    Measure( "lock/enter-release/bxtools", "1\n", []( auto& rUse ) { rUse( EnterAndRelease() ); } );
+    Measure( "lock/enter-release/semaphore", "1\n",
              [strSemaphore]( auto& rUse ) { rUse( CycleSemaphore( strSemaphore ) ); } );
 }
 

@@ -54,6 +54,7 @@ int main( int nArguments, char** ppArguments )
     RegisterThreadMeasurements();
     RegisterStartMeasurements();
     RegisterLockMeasurements();
+    RegisterProcessMeasurements();
     RegisterWaitMeasurements();
     RegisterChannelMeasurements();
     RegisterRegistryMeasurements();

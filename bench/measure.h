@@ -93,6 +93,7 @@ void RegisterDebugMeasurements();
 void RegisterThreadMeasurements();
 void RegisterStartMeasurements();
 void RegisterLockMeasurements();
+void RegisterProcessMeasurements();
 void RegisterWaitMeasurements();
 void RegisterChannelMeasurements();
 void RegisterRegistryMeasurements();

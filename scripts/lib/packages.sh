@@ -27,6 +27,7 @@ PACKAGES_BENCH=(
     "libglib2.0-dev             peer: GLib's strings, per-thread pointers and settings"
     "libglib2.0-bin             the settings' schema for that"
     "liblmdb-dev                peer: LMDB's store"
+    "libproc2-dev               peer: the walk over processes of ps and top"
     "qt6-base-dev               peer: Qt's settings in INI files"
     "libpoco-dev                peer: Poco's numbers"
     "libspdlog-dev              peer: spdlog's messages"
