@@ -219,8 +219,8 @@ void SayProcesses()
 
     const HANDLE hOwn = OpenProcess( PROCESS_QUERY_INFORMATION, FALSE, GetCurrentProcessId() );
     DWORD dwCode = UNTOUCHED;
-    Say( "code of the own process", "%d, %u", GetExitCodeProcess( hOwn, &dwCode ),
-         static_cast<unsigned>( dwCode ) );
+    const BOOL fTold = GetExitCodeProcess( hOwn, &dwCode );
+    Say( "code of the own process", "%d, %u", fTold, static_cast<unsigned>( dwCode ) );
     SayOutcome( "own process ended without the right", TerminateProcess( hOwn, 1 ) );
     CloseHandle( hOwn );
 }
