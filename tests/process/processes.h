@@ -11,6 +11,7 @@
 #include <memory>
 #include <regex>
 #include <string>
+#include <system_error>
 
 inline std::filesystem::path OwnProgram()
 {
@@ -28,7 +29,14 @@ struct NamedProgram
     {
         std::filesystem::create_hard_link( OwnProgram(), strPath );
     }
-    ~NamedProgram() { std::filesystem::remove( strPath ); }
+    // A system may hold on to a program's file for a moment after its process has ended.
+    ~NamedProgram()
+    {
+        std::error_code aError;
+        for ( int i = 0; i < 500 && !std::filesystem::remove( strPath, aError ) && aError; ++i )
+            Sleep( 10 );
+        EXPECT_FALSE( aError ) << strPath << ": " << aError.message();
+    }
     NamedProgram( const NamedProgram& ) = delete;
     NamedProgram& operator=( const NamedProgram& ) = delete;
 
