@@ -20,14 +20,15 @@ inline std::filesystem::path OwnProgram()
     return szPath;
 }
 
-// Another name of the test program's file, as long as the object lives.
+// The test program under another name, as long as the object lives. A copy: the other system keeps every name of a file that
+// runs.
 struct NamedProgram
 {
     explicit NamedProgram( const std::string& strWhat )
         : strName( "Bx-" + strWhat + "-" + std::to_string( GetCurrentProcessId() ) + ".exe" ),
           strPath( ( OwnProgram().parent_path() / strName ).string() )
     {
-        std::filesystem::create_hard_link( OwnProgram(), strPath );
+        std::filesystem::copy_file( OwnProgram(), strPath );
     }
     // A system may hold on to a program's file for a moment after its process has ended.
     ~NamedProgram()
