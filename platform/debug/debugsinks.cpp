@@ -49,7 +49,7 @@ constexpr size_t MOST_SINKS = 4;
 
 constinit CRITICAL_SECTION g_aLock{};
 constinit Sink g_aSinks[MOST_SINKS]{};
-constinit size_t g_nSinks = 0;
+constinit std::atomic<size_t> g_nSinks{ 0 };
 
 // ---- files ------------------------------------------------------------------------------------------------
 

@@ -16,7 +16,7 @@ std::string Listed( const std::vector<std::string>& aOptions )
     std::vector<std::string> aArguments = { "ipc", "ls" };
     aArguments.insert( aArguments.end(), aOptions.begin(), aOptions.end() );
     const ProgramResult aResult = ProgramFolder().Run( BXTOOL_PROGRAM, aArguments );
-    const std::regex aAge( "(age     |\"age\":)[0-9]+" );
+    const std::regex aAge( "(age +|\"age\":)[0-9]+" );
     return std::to_string( aResult.nExitCode ) + " " +
            std::regex_replace( aResult.strOutput + aResult.strErrors, aAge, "$010" );
 }
