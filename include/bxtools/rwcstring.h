@@ -19,6 +19,8 @@
 #include <exception>
 #include <new>
 
+class RWFile;
+
 // A position outside a text.
 class RW_EXPORT RWBoundsErr : public std::exception
 {
@@ -168,6 +170,11 @@ public:
     {
         return m_ulLength == ulLength && ( ulLength == 0 || std::memcmp( m_pText, pText, ulLength ) == 0 );
     }
+
+    // Writes the text at the position of a file, its length in four bytes before it, and makes the text what stands so at the
+    // position, which in both cases moves behind it. What fails throws RWFileErr; the text is then as it was before.
+    void saveOn( RWFile& rFile ) const;
+    void restoreFrom( RWFile& rFile );
 
 private:
     // Stands in front of the characters of a text on the heap.

@@ -1,0 +1,200 @@
+#include "runtime/treepagefill.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace
+{
+constexpr size_t ROOM = sizeof( TreePage::aBytes );
+
+// What stands in a page behind the slots for a key whose first characters are the page's prefix.
+size_t SizeOfKey( const TreeKey& rKey, size_t nPrefix, unsigned uLevel ) noexcept
+{
+    const size_t nLength = rKey.aInPage.size() - nPrefix;
+    const size_t nInSlot = uLevel == 0 ? 0 : std::min( nLength, TREE_HEAD_SIZE );
+    return nLength - nInSlot + ( rKey.fGoesOn ? sizeof( TreeKeyRest ) : 0 );
+}
+
+constexpr size_t SizeOfSlot( unsigned uLevel ) noexcept
+{
+    return uLevel == 0 ? sizeof( LeafSlot ) : sizeof( InnerSlot ) + TREE_HEAD_SIZE;
+}
+
+// Entries that come into a page one after the other. Above the leaves the first one has no key there.
+class Filling
+{
+public:
+    explicit Filling( unsigned uLevel ) : m_uLevel( uLevel ) {}
+
+    // Result: false, and nothing changed, when there is no room for one more.
+    bool Add( const TreeEntry& rEntry )
+    {
+        Filling aNext = *this;
+        aNext.m_pFirst = m_pFirst == nullptr ? &rEntry : m_pFirst;
+        aNext.m_nSize += SizeOfSlot( m_uLevel );
+        if ( m_uLevel == 0 || m_pFirst != nullptr )
+            aNext.AddKey( rEntry );
+        if ( aNext.m_nSize > ROOM )
+            return false;
+        *this = aNext;
+        return true;
+    }
+
+private:
+    void AddKey( const TreeEntry& rEntry )
+    {
+        const TreeEntry* const pFirstKey = m_pFirst + ( m_uLevel == 0 ? 0 : 1 );
+        const size_t nPrefix =
+            pFirstKey == &rEntry
+                ? rEntry.aKey.aInPage.size()
+                : CommonLength( pFirstKey->aKey.aInPage.substr( 0, m_nPrefix ), rEntry.aKey.aInPage );
+        if ( nPrefix != m_nPrefix )
+        {
+            // Those before have more behind the prefix now, and the prefix less.
+            m_nSize += nPrefix;
+            m_nSize -= m_nPrefix;
+            for ( const TreeEntry* pEntry = pFirstKey; pEntry != &rEntry; ++pEntry )
+                m_nSize += SizeOfKey( pEntry->aKey, nPrefix, m_uLevel ) -
+                           SizeOfKey( pEntry->aKey, m_nPrefix, m_uLevel );
+            m_nPrefix = nPrefix;
+        }
+        m_nSize += SizeOfKey( rEntry.aKey, m_nPrefix, m_uLevel );
+    }
+
+    unsigned m_uLevel;
+    const TreeEntry* m_pFirst = nullptr;
+    size_t m_nPrefix = 0;
+    size_t m_nSize = 0;
+};
+
+bool FitIntoPage( std::span<const TreeEntry> aEntries, unsigned uLevel )
+{
+    Filling aFilling( uLevel );
+    return std::all_of( aEntries.begin(), aEntries.end(),
+                        [&aFilling]( const TreeEntry& rEntry ) { return aFilling.Add( rEntry ); } );
+}
+
+// Gives the last page, which may be nearly empty, a half of what it has together with the one before.
+void ShareLastPages( std::vector<size_t>& rStarts, std::span<const TreeEntry> aEntries, unsigned uLevel )
+{
+    const size_t nFirst = rStarts[rStarts.size() - 2];
+    const auto aBoth = aEntries.subspan( nFirst );
+    const auto SizeOf = [uLevel]( const TreeEntry& rEntry )
+    { return SizeOfSlot( uLevel ) + SizeOfKey( rEntry.aKey, 0, uLevel ); };
+    size_t nSize = 0;
+    for ( const TreeEntry& rEntry : aBoth )
+        nSize += SizeOf( rEntry );
+    size_t nHalf = 0;
+    for ( size_t nTaken = 0; nTaken < nSize / 2; ++nHalf )
+        nTaken += SizeOf( aBoth[nHalf] );
+    if ( nHalf < aBoth.size() && FitIntoPage( aBoth.first( nHalf ), uLevel ) &&
+         FitIntoPage( aBoth.subspan( nHalf ), uLevel ) )
+        rStarts.back() = nFirst + nHalf;
+}
+
+// Writes into a page from front to back.
+class PageFiller
+{
+public:
+    PageFiller( TreePage& rPage, size_t nPlace ) : m_rPage( rPage ), m_nPlace( nPlace ) {}
+
+    uint16_t GetPlace() const noexcept { return static_cast<uint16_t>( sizeof( TreePageHead ) + m_nPlace ); }
+    void Put( const void* pBytes, size_t nSize )
+    {
+        if ( nSize != 0 )
+            std::memcpy( m_rPage.aBytes + m_nPlace, pBytes, nSize );
+        m_nPlace += nSize;
+    }
+    // Result: the length of the key as slots have it.
+    uint16_t PutKey( const TreeKey& rKey, size_t nPrefix, size_t nInSlot )
+    {
+        const std::string_view aKey = rKey.aInPage.substr( nPrefix );
+        if ( aKey.size() > nInSlot )
+            Put( aKey.data() + nInSlot, aKey.size() - nInSlot );
+        if ( rKey.fGoesOn )
+            Put( &rKey.aRestInFile, sizeof( TreeKeyRest ) );
+        return static_cast<uint16_t>( aKey.size() | ( rKey.fGoesOn ? KEY_GOES_ON : 0 ) );
+    }
+
+private:
+    TreePage& m_rPage;
+    size_t m_nPlace;
+};
+
+void FillLeaf( TreePage& rPage, std::span<const TreeEntry> aEntries, size_t nPrefix, PageFiller& rFiller )
+{
+    std::vector<const TreeEntry*> aByHash;
+    aByHash.reserve( aEntries.size() );
+    for ( const TreeEntry& rEntry : aEntries )
+        aByHash.push_back( &rEntry );
+    std::sort( aByHash.begin(), aByHash.end(),
+               []( const TreeEntry* pLeft, const TreeEntry* pRight )
+               { return pLeft->ulHash < pRight->ulHash; } );
+    LeafSlot* pSlot = reinterpret_cast<LeafSlot*>( rPage.aBytes );
+    for ( const TreeEntry* const pEntry : aByHash )
+    {
+        const uint16_t usPlace = rFiller.GetPlace();
+        *pSlot++ = { pEntry->ulHash, pEntry->ulPlace, pEntry->ulChecksum, usPlace,
+                     rFiller.PutKey( pEntry->aKey, nPrefix, 0 ) };
+    }
+}
+
+void FillInner( TreePage& rPage, std::span<const TreeEntry> aEntries, size_t nPrefix, PageFiller& rFiller )
+{
+    uint64_t* pHead = reinterpret_cast<uint64_t*>( rPage.aBytes );
+    InnerSlot* pSlot = reinterpret_cast<InnerSlot*>( pHead + aEntries.size() );
+    *pHead++ = 0;
+    *pSlot++ = { aEntries[0].ulPlace, rFiller.GetPlace(), 0 };
+    for ( const TreeEntry& rEntry : aEntries.subspan( 1 ) )
+    {
+        const uint16_t usPlace = rFiller.GetPlace();
+        *pHead++ = HeadOfText( rEntry.aKey.aInPage.substr( nPrefix ) );
+        *pSlot++ = { rEntry.ulPlace, usPlace, rFiller.PutKey( rEntry.aKey, nPrefix, TREE_HEAD_SIZE ) };
+    }
+}
+} // namespace
+
+std::vector<size_t> SplitIntoPages( std::span<const TreeEntry> aEntries, unsigned uLevel )
+{
+    std::vector<size_t> aStarts{ 0 };
+    Filling aFilling( uLevel );
+    for ( size_t i = 0; i < aEntries.size(); ++i )
+    {
+        if ( aFilling.Add( aEntries[i] ) )
+            continue;
+        aStarts.push_back( i );
+        aFilling = Filling( uLevel );
+        aFilling.Add( aEntries[i] );
+    }
+    if ( aStarts.size() > 1 )
+        ShareLastPages( aStarts, aEntries, uLevel );
+    return aStarts;
+}
+
+void FillPage( TreePage& rPage, std::span<const TreeEntry> aEntries, unsigned uLevel )
+{
+    std::memset( rPage.aBytes, 0, sizeof( rPage.aBytes ) );
+    const auto aKeys = aEntries.subspan( std::min<size_t>( uLevel == 0 ? 0 : 1, aEntries.size() ) );
+    std::string_view aPrefix = aKeys.empty() ? std::string_view() : aKeys[0].aKey.aInPage;
+    for ( const TreeEntry& rEntry : aKeys )
+        aPrefix = aPrefix.substr( 0, CommonLength( aPrefix, rEntry.aKey.aInPage ) );
+
+    PageFiller aFiller( rPage, aEntries.size() * SizeOfSlot( uLevel ) );
+    rPage.aHead.usLevel = static_cast<uint16_t>( uLevel );
+    rPage.aHead.usEntries = static_cast<uint16_t>( aEntries.size() );
+    rPage.aHead.usPrefixPlace = aFiller.GetPlace();
+    rPage.aHead.usPrefixLength = static_cast<uint16_t>( aPrefix.size() );
+    aFiller.Put( aPrefix.data(), aPrefix.size() );
+    if ( uLevel == 0 )
+        FillLeaf( rPage, aEntries, aPrefix.size(), aFiller );
+    else
+        FillInner( rPage, aEntries, aPrefix.size(), aFiller );
+}
+
+TreeKey KeyBetween( const TreeKey& rLeft, const TreeKey& rRight ) noexcept
+{
+    const size_t nCommon = CommonLength( rLeft.aInPage, rRight.aInPage );
+    if ( nCommon == rRight.aInPage.size() )
+        return rRight;
+    return { rRight.aInPage.substr( 0, nCommon + 1 ) };
+}
