@@ -3,12 +3,12 @@
 #include "tools/errors/decodedrecord.h"
 #include "tools/errors/numbers.h"
 #include "tools/families.h"
+#include "tools/jsonline.h"
 #include "tools/talk.h"
 
 #include <bxtools/file.h>
 
 #include <memory>
-#include <nlohmann/json.hpp>
 
 namespace
 {
@@ -51,7 +51,7 @@ std::string ToJson( const std::vector<ExplainedNumber>& aExplained )
                            { "causeText", rOne.aCauseText },
                            { "systemText", rOne.aSystemText } } );
     const nlohmann::ordered_json aJson = { { "errors", aList } };
-    return aJson.dump( -1, ' ', false, nlohmann::json::error_handler_t::replace ) + "\n";
+    return JsonLine( aJson );
 }
 
 ExitCode ShowCauses( const CauseOptions& rOptions )

@@ -2,10 +2,10 @@
 
 #include "tools/families.h"
 #include "tools/ipc/objects.h"
+#include "tools/jsonline.h"
 #include "tools/talk.h"
 
 #include <memory>
-#include <nlohmann/json.hpp>
 
 namespace
 {
@@ -21,7 +21,7 @@ std::string ToJson( const std::vector<SharedObject>& aObjects )
                            { "waiters", rObject.dwWaiters },
                            { "age", rObject.nAge } } );
     const nlohmann::ordered_json aJson = { { "objects", aList } };
-    return aJson.dump( -1, ' ', false, nlohmann::json::error_handler_t::replace ) + "\n";
+    return JsonLine( aJson );
 }
 
 std::string ToLines( const SharedObject& rObject )

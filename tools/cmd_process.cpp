@@ -3,6 +3,7 @@
 #include "core/guards.h"
 #include "tools/errors/displaytext.h"
 #include "tools/families.h"
+#include "tools/jsonline.h"
 #include "tools/process/processlist.h"
 #include "tools/talk.h"
 
@@ -10,7 +11,6 @@
 #include <bxtools/process.h>
 
 #include <memory>
-#include <nlohmann/json.hpp>
 
 namespace
 {
@@ -20,7 +20,7 @@ using Json = nlohmann::ordered_json;
 void WriteJson( const Json& rProcesses )
 {
     const Json aJson = { { "processes", rProcesses } };
-    WriteOutput( aJson.dump( -1, ' ', false, Json::error_handler_t::replace ) + "\n" );
+    WriteOutput( JsonLine( aJson ) );
 }
 
 std::string ToLine( const ListedProcess& rProcess )

@@ -1,6 +1,7 @@
 #include "tools/debug/commands.h"
 #include "tools/debug/messagesource.h"
 #include "tools/errors/displaytext.h"
+#include "tools/jsonline.h"
 #include "tools/talk.h"
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 #include <ctime>
 #include <deque>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 namespace
 {
@@ -23,7 +23,7 @@ struct ShowOptions
 
 bool Fits( const ShowOptions& rOptions, const SeenMessage& rMessage )
 {
-    return ( rOptions.aProcess.empty() || rOptions.aProcess == rMessage.aProcess ||
+    return ( rOptions.aProcess.empty() || KeptPartOfName( rOptions.aProcess ) == rMessage.aProcess ||
              rOptions.aProcess == std::to_string( rMessage.dwProcess ) ) &&
            rMessage.aText.find( rOptions.aText ) != std::string::npos;
 }
@@ -49,7 +49,7 @@ std::string ToJson( const SeenMessage& rMessage )
                                            { "name", rMessage.aProcess },
                                            { "text", rMessage.aText },
                                            { "lost", rMessage.nLost } };
-    return aJson.dump( -1, ' ', false, nlohmann::json::error_handler_t::replace ) + "\n";
+    return JsonLine( aJson );
 }
 
 // The first line with its origin, further lines indented.

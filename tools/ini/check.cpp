@@ -2,6 +2,7 @@
 #include "tools/byteinput.h"
 #include "tools/ini/commands.h"
 #include "tools/ini/findings.h"
+#include "tools/jsonline.h"
 #include "tools/talk.h"
 
 #include <memory>

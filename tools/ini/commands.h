@@ -3,8 +3,6 @@
 
 #include "tools/families.h"
 
-#include <nlohmann/json.hpp>
-
 void AddIniGetCommand( CLI::App& rFamily, ExitCode& rExitCode );
 void AddIniSetCommand( CLI::App& rFamily, ExitCode& rExitCode );
 void AddIniDeleteCommand( CLI::App& rFamily, ExitCode& rExitCode );
@@ -18,10 +16,4 @@ void AddIniCheckCommand( CLI::App& rFamily, ExitCode& rExitCode );
 inline void AddWord( CLI::App& rCommand, const char* pName, std::string& rWord, const char* pHelp )
 {
     rCommand.add_option( pName, rWord, pHelp )->required()->type_name( "" );
-}
-
-// One line; what is not UTF-8 in it becomes U+FFFD.
-inline std::string JsonLine( const nlohmann::ordered_json& rJson )
-{
-    return rJson.dump( -1, ' ', false, nlohmann::ordered_json::error_handler_t::replace ) + "\n";
 }

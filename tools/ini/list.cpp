@@ -2,6 +2,7 @@
 #include "tools/errors/displaytext.h"
 #include "tools/ini/commands.h"
 #include "tools/ini/inifile.h"
+#include "tools/jsonline.h"
 #include "tools/talk.h"
 
 #include <memory>
@@ -66,7 +67,7 @@ ExitCode List( const ListOptions& rOptions )
             WriteGroup( aFile, rGroup );
     }
     if ( rOptions.fJson )
-        WriteOutput( aJson.dump( 1, ' ', false, Json::error_handler_t::replace ) + "\n" );
+        WriteOutput( JsonLines( aJson ) );
     return ExitCode::Ok;
 }
 

@@ -1,6 +1,7 @@
 // bxtool ini get, set and delete: one value, or a group.
 #include "tools/ini/commands.h"
 #include "tools/ini/inifile.h"
+#include "tools/jsonline.h"
 #include "tools/talk.h"
 
 #include <memory>

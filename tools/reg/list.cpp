@@ -1,4 +1,5 @@
 #include "tools/errors/displaytext.h"
+#include "tools/jsonline.h"
 #include "tools/reg/commands.h"
 #include "tools/reg/regaccess.h"
 #include "tools/reg/utf16.h"
@@ -6,7 +7,6 @@
 #include "tools/talk.h"
 
 #include <memory>
-#include <nlohmann/json.hpp>
 
 namespace
 {
@@ -63,9 +63,7 @@ ExitCode List( const ListOptions& rOptions )
     const KeyPath aPath = ParseKeyPath( rOptions.aKey );
     const RegTree aTree = ReadTree( aPath, TreeDepth::AllBelow );
     if ( rOptions.fJson )
-        WriteOutput( ToJson( aTree, aPath.GetTitle(), rOptions.fValues )
-                         .dump( 1, ' ', false, Json::error_handler_t::replace ) +
-                     "\n" );
+        WriteOutput( JsonLines( ToJson( aTree, aPath.GetTitle(), rOptions.fValues ) ) );
     else
     {
         WriteHeading( MakeVisible( FromSystemText( aPath.GetTitle() ) ) );

@@ -1,4 +1,5 @@
 // bxtool reg get, set and delete: one value, or one key.
+#include "tools/jsonline.h"
 #include "tools/reg/commands.h"
 #include "tools/reg/regaccess.h"
 #include "tools/reg/utf16.h"
@@ -6,7 +7,6 @@
 #include "tools/talk.h"
 
 #include <memory>
-#include <nlohmann/json.hpp>
 
 namespace
 {
@@ -57,8 +57,7 @@ ExitCode Get( const ValueOptions& rOptions )
         OpenedKey( ParseKeyPath( rOptions.aKey ), KEY_QUERY_VALUE ).Read( rOptions.aName );
     if ( rOptions.fJson )
     {
-        using Json = nlohmann::ordered_json;
-        WriteOutput( GetValueJson( aValue ).dump( -1, ' ', false, Json::error_handler_t::replace ) + "\n" );
+        WriteOutput( JsonLine( GetValueJson( aValue ) ) );
         return ExitCode::Ok;
     }
     for ( const std::string& rLine : GetDataLines( aValue ) )
