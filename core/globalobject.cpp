@@ -79,6 +79,11 @@ LPVOID MakeServedObject( const ServedObject& rServed )
     return lValue;
 }
 
+void DropServedObject( const ServedObject& rServed )
+{
+    aGlobalDllObject.DropServedObject( rServed );
+}
+
 DLL_EXPORT_MOD BOOL DLL_EXPORT LastFuntionCall()
 {
     CallReport aReport( "From DLL_EXPORT_MOD BOOL DLL_EXPORT LastFuntionCall()" );

@@ -97,6 +97,14 @@ LPVOID CThreadGlobalObjectInterface::AppendObject( CreateThreadElemFuc pCreateFu
     return pKept->GetObj();
 }
 
+void CThreadGlobalObjectInterface::DropServed( const ServedObject& rServed )
+{
+    KeepServed( rServed.m_eNumber, NULL );
+    long lIndex = -1;
+    if ( m_paList != NULL && FindElement( rServed.m_pCreateFunc, rServed.m_pDeleteFunc, &lIndex ) != NULL )
+        m_paList->Remove( lIndex, TRUE );
+}
+
 BOOL CThreadGlobalObjectInterface::SetThisData( int nMode )
 {
     CallReport aReport( *this, "From BOOL CThreadGlobalObjectInterface::SetThisData( int nMode )" );

@@ -30,11 +30,13 @@ public:
     LPVOID PeekObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc );
     // A served object that was kept here; NULL without one.
     LPVOID GetServed( ServedNumber eNumber ) const { return m_aServed[static_cast<size_t>( eNumber )]; }
-    // Keeps one that GetObject gave, which stays where it is as long as the list lives.
+    // Keeps one that GetObject gave, which stays where it is until it is dropped, or the list ends.
     void KeepServed( ServedNumber eNumber, LPVOID plObj )
     {
         m_aServed[static_cast<size_t>( eNumber )] = plObj;
     }
+    // Destroys one, if it is there.
+    void DropServed( const ServedObject& rServed );
 
     // Names the container after the process and the calling thread.
     //   nMode  GLOBAL_OBJ_FROM_PROCESS or GLOBAL_OBJ_FROM_THREAD, which make no difference; any other is refused.

@@ -183,6 +183,13 @@ void DLLMainGlobalThreadData::KeepServedObject( ServedNumber eNumber, LPVOID lVa
         pThreadGlobalObject->KeepServed( eNumber, lValue );
 }
 
+void DLLMainGlobalThreadData::DropServedObject( const ServedObject& rServed ) const
+{
+    const LastErrorGuard aLastError;
+    if ( CThreadGlobalObjectInterface* pThreadGlobalObject = ReadSlot(); pThreadGlobalObject != NULL )
+        pThreadGlobalObject->DropServed( rServed );
+}
+
 void DLLMainGlobalThreadData::LockOnFunctionLevel()
 {
     m_aFunctionSection.Enter();

@@ -36,6 +36,7 @@ enum class ServedNumber
 {
     BuffServer,
     ErrServerList,
+    NLSServer,
     Count
 };
 
@@ -54,6 +55,8 @@ struct ServedObject
 LPVOID GetServedObject( const ServedObject& rServed );
 // The same for a thread that has not asked for it yet.
 LPVOID MakeServedObject( const ServedObject& rServed );
+// Destroys the calling thread's object, if it has one; the next request makes a new one. The last error is preserved.
+void DropServedObject( const ServedObject& rServed );
 
 // How a container came to be.
 inline constexpr int GLOBAL_OBJ_FROM_PROCESS = 1; // made during process attach
@@ -118,6 +121,8 @@ public:
 
     // Keeps a served object in the calling thread's container, where GetServedObject looks first.
     void KeepServedObject( ServedNumber eNumber, LPVOID lValue ) const;
+    // See the free function of that name.
+    void DropServedObject( const ServedObject& rServed ) const;
     // The thread-local slot of the containers.
     DWORD GetSlot() const { return m_dwTlsGlobalOffset.load( std::memory_order_relaxed ); }
 

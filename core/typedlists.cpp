@@ -6,6 +6,7 @@
 #include <bxtools/errobject.h>
 #include <bxtools/lists.h>
 #include <bxtools/mstring.h>
+#include <bxtools/nlsserver.h>
 
 void DestroyListElement( MString* pElement )
 {
@@ -28,6 +29,11 @@ void DestroyListElement( internalBufferObj* pElement )
 }
 
 void DestroyListElement( CThreadGlobalObjectElemInterface* pElement )
+{
+    delete pElement;
+}
+
+void DestroyListElement( MyErrNlsInterFaceConfig* pElement )
 {
     delete pElement;
 }

@@ -14,6 +14,8 @@
 #include <bxtools/lifecycle.h>
 #include <bxtools/lists.h>
 #include <bxtools/mstring.h>
+#include <bxtools/nls.h>
+#include <bxtools/nlsserver.h>
 #include <bxtools/path.h>
 #include <bxtools/process.h>
 #include <bxtools/registry.h>

@@ -113,6 +113,7 @@ class ErrObjectBase;
 class ERRServer;
 class internalBufferObj;
 class CThreadGlobalObjectElemInterface;
+class MyErrNlsInterFaceConfig;
 
 // How the elements of the typed lists are destroyed and freed. NULL is accepted.
 DLL_EXPORT_MOD void DestroyListElement( MString* pElement );
@@ -120,6 +121,7 @@ DLL_EXPORT_MOD void DestroyListElement( ErrObjectBase* pElement );
 DLL_EXPORT_MOD void DestroyListElement( ERRServer* pElement );
 DLL_EXPORT_MOD void DestroyListElement( internalBufferObj* pElement );
 DLL_EXPORT_MOD void DestroyListElement( CThreadGlobalObjectElemInterface* pElement );
+DLL_EXPORT_MOD void DestroyListElement( MyErrNlsInterFaceConfig* pElement );
 DLL_EXPORT_MOD void DestroyListElement( long* pElement );
 DLL_EXPORT_MOD void DestroyListElement( HMODULE* pElement );
 
@@ -183,6 +185,12 @@ class CfgFiles : public TypedList<MString>
 
 // Country and language codes, each in a heap cell of its own.
 class MyLanguageCodeList : public TypedList<long>
+{
+    using TypedList::TypedList;
+};
+
+// Language files.
+class MyCfgList : public TypedList<MyErrNlsInterFaceConfig>
 {
     using TypedList::TypedList;
 };

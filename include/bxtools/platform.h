@@ -174,6 +174,16 @@ DLL_EXPORT_MOD void SysFreeString( BSTR aBstr );
 DLL_EXPORT_MOD UINT SysStringLen( BSTR aBstr );
 DLL_EXPORT_MOD UINT SysStringByteLen( BSTR aBstr );
 
+// ---- the user's country -----------------------------------------------------------------------------------
+
+// The country code of the telephone, in digits, of the territory that LC_ALL, LC_MESSAGES or LANG names, the first of them that
+// is set and not empty.
+//   lctype   LOCALE_ICOUNTRY; there is nothing else.
+//   nSize    characters in pData; 0 asks for the number needed.
+// Result: characters written or needed, the zero included; 0 on failure. Errors: 87 no territory, as in "C" and "POSIX", or none
+// that is known; 122 too small; 1004 another item.
+DLL_EXPORT_MOD int GetLocaleInfoA( LCID dwLocale, LCTYPE lctype, LPSTR pData, int nSize );
+
 // ---- the system, the process, the thread ------------------------------------------------------------------
 
 // The system's version: platform id 2, with the running kernel's version numbers. dwOSVersionInfoSize must be

@@ -303,6 +303,10 @@ typedef PVOID PSECURITY_DESCRIPTOR;
 #define SUBLANG_DEFAULT 0x01
 #define MAKELANGID( primary, sub ) ( (WORD)( ( (WORD)( sub ) << 10 ) | (WORD)( primary ) ) )
 
+#define LOCALE_SYSTEM_DEFAULT 0x0800u
+#define LOCALE_USER_DEFAULT 0x0400u
+#define LOCALE_ICOUNTRY 0x00000005u
+
 #define CP_ACP 0
 #define CP_UTF8 65001
 #define MB_PRECOMPOSED 0x00000001u

@@ -1,0 +1,43 @@
+#include "nls/nlsperthread.h"
+
+#include "core/callreport.h"
+#include "core/threadregistry.h"
+
+#include <bxtools/nlsserver.h>
+
+#include <new>
+
+namespace
+{
+
+LPVOID DLL_EXPORT CreateNLSServer()
+{
+    return new ( std::nothrow ) NLSServer( 0, NULL );
+}
+
+BOOL DLL_EXPORT DeleteNLSServer( LPVOID lValue )
+{
+    CallReport aReport( "From static BOOL DLL_EXPORT DeleteNLSServer( LPVOID lValue )" );
+    const NLSServer* pNLSServer = static_cast<NLSServer*>( lValue );
+    if ( pNLSServer == NULL )
+        return aReport.Fail( " Error: pNLSServer == NULL" );
+    delete pNLSServer;
+    return TRUE;
+}
+
+constexpr ServedObject SERVED = {
+    ServedNumber::NLSServer, &CreateNLSServer, &DeleteNLSServer, "From NLSServer* GetNLSServer()",
+    " Error: GetThreadSpecialObject( CreateNLSServer, DeleteNLSServer ) == NULL"
+};
+
+} // namespace
+
+NLSServer* GetNLSServer()
+{
+    return static_cast<NLSServer*>( GetServedObject( SERVED ) );
+}
+
+void DropNLSServer()
+{
+    DropServedObject( SERVED );
+}

@@ -1,0 +1,50 @@
+// The system's country on Linux: what the locale's variables say.
+#include "nls/nlssupport.h"
+
+TEST( SystemCountry, IsTheTerritoryOfTheMessagesLocale )
+{
+    struct Case
+    {
+        const char* pLocale;
+        const char* pCode;
+        DWORD dwError;
+    };
+    for ( const Case& rCase : std::initializer_list<Case>{
+              { "de_DE.UTF-8@euro", "49", 0 },
+              { "en_US", "1", 0 },
+              { "he_IL@x_DE", "972", 0 },
+              { "ca_AD", "376", 0 },
+              { "en_ZW.UTF-8", "263", 0 },
+              { "C", "", 87 },
+              { "POSIX", "", 87 },
+              { "C.UTF-8", "", 87 },
+              { "de", "", 87 },
+              { "de_", "", 87 },
+              { "de_de", "", 87 },
+              { "xx_ZZ", "", 87 },
+          } )
+    {
+        UseLocale( rCase.pLocale );
+        TCHAR szCode[8] = "";
+        SetLastError( 0 );
+        const int nNeeded = GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY, NULL, 0 );
+        EXPECT_EQ( nNeeded, GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY, szCode, 8 ) );
+        EXPECT_STREQ( rCase.pCode, szCode ) << rCase.pLocale;
+        EXPECT_EQ( rCase.dwError, GetLastError() ) << rCase.pLocale;
+        EXPECT_EQ( nNeeded, rCase.dwError != 0 ? 0 : static_cast<int>( strlen( rCase.pCode ) ) + 1 );
+    }
+    DebugRecorder aRecorder;
+    MString stCode( "x" );
+    EXPECT_FALSE( GetLocaleString( LOCALE_ICOUNTRY, stCode ) );
+    EXPECT_STREQ( "", stCode );
+    EXPECT_TRUE( aRecorder.OnlyReport( "From BOOL GetLocaleString( LCTYPE lctype, MString &str )",
+                                       " Error: ( cchSize = GetLocaleInfo(lcid, lctype, NULL, 0) ) == 0" ) );
+    UseLocale( "de_DE" );
+    TCHAR szCode[3] = "x";
+    EXPECT_EQ( 0, GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY, szCode, 2 ) );
+    EXPECT_EQ( DWORD( ERROR_INSUFFICIENT_BUFFER ), GetLastError() );
+    EXPECT_STREQ( "x", szCode );
+    EXPECT_EQ( 0, GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY + 1, szCode, 3 ) );
+    EXPECT_EQ( DWORD( ERROR_INVALID_FLAGS ), GetLastError() );
+    UseLocale( NULL );
+}

@@ -1,0 +1,3 @@
+#include "nls/country.h"
+
+void UseLocale( const char* ) {}
