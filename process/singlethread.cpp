@@ -73,6 +73,14 @@ SingleThread::~SingleThread()
 
 // ---- starting and ending ----------------------------------------------------------------------------------
 
+// The work's thread would wait for itself, or for an owner who waits for it.
+bool SingleThread::IsCalledByOther( CallReport& rReport ) const
+{
+    const StateGuard aState( *this );
+    return !m_fRunning || m_fLeftThreadRoutine || m_aThreadID != GetCurrentThreadId() ||
+           rReport.Fail( " Error: m_aThreadID == GetCurrentThreadId() -> the thread itself", false );
+}
+
 // What the owner's work throws here does not come in the operation's way: it would be left half done.
 void SingleThread::Notify( CallReport& rReport, bool fStop )
 {
@@ -98,12 +106,31 @@ bool DLL_EXPORT SingleThread::SDKThreadCreateFunc( SingleThread* pSingleThread )
     return pSingleThread->m_aThreadHDL != NULL;
 }
 
+// The work may have ended its thread, which therefore could not say that it leaves.
+void SingleThread::NoteExitOfThread()
+{
+    const StateGuard aState( *this );
+    if ( m_fRunning && WaitForSingleObject( m_aThreadHDL, 0 ) == WAIT_OBJECT_0 )
+        OnLeavingThreadRoutine();
+}
+
+// It has ended. That the next one may not run, its owner may have said already.
+void SingleThread::ForgetLastThread()
+{
+    const StateGuard aState( *this );
+    const bool fICanRun = m_fICanRun || m_fRunning;
+    Reset( RESET_WAITED, false );
+    m_fLeftThreadRoutine = false;
+    m_fICanRun = fICanRun;
+}
+
 bool SingleThread::InitThread()
 {
     CallReport aReport( "From bool SingleThread::InitThread()" );
+    NoteExitOfThread();
     if ( IsValidThread() && !IsGoingToDie() )
         return aReport.Fail( " Error: IsValidThread() -> a thread is already running", false );
-    Reset( RESET_ENDED, false );
+    ForgetLastThread();
     ++m_ulThreadsStarted;
     if ( m_pThreadCreateFunc == NULL )
         m_pThreadCreateFunc = SDKThreadCreateFunc;
@@ -113,6 +140,7 @@ bool SingleThread::InitThread()
     // Created running, it may have ended by now.
     if ( m_aThreadHDL == NULL && !m_fLeftThreadRoutine )
         return aReport.Fail( FAILURE, false );
+    aReport.Drop(); // what was thrown when the thread was there
     TailThreadId( aReport, m_aThreadID ).Tail( " created" );
     return aReport.Warn( "Thread with ID = " ) != FALSE;
 }
@@ -120,6 +148,8 @@ bool SingleThread::InitThread()
 bool SingleThread::Begin()
 {
     CallReport aReport( "From bool SingleThread::Begin()" );
+    if ( !IsCalledByOther( aReport ) )
+        return false;
     const CallGuard aCall( *this );
     Reset( RESET_ERRORS, false );
     if ( m_pWorkerThreadBase == NULL )
@@ -138,6 +168,8 @@ bool SingleThread::Begin()
 bool SingleThread::End( DWORD dwMilliseconds, bool fWithMsgLoop )
 {
     CallReport aReport( "From void SingleThread::End( DWORD dwMilliseconds, bool fWithMsgLoop )" );
+    if ( !IsCalledByOther( aReport ) )
+        return false;
     const CallGuard aCall( *this );
     SetICanRun( false );
     {
@@ -161,6 +193,8 @@ bool SingleThread::Wait( DWORD dwMilliseconds, bool fForceTerminationOnTimeout, 
 {
     CallReport aReport(
         "From void SingleThread::Wait( DWORD dwMilliseconds, bool fForceTerminationOnTimeout, bool fWithMsgLoop )" );
+    if ( !IsCalledByOther( aReport ) )
+        return false;
     const CallGuard aCall( *this );
     const ULONG ulThread = m_ulThreadsStarted;
     const bool fEnded = IsGoingToDie();
@@ -187,10 +221,10 @@ bool SingleThread::Wait( DWORD dwMilliseconds, bool fForceTerminationOnTimeout, 
 void SingleThread::OnWaited( bool fEnded )
 {
     const StateGuard aState( *this );
-    m_fWaiting = false;
     // It may have ended just now, and has then left its handle to the wait.
     if ( fEnded || m_fLeftThreadRoutine )
-        m_fRunning = false;
+        ClearFlags();
+    m_fWaiting = false;
 }
 
 bool SingleThread::internalWait( DWORD dwMilliseconds, bool& fTimeout, bool fWithMsgLoop )

@@ -15,6 +15,8 @@ bool SingleThread::CanBeStopped( CallReport& rReport ) const
 bool SingleThread::Stop( bool fImmediately, bool fWithMsgLoop )
 {
     CallReport aReport( "From bool SingleThread::Stop( bool fImmediately, bool fWithMsgLoop )" );
+    if ( !IsCalledByOther( aReport ) )
+        return false;
     const CallGuard aCall( *this );
     return fImmediately ? StopAtOnce( aReport ) : StopAtSafePoint( aReport, fWithMsgLoop );
 }
@@ -51,6 +53,9 @@ bool SingleThread::StopAtOnce( CallReport& rReport )
         return rReport.Fail( " Error: SuspendThread( m_aThreadHDL ) == 0xFFFFFFFF", false );
     const bool fLeft = m_fLeftThreadRoutine;
     m_fSuspended = !fLeft;
+    // A message handler may do this while its caller waits for the safe point, which the thread does not come to now.
+    if ( m_aSuspendEvent != NULL )
+        SetEvent( m_aSuspendEvent );
     LeaveCriticalSection( &m_aStateLock );
     AllowThreadStop();
     if ( !fLeft )
@@ -91,6 +96,8 @@ bool SingleThread::StopAtSafePoint( CallReport& rReport, bool fWithMsgLoop )
 bool SingleThread::Continue()
 {
     CallReport aReport( "From bool SingleThread::Continue()" );
+    if ( !IsCalledByOther( aReport ) )
+        return false;
     const CallGuard aCall( *this );
     if ( !IsValidThread() )
         return aReport.Fail( " Error: !IsValidThread()", false );
@@ -164,9 +171,13 @@ bool SingleThread::StayStopped( CallReport& rReport )
     }
 }
 
-// The owner's part: for a thread that was just created, that stands at its safe point, or that was stopped at once.
+// The owner's part: for a thread that was just created, that stands at its safe point, or that was stopped at once. That one
+// goes on before anything else is done, since it may stand inside malloc; what it does waits for the state lock.
 bool SingleThread::Resume( CallReport& rReport )
 {
+    m_fSuspended = false;
+    m_fStopRequested = false;
+    const DWORD dwBefore = ResumeThread( m_aThreadHDL );
     bool fDone = true;
     if ( m_aSuspendEvent != NULL )
     {
@@ -176,11 +187,9 @@ bool SingleThread::Resume( CallReport& rReport )
             fDone = rReport.Fail( " Error: !MyCloseHandle( m_aSuspendEvent )", false );
         m_aSuspendEvent = NULL;
     }
-    m_fSuspended = false;
-    m_fStopRequested = false;
     if ( m_aResumeEvent != NULL )
         SetEvent( m_aResumeEvent );
-    if ( ResumeThread( m_aThreadHDL ) == SUSPENSION_FAILED )
+    if ( dwBefore == SUSPENSION_FAILED )
         rReport.Warn( " Error: ResumeThread( m_aThreadHDL ) == 0xFFFFFFFF" );
     return fDone;
 }

@@ -20,10 +20,10 @@ constexpr LPCTSTR ROUTINE_HEADER = "From DWORD WINAPI SingleThread::MainThreadRo
 class SingleThread::RoutineScope
 {
 public:
-    explicit RoutineScope( SingleThread& rThread ) noexcept : m_rThread( rThread ), m_fCom( rThread.m_fCom )
+    explicit RoutineScope( SingleThread& rThread ) noexcept
+        : m_rThread( rThread ),
+          m_fCom( rThread.m_fCom && InitializeCom() )
     {
-        if ( m_fCom )
-            InitializeCom();
     }
     ~RoutineScope()
     {

@@ -7,6 +7,9 @@ DWORD SuspendAndSettle( HANDLE aThread ) noexcept
     return SuspendThread( aThread );
 }
 
-void InitializeCom() noexcept {}
+bool InitializeCom() noexcept
+{
+    return false;
+}
 
 void UninitializeCom() noexcept {}

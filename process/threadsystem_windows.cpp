@@ -14,9 +14,9 @@ DWORD SuspendAndSettle( HANDLE aThread ) noexcept
     return dwBefore;
 }
 
-void InitializeCom() noexcept
+bool InitializeCom() noexcept
 {
-    CoInitialize( NULL );
+    return SUCCEEDED( CoInitialize( NULL ) );
 }
 
 void UninitializeCom() noexcept

@@ -25,7 +25,8 @@
 // or OnNotify, is reported; out of Execute it ends the thread.
 // Threads: any thread may call any operation, but the work's own thread only those that ask and SetICanRun. Begin, End, Stop,
 // Continue, Wait, PostMessage, ClearErrors and the two setters exclude each other: each waits for the one before it to
-// return. What a message handler calls, while one of them lets messages flow, is let in.
+// return. The first five refuse the work's own thread, which would wait for itself. What a message handler calls, while one
+// of them lets messages flow, is let in.
 #pragma once
 
 #include <bxtools/export.h>
@@ -81,7 +82,8 @@ public:
     virtual ~SingleThread();
 
     bool CanIRun() override;
-    // false: the thread ends before the next call of the work. true again when the thread has ended.
+    // false: the thread ends before the next call of the work, before the first one if it has not begun. true again when
+    // the thread has ended.
     void SetICanRun( bool fICanRun ) override;
 
     // Starts the thread, once the last one has ended. The errors collected before are forgotten, also when this fails.
@@ -191,6 +193,9 @@ private:
     bool StopAtOnce( CallReport& rReport );
     bool StopAtSafePoint( CallReport& rReport, bool fWithMsgLoop );
     bool HoldStill( HANDLE aThread );
+    bool IsCalledByOther( CallReport& rReport ) const;
+    void NoteExitOfThread();
+    void ForgetLastThread();
     bool internalWait( DWORD dwMilliseconds, bool& fTimeout, bool fWithMsgLoop );
     void OnWaited( bool fEnded );
     void Notify( CallReport& rReport, bool fStop );

@@ -270,6 +270,41 @@ TEST( SingleThread, EndsAsItsWorkDoes )
                 " Error: fRet = pSingleThread->m_pWorkerThreadBase->Execute( pSingleThread ) caused severe exception" } } ) );
     Work aExits( []( SingleThread* pThread ) { return AwaitWaiting( pThread ), ExitThread( 7 ), true; } );
     EXPECT_EQ( 7u, ExitCodeOf( aExits, {} ) );
+
+    Work aExitsAlone( []( SingleThread* ) { return ExitThread( 7 ), true; } );
+    SingleThread aThread( &aExitsAlone );
+    aThread.SetICanRun( false );
+    EXPECT_TRUE( aThread.Begin() && aThread.Wait( 20000, false, false ) && aThread.CanIRun() );
+    EXPECT_EQ( 0, aExitsAlone.m_nCalls ) << "it was told before it began";
+    for ( int nCalls = 1; nCalls <= 2; ++nCalls )
+    {
+        EXPECT_TRUE( aThread.Begin() );
+        EXPECT_EQ( WAIT_OBJECT_0, WaitForSingleObject( aThread.m_aThreadHDL, 20000 ) );
+        EXPECT_EQ( nCalls, aExitsAlone.m_nCalls );
+    }
+}
+
+TEST( SingleThread, ItsOwnThreadIsRefusedWhatItWouldWaitForItselfIn )
+{
+    int nDone = 0;
+    Work aWork(
+        [&]( SingleThread* pThread )
+        {
+            AwaitWaiting( pThread );
+            nDone = pThread->Begin() + pThread->Stop( true, false ) + pThread->Stop( false, false ) +
+                    pThread->Continue() + pThread->Wait( 0, true, false ) + pThread->End( 0, false );
+            return false;
+        } );
+    SingleThread aThread( &aWork );
+    EXPECT_TRUE( aThread.Begin() );
+    DebugRecorder aRecorder;
+    EXPECT_TRUE( aThread.Wait( INFINITE, false, false ) );
+    const std::string strReports = aRecorder.Take();
+    size_t uRefused = 0;
+    for ( size_t uAt = 0; ( uAt = strReports.find( " the thread itself", uAt ) ) != std::string::npos; ++uAt )
+        ++uRefused;
+    EXPECT_EQ( 6u, uRefused ) << strReports;
+    EXPECT_EQ( 0, nDone );
 }
 
 TEST( SingleThread, AnEndInsteadOfTheStopIsNoticed )
@@ -335,6 +370,14 @@ TEST( SingleThread, AnOperationWithinAnotherIsLetIn )
         };
         ASSERT_TRUE( aThread.Stop( false, false ) );
         ASSERT_TRUE( aThread.IsRunning() && !aThread.IsSuspended() );
+        // Stopped at once on its way to the safe point, or there already.
+        aWork.AwaitCalls( 2 );
+        aWork.m_aOnNotify = [&]( bool )
+        {
+            aWork.m_aOnNotify = nullptr;
+            aThread.Stop( true, false );
+        };
+        ASSERT_TRUE( aThread.Stop( false, false ) && aThread.IsSuspended() && aThread.Continue() );
         ASSERT_TRUE( aThread.End( INFINITE, false ) );
     }
 }
@@ -358,7 +401,13 @@ TEST( SingleThread, WhatCannotBeginIsReported )
     EXPECT_TRUE(
         aRecorder.OnlyReports( { { INIT, " Error: m_aThreadHDL == NULL -> CreateThread(...) failed" },
                                  { BEGIN, " Error: !InitThread()" } } ) );
-    EXPECT_TRUE( aThread.SetThreadCreateFunc( NULL ) );
+    const auto ThrowWithThread = []( SingleThread* pThread ) -> bool
+    { throw SingleThread::SDKThreadCreateFunc( pThread ); };
+    EXPECT_TRUE( aThread.SetThreadCreateFunc( ThrowWithThread ) );
+    EXPECT_TRUE( aThread.Begin() );
+    EXPECT_TRUE(
+        aRecorder.OnlyReport( INIT, "Thread with ID = " + IdText( aThread.m_aThreadID ) + " created" ) );
+    EXPECT_TRUE( aThread.End( INFINITE, false ) && aThread.SetThreadCreateFunc( NULL ) );
     aWork.m_aOnNotify = []( bool ) { throw 1; };
     EXPECT_TRUE( aThread.Begin() );
     EXPECT_NE( std::string::npos, aRecorder.Take().find( "Severe error" ) );
