@@ -212,3 +212,16 @@ DLL_EXPORT_MOD BOOL DLL_EXPORT C_ReverseStream( LPTSTR aErrStream )
                                   []( MString& rErrStream ) { return ReverseStream( rErrStream ); } );
         } );
 }
+
+DLL_EXPORT_MOD BOOL DLL_EXPORT C_OnDebugErrorStream( LPCTSTR aErrStream, LPCTSTR aModName, LPCTSTR aHeader,
+                                                     LPCTSTR aOutText )
+{
+    CallReport aReport(
+        "From DLL_EXPORT_MOD BOOL DLL_EXPORT C_OnDebugErrorStream( LPCTSTR aErrStream, LPCTSTR aModName, LPCTSTR aHeader, LPCTSTR aOutText )" );
+    return aReport.Guard(
+        [&]() -> BOOL
+        {
+            return OnDebugErrorStream( TextOf( aErrStream ), TextOf( aModName ), TextOf( aHeader ),
+                                       TextOf( aOutText ) );
+        } );
+}

@@ -56,6 +56,10 @@ const ErrObjectBase& ErrObjectBase::operator=( const ErrObjectBase& aErrObjectBa
 {
     if ( this == &aErrObjectBase )
         return *this;
+    // A derived record forgets what it made of its old values. The list may be others', too: it stays filled for them.
+    MMStringList* const paStrList = std::exchange( m_paStrList, static_cast<MMStringList*>( NULL ) );
+    ClearValues();
+    m_paStrList = paStrList;
     m_aOriginErrText = aErrObjectBase.m_aOriginErrText;
     m_aOptionalText = aErrObjectBase.m_aOptionalText;
     m_aErrCls = aErrObjectBase.m_aErrCls;

@@ -8,6 +8,7 @@
 #include <bxtools/channel.h>
 #include <bxtools/config.h>
 #include <bxtools/debug.h>
+#include <bxtools/errclient.h>
 #include <bxtools/errobject.h>
 #include <bxtools/error.h>
 #include <bxtools/file.h>

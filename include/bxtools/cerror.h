@@ -66,6 +66,10 @@ extern "C"
     // Puts the last record of the stream first, in place.
     DLL_EXPORT_MOD BOOL DLL_EXPORT C_ReverseStream( LPTSTR aErrStream );
 
+    // Writes a stream to the debug messages, translated; see OnDebugErrorStream.
+    DLL_EXPORT_MOD BOOL DLL_EXPORT C_OnDebugErrorStream( LPCTSTR aErrStream, LPCTSTR aModName, LPCTSTR aHeader,
+                                                         LPCTSTR aOutText );
+
 #ifdef __cplusplus
 }
 #endif

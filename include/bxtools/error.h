@@ -113,6 +113,14 @@ DLL_EXPORT_MOD BOOL DLL_EXPORT Append2Stream( MString& aErrStream, const MString
 // Puts the last record first. Fewer than two records, or no stream at all, stay as they are.
 DLL_EXPORT_MOD BOOL DLL_EXPORT ReverseStream( MString& aErrStream );
 
+// Writes a stream, or any text, to the debug messages (debug.h). Of a stream each record is written as a person reads it,
+// in the thread's language; see errclient.h. While messages are off, nothing is translated.
+//   aModName, aHeader  module and header of the one message that is written.
+//   aOutText           stands before the records; directly before a text that is no stream.
+// TRUE also when records cannot be read or translated: what could not be had is reported and left out.
+DLL_EXPORT_MOD BOOL DLL_EXPORT OnDebugErrorStream( const MString& aErrStream, const MString& aModName,
+                                                   const MString& aHeader, const MString& aOutText );
+
 // ---- texts ------------------------------------------------------------------------------------------------
 
 // Appends CR LF and the system's text for an error number, which brings its own line end.

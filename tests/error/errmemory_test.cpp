@@ -6,6 +6,9 @@
 #include "support/recorder.h"
 #include "support/threads.h"
 
+#include <bxtools/errclient.h>
+#include <bxtools/nlsserver.h>
+
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -160,6 +163,38 @@ TEST( ErrMemoryOfThread, FirstCallsSucceedOrFail )
         ForEachFailingNew( BuildOnce );
     };
     OnOtherThread( CallFirst );
+}
+
+// What cannot be looked up is as if it were not there; a text that cannot be put together is not given.
+TEST_F( ErrMemory, ATranslationIsWholeOrMissing )
+{
+    const NlsSettings aNoTexts;
+    SetNlsSettings( &aNoTexts );
+    const auto Translate = []( ErrObjectClient& rClient, MString& rText )
+    {
+        return rClient.GetTranslatedErrText( rText ) && rClient.GetDetailsErrText( rText ) &&
+               rClient.GetTranslatedErrText( rText );
+    };
+    ErrObjectClient aWhole;
+    MString aExpected;
+    ASSERT_TRUE( aWhole.FromStream( ToMString( LONG_RECORD ) ) && Translate( aWhole, aExpected ) );
+    unsigned uMissing = 0;
+    const auto TranslateOnce = [&]( NewFault& rFault )
+    {
+        ErrObjectClient aClient;
+        ASSERT_TRUE( aClient.FromStream( ToMString( LONG_RECORD ) ) );
+        MString aText( "as it was" );
+        if ( !rFault.During( [&] { return Translate( aClient, aText ); } ) )
+        {
+            EXPECT_TRUE( rFault.Hit() );
+            ++uMissing;
+            EXPECT_TRUE( Translate( aClient, aText ) );
+        }
+        EXPECT_EQ( ToText( aExpected ), ToText( aText ) );
+    };
+    EXPECT_GT( ForEachFailingNew( TranslateOnce ), 0u );
+    EXPECT_GT( uMissing, 0u );
+    SetNlsSettings( NULL );
 }
 
 } // namespace
