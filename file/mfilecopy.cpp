@@ -37,7 +37,7 @@ BOOL MFileWrapper::CopyTo( LPCTSTR lpszDst )
     if ( !MyGetLength( &dwFileLength ) )
         return aReport.Fail( " Error: !MyGetLength( &dwFileLength )" );
     // Opening the file itself as the new one would empty it.
-    if ( IsSameFile( m_pFileInterface->m_aFilePath, lpszDst ) ||
+    if ( IsPathOf( lpszDst, m_pFileInterface->m_hFile ) ||
          !aDst.MyOpen( lpszDst, modeCreate | modeReadWrite | shareDenyWrite ) )
         return aReport.Fail(
             " Error: !aDst.MyOpen( lpszDst, MFileWrapper::modeCreate | MFileWrapper::modeReadWrite | MFileWrapper::shareDenyWrite )" );

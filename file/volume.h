@@ -6,5 +6,5 @@
 // Brings an absolute path to the spelling that its volume keeps.
 void AdaptToVolume( MString& rPath );
 
-// Whether two paths lead to one file. FALSE when either leads nowhere.
-bool IsSameFile( LPCTSTR pOnePath, LPCTSTR pOtherPath );
+// Whether a path leads to an open file, whatever the file's own path is taken to be. False when it leads nowhere.
+bool IsPathOf( LPCTSTR pPath, HANDLE hFile );

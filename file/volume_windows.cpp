@@ -75,11 +75,11 @@ void AdaptToVolume( MString& rPath )
         TakeStoredName( rPath );
 }
 
-bool IsSameFile( LPCTSTR pOnePath, LPCTSTR pOtherPath )
+bool IsPathOf( LPCTSTR pPath, HANDLE hFile )
 {
-    BY_HANDLE_FILE_INFORMATION aOne;
-    BY_HANDLE_FILE_INFORMATION aOther;
-    return LookAt( pOnePath, aOne ) && LookAt( pOtherPath, aOther ) &&
-           aOne.dwVolumeSerialNumber == aOther.dwVolumeSerialNumber &&
-           aOne.nFileIndexHigh == aOther.nFileIndexHigh && aOne.nFileIndexLow == aOther.nFileIndexLow;
+    BY_HANDLE_FILE_INFORMATION aOfPath;
+    BY_HANDLE_FILE_INFORMATION aOfFile;
+    return LookAt( pPath, aOfPath ) && GetFileInformationByHandle( hFile, &aOfFile ) &&
+           aOfPath.dwVolumeSerialNumber == aOfFile.dwVolumeSerialNumber &&
+           aOfPath.nFileIndexHigh == aOfFile.nFileIndexHigh && aOfPath.nFileIndexLow == aOfFile.nFileIndexLow;
 }

@@ -14,7 +14,8 @@
 // - A handle is the system's, as CreateFileA gives it; on Linux that call and what stands for it are in platform_files.h,
 //   which also says whom sharing keeps away there: those who use this library.
 // - Names are bytes as the system's A calls take them: UTF-8 on Linux.
-// - Only disk files are opened. A folder, a device, a pipe is refused (cause 5), and nothing waits for its other end.
+// - A folder is refused (cause 5). On Linux so are a device and a pipe, and nothing waits for its other end; on Windows, whose
+//   device names are files to the system, they are opened.
 // Threads: an object is used by one thread at a time; files may be used by any number of threads and processes, between which
 // the share flags and the locked ranges decide.
 #pragma once

@@ -46,8 +46,9 @@ DLL_EXPORT_MOD HLOCAL LocalFree( HLOCAL hMemory );
 // ---- kernel handles ---------------------------------------------------------------------------------------
 
 // Gives a handle back; its object ends with its last handle. Error 6: no handle, or one that is closed
-// already. A handle belongs to the process that made it: in the child of a fork the parent's handles answer
-// 6.
+// already. Where a file on the network says no sooner than now that what was written had no room (112) or could
+// not be stored (23), that is the error, and the handle is closed. A handle belongs to the process that made it:
+// in the child of a fork the parent's handles answer 6.
 DLL_EXPORT_MOD BOOL CloseHandle( HANDLE hObject );
 
 // ---- locks and counters within a process ------------------------------------------------------------------

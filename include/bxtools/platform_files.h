@@ -21,7 +21,8 @@
 
 // ---- files ------------------------------------------------------------------------------------------------
 
-// Opens or makes a file. Result: a handle for CloseHandle; INVALID_HANDLE_VALUE on failure, and the file is as it was.
+// Opens or makes a file. Result: a handle for CloseHandle; INVALID_HANDLE_VALUE on failure, and a file that
+// was there is as it was; one that was made may be left, empty, where descriptors or memory ran out then.
 //   dwAccess       GENERIC_READ, GENERIC_WRITE, both, or 0: neither, which takes no part in sharing.
 //   dwShare        FILE_SHARE_READ, FILE_SHARE_WRITE, both or 0: what other handles may have and get.
 //   pSecurity      null, or bInheritHandle says whether programs that are started inherit the file's descriptor; what

@@ -109,6 +109,21 @@ bool FileObject::SetInherited( bool fInherited ) noexcept
     return fcntl( m_nData, F_SETFD, fInherited ? 0 : FD_CLOEXEC ) == 0;
 }
 
+// File systems on the network say it no sooner than a descriptor is closed. Closing a copy asks them while other uses of
+// this one may be under way.
+DWORD FileObject::FinishUse() noexcept
+{
+    const FileCallScope aScope;
+    if ( ( fcntl( m_nData, F_GETFL ) & O_ACCMODE ) == O_RDONLY )
+        return ERROR_SUCCESS;
+    const auto CloseCopy = [this]
+    {
+        const int nCopy = fcntl( m_nData, F_DUPFD_CLOEXEC, 0 );
+        return nCopy >= 0 ? syscall( SYS_close, nCopy ) : 0;
+    };
+    return Uninterrupted( CloseCopy ) == 0 ? DWORD{ ERROR_SUCCESS } : ErrnoToWin32( errno );
+}
+
 void FileObject::AbandonInChild() noexcept
 {
     m_rOpening.GetShare().Abandon();

@@ -56,6 +56,8 @@ public:
 
     // Whether programs that are started get the data's descriptor.
     bool SetInherited( bool fInherited ) noexcept;
+    // What was written, and had no room where it was to go.
+    DWORD FinishUse() noexcept override;
     // Of a child it takes nothing away but the sharing: the child may go on to start a program.
     void AbandonInChild() noexcept override;
 

@@ -62,7 +62,8 @@ bool HasWildcards( std::string_view aText ) noexcept
 
 DWORD ErrorOfPath( const FilePath& rPath, int nErrno ) noexcept
 {
-    if ( nErrno == ENOTDIR && IsFileWithSeparator( rPath ) )
+    // Some file systems have characters that no name may hold.
+    if ( nErrno == EINVAL || ( nErrno == ENOTDIR && IsFileWithSeparator( rPath ) ) )
         return ERROR_INVALID_NAME;
     if ( nErrno != ENOENT )
         return ErrnoToWin32( nErrno );

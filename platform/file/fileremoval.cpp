@@ -64,8 +64,9 @@ bool CopyData( int nFrom, int nTo, const struct stat& rStatus ) noexcept
         nCopied = Uninterrupted( [&] { return sendfile( nTo, nFrom, nullptr, AT_ONCE ); } );
     while ( nCopied > 0 );
     const timespec aTimes[] = { rStatus.st_atim, rStatus.st_mtim };
-    return nCopied == 0 && fchmod( nTo, rStatus.st_mode & ALLPERMS ) == 0 && futimens( nTo, aTimes ) == 0 &&
-           fsync( nTo ) == 0;
+    // The copy is the mover's own, and must not run with the mover's rights because the old one ran with its owner's.
+    return nCopied == 0 && fchmod( nTo, rStatus.st_mode & ACCESSPERMS ) == 0 &&
+           futimens( nTo, aTimes ) == 0 && fsync( nTo ) == 0;
 }
 
 // Onto another file system.

@@ -206,7 +206,9 @@ FileSearch* MakeSearch( const FilePath& rPattern ) noexcept
     const std::string_view aName = rPattern.LastPiece();
     FilePath aFolder( rPattern );
     aFolder.CutLastPiece();
-    int nFolder = MoveDescriptorHigh( open( aFolder.Text(), O_RDONLY | O_DIRECTORY | O_CLOEXEC ) );
+    // To find one name the folder need not be readable.
+    const int nAccess = HasWildcards( aName ) ? O_RDONLY : O_PATH;
+    int nFolder = MoveDescriptorHigh( open( aFolder.Text(), nAccess | O_DIRECTORY | O_CLOEXEC ) );
     if ( nFolder < 0 )
     {
         SetLastError( errno == ENOENT ? DWORD{ ERROR_PATH_NOT_FOUND } : ErrnoToWin32( errno ) );

@@ -2,7 +2,9 @@
 #include "platform/file/filecallscope.h"
 #include "platform/file/filepath.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/random.h>
 #include <unistd.h>
@@ -22,6 +24,8 @@ void WriteName( const FilePath& rFolder, LPCSTR pPrefix, UINT uNumber, LPSTR pFi
     std::snprintf( pFileName, MAX_PATH, "%.*s%s%.*s%hx.tmp", LONGEST_FOLDER, rFolder.Text(),
                    rFolder.EndsInSeparator() ? "" : "/", PREFIX_CHARACTERS, pPrefix,
                    static_cast<USHORT>( uNumber ) );
+    // The prefix, too, is part of a path: no call would find a file with a backslash in its name.
+    std::replace( pFileName, pFileName + std::strlen( pFileName ), '\\', '/' );
 }
 
 bool IsFolder( const FilePath& rFolder ) noexcept

@@ -219,13 +219,14 @@ BOOL CloseHandleOfKind( HANDLE hObject, DWORD dwKinds ) noexcept
     HandleSlot* const pSlot = BeginUse( hObject );
     const bool fClosed =
         pSlot != nullptr && ( pSlot->m_pObject->GetKind() & dwKinds ) != 0 && MarkClosing( *pSlot );
+    const DWORD dwError = fClosed ? pSlot->m_pObject->FinishUse() : DWORD{ ERROR_INVALID_HANDLE };
     if ( fClosed )
         pSlot->m_pObject->HandleClosed();
-    else
-        SetLastError( ERROR_INVALID_HANDLE );
     if ( pSlot != nullptr )
         EndUse( *pSlot );
-    return fClosed ? TRUE : FALSE;
+    if ( dwError != ERROR_SUCCESS )
+        SetLastError( dwError );
+    return dwError == ERROR_SUCCESS;
 }
 
 BOOL CloseHandle( HANDLE hObject )

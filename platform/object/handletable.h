@@ -13,8 +13,9 @@ struct HandleSlot;
 // Result: null on failure, the object is told then that its handle was closed, and the reference is dropped. Errors: 8 out of memory, 4 too many handles.
 HANDLE MakeHandle( KernelObject* pObject, DWORD dwAccess ) noexcept;
 
-// Gives a handle back if its object is of one of the kinds. Error 6 otherwise. An object in use by another
-// thread at this moment stays until that use ends.
+// Gives a handle back if its object is of one of the kinds. Error 6 otherwise; the object's own error when it could not
+// complete what the handle was used for, though the handle is closed then, too. An object in use by another thread at
+// this moment stays until that use ends.
 BOOL CloseHandleOfKind( HANDLE hObject, DWORD dwKinds ) noexcept;
 
 // A use of a handle's object: found on construction, and kept alive until destruction even when the handle is

@@ -45,6 +45,8 @@ public:
     bool DropReference() noexcept { return m_lReferences.fetch_sub( 1, std::memory_order_acq_rel ) == 1; }
     void Destroy() noexcept { delete this; }
 
+    // A handle of the object is being closed: what it was used for and could not be completed, as an error; 0 otherwise.
+    virtual DWORD FinishUse() noexcept { return 0; }
     // A handle of the object was closed; uses of it may still be under way, and its reference is dropped after them.
     virtual void HandleClosed() noexcept {}
 

@@ -1,15 +1,21 @@
 // What only this system's files can do to the file classes: limits, pipes, links, other programs.
 #include "support/recorder.h"
 #include "support/scratchfolder.h"
+#include "support/secondprocess.h"
 
 #include <bxtools/file.h>
+#include <bxtools/path.h>
 
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <filesystem>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace
@@ -83,6 +89,54 @@ TEST( FullDisk, FailsAtEveryByteWithItsText )
         }
     }
     EXPECT_TRUE( aRecorder.Silent() );
+}
+
+// In this process every descriptor's end says what a file system on the network can say.
+BX_ROLE( closes_without_room )
+{
+    HookRecorder aRecorder;
+    MFileWrapper aFile( FILE_TYPE_CFILE, &HookRecorder::Debug, NULL );
+    if ( !aFile.MyOpen( Arguments[0].c_str(), MFileWrapper::modeCreate | MFileWrapper::modeWrite ) )
+        return 1;
+    sock_filter aSteps[] = { BPF_STMT( BPF_LD | BPF_W | BPF_ABS, offsetof( seccomp_data, nr ) ),
+                             BPF_JUMP( BPF_JMP | BPF_JEQ | BPF_K, SYS_close, 0, 1 ),
+                             BPF_STMT( BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EDQUOT ),
+                             BPF_STMT( BPF_RET | BPF_K, SECCOMP_RET_ALLOW ) };
+    const sock_fprog aFilter{ 4, aSteps };
+    if ( prctl( PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0 ) != 0 ||
+         prctl( PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &aFilter ) != 0 )
+        return 2;
+    const BOOL fClosed = aFile.MyWrite( "1", 1 ) && aFile.MyClose();
+    return !fClosed && EndsWith( OnlyText( aRecorder ), "The disk is full. OsError = 112" ) ? 0 : 3;
+}
+
+TEST( FullDisk, IsSaidAlsoWhenItShowsAtTheEndOnly )
+{
+    const ScratchFolder aFolder;
+    EXPECT_EQ( 0, RunInRole( "closes_without_room", { aFolder.Path( "file" ) } ) );
+}
+
+// Not even root may list the folder meanwhile; the file in it can be found all the same.
+TEST( Folders, NeedNotBeReadableForAPathInThem )
+{
+    const ScratchFolder aFolder;
+    DebugRecorder aRecorder;
+    WriteBytes( aFolder.Path( "file" ), "" );
+    ASSERT_EQ( 0, chmod( aFolder.Path().c_str(), S_IXUSR | S_IXGRP | S_IXOTH ) );
+    const uid_t nUser = geteuid();
+    ASSERT_EQ( 0, seteuid( nUser != 0 ? nUser : 65534 ) );
+    char szPath[_MAX_PATH];
+    const BOOL fFound = ShortPath2Long( aFolder.Path( "file" ).c_str(), szPath, sizeof( szPath ) );
+    ASSERT_EQ( 0, seteuid( nUser ) );
+    EXPECT_TRUE( fFound && aFolder.Path( "file" ) == szPath );
+    EXPECT_EQ( 0, chmod( aFolder.Path().c_str(), S_IRWXU ) );
+
+    // A backslash divides in the beginning of a name as well, and is not left in one that no call finds.
+    EXPECT_TRUE( aRecorder.Silent() );
+    EXPECT_FALSE( CreateTempFile( aFolder.Path().c_str(), "a\\b", NULL, szPath, sizeof( szPath ) ) );
+    EXPECT_TRUE( aRecorder.OnlyReport(
+        "From DLL_EXPORT_MOD BOOL DLL_EXPORT CreateTempFile( LPCTSTR szDstDir, LPCTSTR pName, LPCTSTR szExt, LPTSTR pFullFileName, USHORT usSize )",
+        " Error: GetTempFileName( aFullPath, pName, 0, pStr ) == 0" ) );
 }
 
 TEST( StrangeFiles, AreRefusedWithTheNearestTextAndWithoutWaiting )

@@ -338,6 +338,7 @@ TEST( FileCopy, IsWholeAtEveryMultipleOfTheChunk )
     EXPECT_TRUE( aRecorder.Silent() );
 
     TestFile aFile( strSource, File::shareDenyNone );
+    EXPECT_TRUE( aFile.MySetFilePath( "another path" ) );
     EXPECT_FALSE( aFile.CopyTo( aFolder.Path( "./source" ).c_str() ) );
     EXPECT_TRUE( aRecorder.OnlyReport(
         COPY_HEADER,
