@@ -61,6 +61,7 @@ int main( int nArguments, char** ppArguments )
     RegisterIniMeasurements();
     RegisterFileMeasurements();
     RegisterPathMeasurements();
+    RegisterNlsMeasurements();
     benchmark::RunSpecifiedBenchmarks();
     RemoveLockPeers();
     std::filesystem::remove_all( pFolder );

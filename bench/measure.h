@@ -100,6 +100,7 @@ void RegisterRegistryMeasurements();
 void RegisterIniMeasurements();
 void RegisterFileMeasurements();
 void RegisterPathMeasurements();
+void RegisterNlsMeasurements();
 
 // What peers leave in the system.
 void RemoveLockPeers();

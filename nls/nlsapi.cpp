@@ -7,6 +7,11 @@
 #include <algorithm>
 #include <cstring>
 
+static std::string_view View( const MString& aText )
+{
+    return { aText.data(), aText.length() };
+}
+
 MString DLL_EXPORT LoadNlsString( const MString& sSec, const MString& sSecCom, const MString& sKey )
 {
     return LoadNlsStringEx( sSec, sSecCom, sKey, NULL );
@@ -17,9 +22,11 @@ MString DLL_EXPORT LoadNlsStringEx( const MString& sSec, const MString& sSecCom,
 {
     CallReport aReport(
         "From DLL_EXPORT_MOD MString DLL_EXPORT LoadNlsStringEx( const MString& sSec, const MString& sSecCom, const MString& sKey, BOOL* pbFound )" );
+    NlsText aText;
     if ( sSec.IsEmpty() )
         aReport.Warn( " Warning: sSec.IsEmpty()" );
-    const NlsText aText = sSec.IsEmpty() ? NlsText{ sKey } : LookUpNlsText( sSec, sSecCom, sKey );
+    else
+        aText = LookUpNlsText( View( sSec ), View( sSecCom ), View( sKey ) );
     if ( pbFound != NULL )
         *pbFound = aText.fFound;
     return aText.fFound ? MString( aText.pText ) : sKey;

@@ -4,6 +4,8 @@
 
 #include <bxtools/wintypes.h>
 
+#include <string_view>
+
 struct NlsText
 {
     // The text; the caller's own key where there is none, NULL for a null key. Valid until the thread's next lookup.
@@ -20,3 +22,6 @@ struct NlsText
 // A key that has no text is told to the library's debug hook when the server's debug flag is set.
 // Threads: any. The last error is preserved. Never throws.
 NlsText LookUpNlsText( LPCTSTR pstSec, LPCTSTR pstSecCom, LPCTSTR pstKey ) noexcept;
+// The same of texts whose lengths are known. A zero stands behind the key.
+NlsText LookUpNlsText( std::string_view aSection, std::string_view aCommonSection,
+                       std::string_view aKey ) noexcept;

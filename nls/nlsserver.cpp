@@ -16,6 +16,11 @@ std::string_view View( LPCTSTR pText ) noexcept
     return pText != NULL ? pText : "";
 }
 
+std::string_view View( const MString& aText ) noexcept
+{
+    return { aText.data(), aText.length() };
+}
+
 } // namespace
 
 NLSServer::NLSServer( USHORT MaxKeyLen, LPCTSTR releaseFile )
@@ -104,51 +109,53 @@ BOOL NLSServer::IsStatusOk() const
 BOOL NLSServer::ReadStringValue( LPCTSTR pstSec, LPCTSTR pstKey, BOOL bWithCountryCode, BOOL* pbFound,
                                  DATABUFTYPE* ppData, MString* pFullKey )
 {
+    const std::string_view aSec = View( pstSec );
+    const std::string_view aKey = View( pstKey );
+    const bool fCountry = bWithCountryCode && !aSec.empty() && !m_fEditMode;
+    KeyText aFullKey( m_stCountryCode.length() + aSec.size() + aKey.size() );
+    if ( fCountry )
+        aFullKey.Append( View( m_stCountryCode ) );
+    aFullKey.Append( aSec );
+    aFullKey.Append( aKey );
+    if ( pFullKey != NULL )
+        *pFullKey = aFullKey.Text();
+    return Read( pstSec, pstKey, aFullKey.Text(), pbFound, ppData );
+}
+
+BOOL NLSServer::ReadInUpperCase( std::string_view aSec, std::string_view aKey, BOOL* pbFound,
+                                 DATABUFTYPE* ppData )
+{
+    if ( m_fEditMode )
+        return Read( UpperText( aSec ).Text(), UpperText( aKey ).Text(), NULL, pbFound, ppData );
+    KeyText aFullKey( m_stCountryCode.length() + aSec.size() + aKey.size() );
+    if ( !aSec.empty() )
+        aFullKey.Append( View( m_stCountryCode ) );
+    aFullKey.AppendUpper( aSec );
+    const LPCTSTR pKey = aFullKey.End();
+    aFullKey.AppendUpper( aKey );
+    return Read( NULL, pKey, aFullKey.Text(), pbFound, ppData );
+}
+
+// The full key is that of the release file.
+BOOL NLSServer::Read( LPCTSTR pstSec, LPCTSTR pstKey, LPCTSTR pFullKey, BOOL* pbFound, DATABUFTYPE* ppData )
+{
     CallReport aReport(
         *this,
         "From BOOL NLSServer::ReadStringValue( LPCTSTR pstSec, LPCTSTR pstKey, BOOL bWithCountryCode, BOOL* pbFound, DATABUFTYPE* ppData, MString* pFullKey )" );
     if ( !IsStatusOk() )
         return aReport.Fail( " Error: !IsStatusOk()" );
     int nFound = 0;
-    const DATABUFTYPE pData = m_fEditMode
-                                  ? ReadFromLanguageFiles( pstSec, pstKey, nFound, pFullKey )
-                                  : ReadFromReleaseFile( pstSec, pstKey, bWithCountryCode, nFound, pFullKey );
-    if ( pData == NULL )
-        return aReport.Fail( SEVERE_ERROR );
-    m_pLastValue = pData;
+    if ( m_fEditMode )
+        m_pLastValue = m_pCfgFiles->ReadStringValue( pstSec, pstKey, m_stCountryCode, nFound );
+    else if ( pFullKey != NULL )
+        m_pLastValue = BTreeOnDiskReadKeyStringPairFromFile( m_lNlsBTreeOnDisk, pFullKey, &nFound, pstKey );
+    else
+        return aReport.Fail( SEVERE_ERROR ); // no memory for the key
     if ( ppData != NULL )
-        *ppData = pData;
+        *ppData = m_pLastValue;
     if ( nFound != 0 && pbFound != NULL )
         *pbFound = 1;
     return TRUE;
-}
-
-DATABUFTYPE NLSServer::ReadFromLanguageFiles( LPCTSTR pstSec, LPCTSTR pstKey, int& nFound, MString* pFullKey )
-{
-    const MString stSec( pstSec );
-    const MString stKey( pstKey );
-    if ( pFullKey != NULL )
-        *pFullKey = stSec + stKey;
-    return m_pCfgFiles->ReadStringValue( stSec, stKey, m_stCountryCode, nFound );
-}
-
-// NULL without memory for the key.
-DATABUFTYPE NLSServer::ReadFromReleaseFile( LPCTSTR pstSec, LPCTSTR pstKey, BOOL bWithCountryCode,
-                                            int& nFound, MString* pFullKey )
-{
-    const std::string_view aSec = View( pstSec );
-    const std::string_view aKey = View( pstKey );
-    const std::string_view aCountry =
-        View( bWithCountryCode && !aSec.empty() ? m_stCountryCode.data() : NULL );
-    KeyText aFullKey( aCountry.size() + aSec.size() + aKey.size() );
-    aFullKey.Append( aCountry );
-    aFullKey.Append( aSec );
-    aFullKey.Append( aKey );
-    if ( aFullKey.Text() == NULL )
-        return NULL;
-    if ( pFullKey != NULL )
-        *pFullKey = aFullKey.Text();
-    return BTreeOnDiskReadKeyStringPairFromFile( m_lNlsBTreeOnDisk, aFullKey.Text(), &nFound, aKey.data() );
 }
 
 BOOL NLSServer::WriteStringValue( LPCTSTR pstKey, LPCTSTR pstValue )

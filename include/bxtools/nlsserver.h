@@ -33,6 +33,8 @@
 #include <bxtools/lists.h>
 #include <bxtools/mstring.h>
 
+#include <string_view>
+
 // ---- settings ---------------------------------------------------------------------------------------------
 
 struct NlsSettings
@@ -208,6 +210,8 @@ public:
     // Result: TRUE, with or without a text; FALSE with one report when the server cannot be used.
     BOOL ReadStringValue( LPCTSTR pstSec, LPCTSTR pstKey, BOOL bWithCountryCode, BOOL* pbFound,
                           DATABUFTYPE* ppData, MString* pFullKey );
+    // The same with the country code, of a section and a key that are in any case.
+    BOOL ReadInUpperCase( std::string_view aSec, std::string_view aKey, BOOL* pbFound, DATABUFTYPE* ppData );
     // Adds a pair to the release file that a writer makes. Of a key that is written twice the first text stays; kept so.
     //   pstKey  the whole key, with the country code.
     // Result: TRUE; FALSE with one report, and those of the tree file before it.
@@ -223,9 +227,7 @@ public:
 private:
     BOOL OpenLanguageFiles( CallReport& rReport );
     BOOL OpenReleaseFile( CallReport& rReport, USHORT MaxKeyLen, LPCTSTR releaseFile );
-    DATABUFTYPE ReadFromLanguageFiles( LPCTSTR pstSec, LPCTSTR pstKey, int& nFound, MString* pFullKey );
-    DATABUFTYPE ReadFromReleaseFile( LPCTSTR pstSec, LPCTSTR pstKey, BOOL bWithCountryCode, int& nFound,
-                                     MString* pFullKey );
+    BOOL Read( LPCTSTR pstSec, LPCTSTR pstKey, LPCTSTR pFullKey, BOOL* pbFound, DATABUFTYPE* ppData );
 
     LPVOID m_lNlsBTreeOnDisk = NULL;
     BOOL m_fDebugMessages = FALSE;

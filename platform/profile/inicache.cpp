@@ -13,7 +13,8 @@
 
 namespace
 {
-constexpr size_t MOST_KEPT = 16;
+// More than the language files of a product, of which a lookup may ask every one.
+constexpr size_t MOST_KEPT = 64;
 constexpr size_t MOST_KEPT_BYTES = 8u << 20; // of one text
 // Longer than any system's clock stands still for time stamps.
 constexpr int64_t YOUNG_NANOSECONDS = 20'000'000;
