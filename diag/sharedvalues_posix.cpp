@@ -1,12 +1,11 @@
 // The values are a page of the library's image, over which the namespace's file of them is mapped.
 #include "core/guards.h"
 #include "diag/sharedvalues.h"
+#include "platform/fileroom.h"
 #include "platform/namespacefolder.h"
 
 #include <cstddef>
 #include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,8 +21,6 @@ constinit SharedDebugValuesPage g_aPage{};
 namespace
 {
 
-// All of the page is there before it is mapped: a full file system would end a process that touches what is not, and
-// beyond its limit for files a process would get a signal.
 bool MakeRoom( int nFile, unsigned uMode ) noexcept
 {
     constexpr off_t BLOCK = 512;
@@ -35,9 +32,7 @@ bool MakeRoom( int nFile, unsigned uMode ) noexcept
         return true;
     // The mask may have taken bits away that the folder's group needs. Only the owner's call succeeds.
     fchmod( nFile, uMode );
-    rlimit aLimit;
-    return getrlimit( RLIMIT_FSIZE, &aLimit ) == 0 && aLimit.rlim_cur >= sizeof( g_aPage ) &&
-           posix_fallocate( nFile, 0, sizeof( g_aPage ) ) == 0;
+    return MakeFileRoom( nFile, sizeof( g_aPage ) );
 }
 
 } // namespace
@@ -55,6 +50,6 @@ void ShareDebugValues() noexcept
     if ( nFile < 0 )
         return;
     if ( MakeRoom( nFile, uMode ) )
-        mmap( &g_aPage, sizeof( g_aPage ), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, nFile, 0 );
+        MapSharedFile( nFile, sizeof( g_aPage ), &g_aPage );
     close( nFile );
 }

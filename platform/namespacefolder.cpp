@@ -26,8 +26,8 @@ constexpr mode_t ALL_MODE_BITS = 07777;
 
 struct Folder
 {
-    bool fKnown;
-    DWORD dwRefusal; // the error of every use, 0 for a good folder
+    bool fKnown;   // where it is
+    bool fRefused; // and standard error said so
     bool fOfGroup;
     NamespacePath aPath;
 };
@@ -91,25 +91,28 @@ void ChoosePath( NamespaceScope eScope, NamespacePath& rPath ) noexcept
     std::snprintf( rPath.data(), rPath.size(), "/dev/shm/bxtools-%u", static_cast<unsigned>( geteuid() ) );
 }
 
-DWORD Refuse( const Folder& rFolder, std::string_view aReason ) noexcept
+DWORD Refuse( Folder& rFolder, std::string_view aReason ) noexcept
 {
-    WriteToStandardError(
-        { "bxtools: named objects and debug messages of other processes cannot be had: the folder ",
-          rFolder.aPath.data(), aReason, "\n" } );
+    if ( !rFolder.fRefused )
+        WriteToStandardError(
+            { "bxtools: named objects and debug messages of other processes cannot be had: the folder ",
+              rFolder.aPath.data(), aReason, "\n" } );
+    rFolder.fRefused = true;
     return ERROR_ACCESS_DENIED;
 }
 
-// 0, or the error that every use of the folder gives.
+// 0, or the error of a use of the folder as it is now.
 DWORD Check( Folder& rFolder ) noexcept
 {
-    if ( mkdir( rFolder.aPath.data(), OWN_FOLDER ) != 0 && errno != EEXIST )
+    struct stat aStatus;
+    const bool fMissing = lstat( rFolder.aPath.data(), &aStatus ) != 0;
+    if ( fMissing && mkdir( rFolder.aPath.data(), OWN_FOLDER ) != 0 && errno != EEXIST )
     {
         const int nError = errno;
         Refuse( rFolder, " cannot be made; name another one in BXTOOLS_OBJECT_DIR" );
         return ErrnoToWin32( nError );
     }
-    struct stat aStatus;
-    if ( lstat( rFolder.aPath.data(), &aStatus ) != 0 )
+    if ( fMissing && lstat( rFolder.aPath.data(), &aStatus ) != 0 )
         return ErrnoToWin32( errno );
     if ( !S_ISDIR( aStatus.st_mode ) )
         return Refuse( rFolder, " is a link or a file; remove it" );
@@ -129,18 +132,14 @@ bool MakeSure( Folder& rFolder, NamespaceScope eScope ) noexcept
     if ( !rFolder.fKnown )
     {
         ChoosePath( eScope, rFolder.aPath );
-        rFolder.dwRefusal = Check( rFolder );
+        rFolder.fRefused = false;
         rFolder.fKnown = true;
     }
-    else if ( rFolder.dwRefusal == 0 )
-    {
-        // Somebody may have tidied it up meanwhile.
-        if ( access( rFolder.aPath.data(), F_OK ) != 0 )
-            rFolder.dwRefusal = Check( rFolder );
-    }
-    if ( rFolder.dwRefusal != 0 )
-        SetLastError( rFolder.dwRefusal );
-    return rFolder.dwRefusal == 0;
+    // Each time: somebody may have tidied it up meanwhile, and somebody else have made another one in its place.
+    const DWORD dwRefusal = Check( rFolder );
+    if ( dwRefusal != 0 )
+        SetLastError( dwRefusal );
+    return dwRefusal == 0;
 }
 } // namespace
 

@@ -2,7 +2,7 @@
 //
 // The folder may be anybody's to write only under rules that keep others out: it is no link and belongs to the user with
 // mode 0700, or to root with the set-group-id mode 2770, for services of several users. Any other one is refused, and
-// standard error says once why.
+// standard error says once why. It is judged with each use: it may be removed and made anew by somebody else meanwhile.
 #pragma once
 
 #include <bxtools/wintypes.h>

@@ -1,5 +1,6 @@
 #include "platform/debug/debugring.h"
 
+#include "platform/fileroom.h"
 #include "platform/namespacefolder.h"
 
 #include <algorithm>
@@ -10,7 +11,6 @@
 #include <linux/futex.h>
 #include <sys/file.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -61,18 +61,10 @@ bool IsRing( int nFile ) noexcept
            aHeader.nSlots == DEBUG_RING_SLOTS;
 }
 
-// Beyond its limit for files a process would get a signal.
-bool MayBeThatLarge() noexcept
-{
-    rlimit aLimit;
-    return getrlimit( RLIMIT_FSIZE, &aLimit ) == 0 && aLimit.rlim_cur >= sizeof( DebugRing );
-}
-
 bool FillRing( int nFile ) noexcept
 {
-    // All of it is there before it is mapped: a full file system would end a process that touches what is not.
-    if ( !MayBeThatLarge() || fchmod( nFile, GetNamespaceFileMode( NamespaceScope::Local ) ) != 0 ||
-         posix_fallocate( nFile, 0, sizeof( DebugRing ) ) != 0 )
+    if ( fchmod( nFile, GetNamespaceFileMode( NamespaceScope::Local ) ) != 0 ||
+         !MakeFileRoom( nFile, sizeof( DebugRing ) ) )
         return false;
     DebugRing* const pRing = MapDebugRing( nFile, nullptr );
     if ( pRing == nullptr )
@@ -150,9 +142,7 @@ bool IsDebugRingFile( const DebugRingFile& rIdentity ) noexcept
 
 DebugRing* MapDebugRing( int nFile, void* pPlace ) noexcept
 {
-    const int nFlags = MAP_SHARED | ( pPlace != nullptr ? MAP_FIXED : 0 );
-    void* const pView = mmap( pPlace, sizeof( DebugRing ), PROT_READ | PROT_WRITE, nFlags, nFile, 0 );
-    return pView != MAP_FAILED ? static_cast<DebugRing*>( pView ) : nullptr;
+    return static_cast<DebugRing*>( MapSharedFile( nFile, sizeof( DebugRing ), pPlace ) );
 }
 
 void RingDebugBell( DebugRing& rRing ) noexcept

@@ -103,7 +103,7 @@ int OpenDebugRingFile( DebugRingFile& rIdentity ) noexcept;
 // Whether the namespace's ring is still that file.
 bool IsDebugRingFile( const DebugRingFile& rIdentity ) noexcept;
 
-// Maps the file: anywhere, or in the place of what is mapped at pPlace. Null on failure.
+// Maps the file: anywhere, or in the place of what is mapped at pPlace. Null: what was there still is.
 DebugRing* MapDebugRing( int nFile, void* pPlace ) noexcept;
 
 // Wakes whoever sleeps at the bell's present stroke.

@@ -230,8 +230,14 @@ void DebugRingReader::Wait()
     const uint32_t nBell = m_pRing->nBell.load();
     AnnounceSleep( *m_pRing, nBell );
     const uint64_t ullNext = m_pRing->ullNext.load();
-    if ( IsRetired() || ( m_ullPosition != ullNext && IsReadable() ) )
+    if ( m_ullPosition != ullNext && IsReadable() )
         return;
+    if ( IsRetired() )
+    {
+        // The new ring could not be had, or came just now: it is looked for again before long.
+        SleepAtBell( *m_pRing, nBell, GRACE_MILLISECONDS );
+        return;
+    }
     if ( !IsOvertaken( ullNext ) )
     {
         SleepAtBell( *m_pRing, nBell, 0 );

@@ -1,5 +1,6 @@
 #include "platform/debug/debugsinks.h"
 
+#include "platform/highdescriptor.h"
 #include "platform/locked.h"
 #include "platform/textoutput.h"
 
@@ -22,11 +23,6 @@
 
 namespace
 {
-constexpr int NO_DESCRIPTOR = -1;
-
-// Descriptors of ours lie high, out of the way of programs that close and count on the low ones.
-constexpr int FIRST_DESCRIPTOR = 500;
-
 struct Sink;
 
 struct SinkKind
@@ -118,15 +114,6 @@ constexpr SinkKind LOG_KIND = { OpenSocket, SendToLog };
 
 // ---- all of them ------------------------------------------------------------------------------------------
 
-int MoveHigh( int nLow ) noexcept
-{
-    const int nHigh = static_cast<int>( syscall( SYS_fcntl, nLow, F_DUPFD_CLOEXEC, FIRST_DESCRIPTOR ) );
-    if ( nHigh < 0 )
-        return nLow;
-    syscall( SYS_close, nLow );
-    return nHigh;
-}
-
 int OpenSink( Sink& rSink ) noexcept
 {
     const LockedScope aLocked( g_aLock );
@@ -136,7 +123,7 @@ int OpenSink( Sink& rSink ) noexcept
     nDescriptor = rSink.pKind->pOpen( rSink.aPath.data() );
     if ( nDescriptor < 0 )
         return NO_DESCRIPTOR;
-    nDescriptor = MoveHigh( nDescriptor );
+    nDescriptor = MoveDescriptorHigh( nDescriptor );
     rSink.fMaySignal.store( MayRaiseSignals( nDescriptor ), std::memory_order_relaxed );
     rSink.nDescriptor.store( nDescriptor, std::memory_order_release );
     return nDescriptor;

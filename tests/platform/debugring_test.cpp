@@ -4,6 +4,7 @@
 #include "platform/debug/debugout.h"
 #include "platform/debug/debugring.h"
 #include "platform/debug/debugringreader.h"
+#include "platform/futex.h"
 #include "platform/namespacefolder.h"
 #include "support/scratchfolder.h"
 #include "support/secondprocess.h"
@@ -333,7 +334,15 @@ TEST_F( Ring, WithoutAFolderOrRoomThereIsSilence )
         EXPECT_FALSE( DebugRingReader( DebugRingReader::Start::Oldest ).IsOpen() );
     };
     testing::internal::CaptureStderr();
+    // A folder that was good may become one that is not. Nor does a viewer whose ring is gone spin.
+    DebugRingReader aReader( DebugRingReader::Start::Newest );
+    MapRing()->nRetired = 1;
     chmod( strFolder.c_str(), 0777 );
+    DebugRingMessage aMessage;
+    EXPECT_FALSE( aReader.Next( aMessage ) );
+    const ULONGLONG ullStart = GetMonotonicMilliseconds();
+    aReader.Wait();
+    EXPECT_LE( ullStart + 100, GetMonotonicMilliseconds() );
     ExpectSilence();
     EXPECT_EQ( 0, RunInRole( "private_values" ) );
     EXPECT_EQ( TRUE, IsDbgMessage() );
