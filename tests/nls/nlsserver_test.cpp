@@ -7,6 +7,8 @@
 
 #include <bxtools/registry.h>
 
+#include <filesystem>
+
 namespace
 {
 
@@ -189,6 +191,10 @@ TEST_F( NlsServer, WriterMakesAFileThatReadersFindByCodeSectionAndKey )
     m_aSettings.usCountryCode = 44;
     SetNlsSettings( &m_aSettings );
     EXPECT_EQ( "Title", Load( "a.s", "title" ) );
+    // Kept so: a reader needs the right to write.
+    std::filesystem::permissions( m_aSettings.stReleaseFile.data(), std::filesystem::perms::owner_read );
+    EXPECT_FALSE( NLSServer( 0, NULL ).IsStatusOk() );
+    std::filesystem::permissions( m_aSettings.stReleaseFile.data(), std::filesystem::perms::owner_all );
     NLSServer aNowhere( 40, "" );
     EXPECT_FALSE( aNowhere.IsStatusOk() );
     EXPECT_FALSE( aNowhere.WriteStringValue( "KEY", "key" ) );
