@@ -1,8 +1,12 @@
 # What holds for every target: language level, output folders, warnings, sanitizers, installed paths.
 
+include( CMakeDependentOption )
+
 option( BXTOOLS_BUILD_TESTS "Build the test programs" ON )
 option( BXTOOLS_BUILD_BENCH "Build the bench program" OFF )
 option( BXTOOLS_BUILD_FUZZ "Build the fuzzers" OFF )
+# Windows and its dialogs are the system's own there.
+cmake_dependent_option( BXTOOLS_BUILD_UI "Build the display library, and with Qt 6 the window system" ON "NOT WIN32" OFF )
 set( BXTOOLS_SANITIZE "" CACHE STRING "Sanitizers for -fsanitize=, for example address,undefined" )
 set( BXTOOLS_WINDOWS_DIR "${CMAKE_INSTALL_FULL_SYSCONFDIR}/bxtools" CACHE PATH "What PATH_WINDOWS_DIR names on Linux" )
 set( BXTOOLS_SYSTEM_DIR "${CMAKE_INSTALL_FULL_LIBDIR}/bxtools" CACHE PATH "What PATH_SYSTEM_DIR names on Linux" )

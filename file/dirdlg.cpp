@@ -5,8 +5,6 @@
 #include <bxtools/buffers.h>
 #include <bxtools/path.h>
 
-#include <atomic>
-
 namespace
 {
 
@@ -14,14 +12,7 @@ constexpr int CHOSEN = 1;
 constexpr int CANCELLED = 2;
 constexpr int FAILED = -1;
 
-std::atomic<FolderBrowser> g_pFolderBrowser = &AskSystemForFolder;
-
 } // namespace
-
-void SetFolderBrowser( FolderBrowser pBrowser ) noexcept
-{
-    g_pFolderBrowser = pBrowser != NULL ? pBrowser : &AskSystemForFolder;
-}
 
 int DLL_EXPORT GetDirDlg( HWND hWndParent, LPCTSTR pTitle, LPTSTR pPath, USHORT uSize )
 {
@@ -32,7 +23,7 @@ int DLL_EXPORT GetDirDlg( HWND hWndParent, LPCTSTR pTitle, LPTSTR pPath, USHORT 
         [&]() -> int
         {
             MString aFolder;
-            switch ( g_pFolderBrowser.load()( { hWndParent, pTitle, pPath }, aFolder ) )
+            switch ( AskSystemForFolder( { hWndParent, pTitle, pPath }, aFolder ) )
             {
             case FolderAnswer::Cancelled: return CANCELLED;
             case FolderAnswer::NoBrowser:

@@ -1,4 +1,4 @@
-// Who shows the user the folders to choose from: the system, or a window system that has put itself in its place.
+// Who shows the user the folders to choose from: the system on Windows, the window system that is installed on Linux.
 #pragma once
 
 #include <bxtools/mstring.h>
@@ -16,15 +16,9 @@ enum class FolderAnswer
 {
     Chosen,
     Cancelled,
-    NoPath,    // what was chosen has no path
-    NoBrowser, // there is nothing to show folders with
+    NoPath,    // what was chosen has no path, or one that is too long
+    NoBrowser, // there is nothing to show folders with, or not in this thread
 };
 
 // Asks and waits. aFolder gets the path of what was chosen. May throw where there is no memory.
-using FolderBrowser = FolderAnswer ( * )( const FolderQuestion& rQuestion, MString& aFolder );
-
-// The system's own.
 FolderAnswer AskSystemForFolder( const FolderQuestion& rQuestion, MString& aFolder );
-
-// Puts another one in its place for the process; NULL puts the system's back. It must stay callable until then.
-void SetFolderBrowser( FolderBrowser pBrowser ) noexcept;

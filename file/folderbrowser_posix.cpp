@@ -1,7 +1,26 @@
-// Without a window system there is nothing to show folders with.
+// The window system's folders.
 #include "file/folderbrowser.h"
 
-FolderAnswer AskSystemForFolder( const FolderQuestion&, MString& )
+#include <bxtools/platform.h>
+#include <bxtools/window_system.h>
+
+#include <climits>
+
+FolderAnswer AskSystemForFolder( const FolderQuestion& rQuestion, MString& aFolder )
 {
-    return FolderAnswer::NoBrowser;
+    const WindowSystem* const pWindowSystem = GetWindowSystem();
+    if ( pWindowSystem == NULL )
+        return FolderAnswer::NoBrowser;
+    const auto OrEmpty = []( LPCTSTR pText ) { return pText != NULL ? pText : ""; };
+    CHAR szFolder[PATH_MAX];
+    const DWORD dwError =
+        pWindowSystem->ChooseFolder( rQuestion.hWndParent, OrEmpty( rQuestion.pTitle ),
+                                     OrEmpty( rQuestion.pInitialFolder ), szFolder, sizeof( szFolder ) );
+    switch ( dwError )
+    {
+    case ERROR_SUCCESS: aFolder = szFolder; return FolderAnswer::Chosen;
+    case ERROR_CANCELLED: return FolderAnswer::Cancelled;
+    case ERROR_FILENAME_EXCED_RANGE: return FolderAnswer::NoPath;
+    default: SetLastError( dwError ); return FolderAnswer::NoBrowser;
+    }
 }

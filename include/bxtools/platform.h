@@ -16,6 +16,7 @@
 #include <bxtools/platform_profile.h>
 #include <bxtools/platform_registry.h>
 #include <bxtools/platform_threads.h>
+#include <bxtools/platform_windows.h>
 
 #include <stdarg.h>
 
@@ -129,19 +130,13 @@ DLL_EXPORT_MOD HMODULE GetModuleHandleA( LPCSTR pModuleName );
 // Sets the last error to 0 on success.
 DLL_EXPORT_MOD DWORD GetModuleFileNameA( HMODULE hModule, LPSTR pFileName, DWORD dwSize );
 
-// ---- debug output and message boxes -----------------------------------------------------------------------
+// ---- debug output -----------------------------------------------------------------------------------------
 
 // Hands a text to whoever listens to debug output. BXTOOLS_DEBUG_SINK says who: stderr (the default),
 // file:PATH (appended to), none, or several of them with commas; it is read once, and
 // not at all in a process with raised rights. A message is written whole, never between the pieces of another
 // thread's. Never fails, keeps errno and the last error, and is no cancellation point. Null writes nothing.
 DLL_EXPORT_MOD void OutputDebugStringA( LPCSTR pOutputString );
-
-// Shows a text to the user and waits for the answer. Without a display the title and the text go to standard
-// error, and the answer is IDOK for a box with one button; for the others it is the one that does least
-// (Cancel, No, or Abort where neither is offered), since nobody is there to agree to anything. Error 87: no
-// such buttons.
-DLL_EXPORT_MOD int MessageBoxA( HWND hWnd, LPCSTR pText, LPCSTR pCaption, UINT uType );
 
 // ---- wide characters --------------------------------------------------------------------------------------
 

@@ -63,13 +63,12 @@ DLL_EXPORT_MOD BOOL GetMessageA( LPMSG pMessage, HWND hWindow, UINT uFirst, UINT
 DLL_EXPORT_MOD BOOL TranslateMessage( const MSG* pMessage );
 // A message without a window goes nowhere: 0.
 DLL_EXPORT_MOD LRESULT DispatchMessageA( const MSG* pMessage );
-// Always FALSE, with error 1400.
-DLL_EXPORT_MOD BOOL IsWindow( HWND hWindow );
 
 // WaitForMultipleObjects, and for input as well.
 //   dwCount      up to 63 (87); may be 0.
 //   fWaitAll     for all objects and for input, at the same time.
-//   dwWakeMask   what counts as input: with QS_POSTMESSAGE (as in QS_ALLINPUT) messages of the thread.
+//   dwWakeMask   what counts as input: with QS_POSTMESSAGE (as in QS_ALLINPUT) messages of the thread. With any other of
+//                them (as in QS_ALLINPUT, too) the windows of the thread that has them go on living while it waits for one.
 // Result: as there; WAIT_OBJECT_0 + dwCount for input. An object goes before input. Only new input counts: what a
 // PeekMessageA or GetMessageA has left in the queue is old, until another message comes (kept: loops on this call rely on it).
 DLL_EXPORT_MOD DWORD MsgWaitForMultipleObjects( DWORD dwCount, const HANDLE* pHandles, BOOL fWaitAll,

@@ -19,6 +19,7 @@
 #endif
 // clang-format off
 #include <windows.h>
+#include <commdlg.h>
 #include <io.h>
 #include <oleauto.h>
 #include <tlhelp32.h>
@@ -365,11 +366,12 @@ typedef PVOID PSECURITY_DESCRIPTOR;
 #define MAKE_HRESULT( severity, facility, code )                                                             \
     ( (HRESULT)( ( (ULONG)( severity ) << 31 ) | ( (ULONG)( facility ) << 16 ) | (ULONG)( code ) ) )
 
-// Constants only, a file for each family.
+// Constants and records, a file for each family.
 #include <bxtools/wintypes_errors.h>
 #include <bxtools/wintypes_files.h>
 #include <bxtools/wintypes_kernel.h>
 #include <bxtools/wintypes_registry.h>
+#include <bxtools/wintypes_windows.h>
 
 #endif
 

@@ -2,6 +2,7 @@
 
 #include "platform/errno_to_win32.h"
 #include "platform/highdescriptor.h"
+#include "platform/window/windowsystem.h"
 
 #include <bxtools/platform.h>
 
@@ -59,4 +60,16 @@ bool PollSet::Sleep( const WaitLimit& rLimit ) noexcept
         return false;
     }
     return true;
+}
+
+bool PollSet::SleepWithWindows( const WaitLimit& rLimit ) noexcept
+{
+    if ( m_fLookAgain )
+        return true;
+    std::array<int, MOST_ENTRIES> anDescriptors;
+    for ( size_t i = 0; i < m_nCount; ++i )
+        anDescriptors[i] = m_aEntries[i].fd;
+    const DWORD dwError = CallWindowSystem( &WindowSystem::RunEvents, anDescriptors.data(),
+                                            static_cast<UINT>( m_nCount ), rLimit.GetMillisecondsLeft() );
+    return dwError == ERROR_SUCCESS || Sleep( rLimit );
 }

@@ -29,6 +29,8 @@ public:
     // Sleeps until one of them is readable, a signal came or the limit is over. No cancellation point; keeps errno.
     // False: the last error says why (6, a descriptor was closed behind our back).
     bool Sleep( const WaitLimit& rLimit ) noexcept;
+    // The same in a thread that has windows: their events are handled meanwhile, and end the sleep as well.
+    bool SleepWithWindows( const WaitLimit& rLimit ) noexcept;
 
 private:
     // Room for the pipes of a bell, and for two descriptors of each of the objects of a wait.

@@ -144,7 +144,9 @@ WaitOutcome TakeFirst( Waitables aObjects ) noexcept
     return { Taking::NotReady, 0 };
 }
 
-WaitOutcome SleepForAny( Waitables aObjects, const WaitLimit& rLimit ) noexcept
+// fWindows  the thread's windows go on living meanwhile. What their events wait for takes this thread's bell, so that all is
+//           looked at again after them.
+WaitOutcome SleepForAny( Waitables aObjects, const WaitLimit& rLimit, bool fWindows ) noexcept
 {
     Bell* const pBell = Bell::OfThread();
     if ( pBell == nullptr )
@@ -163,17 +165,17 @@ WaitOutcome SleepForAny( Waitables aObjects, const WaitLimit& rLimit ) noexcept
         const WaitOutcome aOutcome = TakeFirst( aObjects );
         if ( aOutcome.eTaking != Taking::NotReady || rLimit.IsOver() )
             return aOutcome;
-        if ( !aSet.Sleep( rLimit ) )
+        if ( !( fWindows ? aSet.SleepWithWindows( rLimit ) : aSet.Sleep( rLimit ) ) )
             return { Taking::Failed, 0 };
     }
 }
 
-WaitOutcome WaitForAny( Waitables aObjects, DWORD dwMilliseconds ) noexcept
+WaitOutcome WaitForAny( Waitables aObjects, DWORD dwMilliseconds, bool fWindows ) noexcept
 {
     const WaitOutcome aOutcome = TakeFirst( aObjects );
     if ( aOutcome.eTaking != Taking::NotReady || dwMilliseconds == 0 )
         return aOutcome;
-    return SleepForAny( aObjects, WaitLimit( dwMilliseconds ) );
+    return SleepForAny( aObjects, WaitLimit( dwMilliseconds ), fWindows );
 }
 
 // ---- all of several ---------------------------------------------------------------------------------------
@@ -274,9 +276,10 @@ WaitOutcome WaitForAll( Waitables aObjects, DWORD dwMilliseconds ) noexcept
     return aOutcome;
 }
 
-// pQueue  the calling thread's, waited for behind the objects; may be null.
+// pQueue    the calling thread's, waited for behind the objects; may be null.
+// fWindows  of a wait for one: see SleepForAny.
 DWORD WaitForSeveral( DWORD dwCount, const HANDLE* pHandles, MessageQueue* pQueue, BOOL fWaitAll,
-                      DWORD dwMilliseconds ) noexcept
+                      DWORD dwMilliseconds, bool fWindows ) noexcept
 {
     const SleepingCall aCall;
     const ErrorsKept aKept;
@@ -291,14 +294,14 @@ DWORD WaitForSeveral( DWORD dwCount, const HANDLE* pHandles, MessageQueue* pQueu
     if ( pQueue != nullptr )
         aObjects.Add( *pQueue );
     return aKept.After( fWaitAll ? WaitForAll( aObjects.All(), dwMilliseconds )
-                                 : WaitForAny( aObjects.All(), dwMilliseconds ) );
+                                 : WaitForAny( aObjects.All(), dwMilliseconds, fWindows ) );
 }
 } // namespace
 
 Taking PollAndTake( WaitableObject& rObject, const WaitLimit& rLimit ) noexcept
 {
     WaitableObject* const pObject = &rObject;
-    return SleepForAny( { &pObject, 1 }, rLimit ).eTaking;
+    return SleepForAny( { &pObject, 1 }, rLimit, false ).eTaking;
 }
 
 DWORD WaitForSingleObject( HANDLE hObject, DWORD dwMilliseconds )
@@ -322,7 +325,7 @@ DWORD WaitForMultipleObjects( DWORD dwCount, const HANDLE* pHandles, BOOL fWaitA
         SetLastError( ERROR_INVALID_PARAMETER );
         return WAIT_FAILED;
     }
-    return WaitForSeveral( dwCount, pHandles, nullptr, fWaitAll, dwMilliseconds );
+    return WaitForSeveral( dwCount, pHandles, nullptr, fWaitAll, dwMilliseconds, false );
 }
 
 DWORD MsgWaitForMultipleObjects( DWORD dwCount, const HANDLE* pHandles, BOOL fWaitAll, DWORD dwMilliseconds,
@@ -337,5 +340,6 @@ DWORD MsgWaitForMultipleObjects( DWORD dwCount, const HANDLE* pHandles, BOOL fWa
     if ( pQueue == nullptr )
         return WAIT_FAILED;
     pQueue->SetWakeMask( dwWakeMask );
-    return WaitForSeveral( dwCount, pHandles, pQueue, fWaitAll, dwMilliseconds );
+    const bool fWindows = ( dwWakeMask & ~DWORD( QS_POSTMESSAGE ) ) != 0;
+    return WaitForSeveral( dwCount, pHandles, pQueue, fWaitAll, dwMilliseconds, fWindows );
 }

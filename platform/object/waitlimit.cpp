@@ -69,6 +69,14 @@ timespec WaitLimit::GetLeft() const noexcept
     return aLeft.tv_sec >= 0 ? aLeft : timespec{};
 }
 
+DWORD WaitLimit::GetMillisecondsLeft() const noexcept
+{
+    if ( m_fInfinite )
+        return INFINITE;
+    const timespec aLeft = GetLeft();
+    return static_cast<DWORD>( aLeft.tv_sec * 1000 + ( aLeft.tv_nsec + 999999 ) / 1000000 );
+}
+
 void Sleep( DWORD dwMilliseconds )
 {
     if ( dwMilliseconds == 0 )

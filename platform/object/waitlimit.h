@@ -18,6 +18,8 @@ public:
     const timespec& GetPoint() const noexcept { return m_aPoint; }
     // What is left, not less than zero; only without IsInfinite().
     timespec GetLeft() const noexcept;
+    // The same in whole milliseconds, rounded up; INFINITE without a limit.
+    DWORD GetMillisecondsLeft() const noexcept;
 
 private:
     bool m_fInfinite;

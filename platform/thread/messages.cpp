@@ -82,8 +82,3 @@ LRESULT DispatchMessageA( const MSG* )
 {
     return 0;
 }
-
-BOOL IsWindow( HWND )
-{
-    return FailWith( ERROR_INVALID_WINDOW_HANDLE );
-}

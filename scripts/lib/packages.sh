@@ -15,6 +15,10 @@ PACKAGES_CHECK=(
     "clang                      the second compiler, with its thread-safety analysis"
     "clang-format-14            keeps the house style"
 )
+PACKAGES_QT=(
+    "qt6-base-dev               the window system, its tests and example"
+    "fonts-dejavu-core          letters for windows without a display"
+)
 PACKAGES_WINDOWS=(
     "g++-mingw-w64-x86-64-posix compiles the 64-bit DLLs"
     "g++-mingw-w64-i686-posix   compiles the 32-bit DLLs"

@@ -1,6 +1,5 @@
 // Files and folders by their paths, in a scratch folder that a file keeps from being removed. Paths are given with '\', which
 // divides on both systems.
-#include "file/folderbrowser.h"
 #include "support/failnew.h"
 #include "support/recorder.h"
 #include "support/scratchfolder.h"
@@ -32,7 +31,6 @@ const std::string HEADERS[] = {
     "From DLL_EXPORT_MOD BOOL DLL_EXPORT ShortPath2Long( LPCTSTR pFullPath, LPTSTR pLongPath, USHORT uSize )",
     "From DLL_EXPORT_MOD BOOL DLL_EXPORT ShortPath2Long1( const MString& aFullPath, MString& aLongPath )",
     "From DLL_EXPORT_MOD BOOL DLL_EXPORT LongPath2Short( const MString& aLongPath, MString& aShortPath )",
-    "From DLL_EXPORT_MOD int DLL_EXPORT GetDirDlg( HWND hWndParent, LPCTSTR pTitle, LPTSTR pPath, USHORT uSize )",
     "From static BOOL IsValidDir( LPCTSTR szDstDir, MString& aFullPath )",
     "From static BOOL ReplaceExtensionAndCreateZeroFile( MString& aCheckOutFileName, LPCTSTR szNewExt )",
     "From BOOL InternalShortToLong( MString& aShortFileName, MString& aLongFileName )",
@@ -275,32 +273,6 @@ TEST_F( Paths, LongFormsAreLookedUpPieceByPiece )
           "InternalShortToLong| Error: aShortFileName.GetToken( 0, MYCH_DELIMDIR ).GetLength() == 0",
           strNotLong, "LongPath2Short|GetShortPathName failed: aLongPath = no-file", CUT,
           "ShortPath2Long| Error: Destination buffer pLongPath too small" } ) );
-}
-
-TEST_F( Paths, TheUserChoosesAFolder )
-{
-    static FolderAnswer aAnswer = FolderAnswer::Cancelled;
-    SetFolderBrowser(
-        []( const FolderQuestion& rQuestion, MString& aFolder )
-        {
-            EXPECT_STREQ( "unchanged", rQuestion.pInitialFolder );
-            aFolder = rQuestion.pTitle;
-            return aAnswer;
-        } );
-    EXPECT_EQ( 2, GetDirDlg( NULL, "chosen", m_szPath, 7 ) );
-    aAnswer = FolderAnswer::NoPath;
-    EXPECT_EQ( -1, GetDirDlg( NULL, "chosen", m_szPath, 7 ) );
-    aAnswer = FolderAnswer::NoBrowser;
-    EXPECT_EQ( -1, GetDirDlg( NULL, "chosen", m_szPath, 7 ) );
-    aAnswer = FolderAnswer::Chosen;
-    EXPECT_EQ( 1, GetDirDlg( NULL, "chosen", m_szPath, 7 ) );
-    EXPECT_STREQ( "chosen", m_szPath );
-    strcpy( m_szPath, "unchanged" );
-    EXPECT_EQ( -1, GetDirDlg( NULL, "chosen", m_szPath, 6 ) );
-    SetFolderBrowser( NULL );
-    EXPECT_TRUE( Reported( { "GetDirDlg| Error: !SHGetPathFromIDList( pidl, pszBuffer )",
-                             "GetDirDlg| Error: SHGetMalloc( &pMalloc ) != NOERROR", CUT,
-                             "GetDirDlg| Error: !SafeCopy( pPath, pszBuffer, uSize )" } ) );
 }
 
 TEST( OutOfMemory, TemporaryFilesAreMadeOrNot )

@@ -1,0 +1,156 @@
+// Errors that are shown, or printed where there is no window.
+#include "support/recorder.h"
+#include "support/threads.h"
+#include "ui/qttest.h"
+
+#include <bxtools/error.h>
+#include <bxtools/platform.h>
+
+#include <QClipboard>
+#include <QDialog>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QTest>
+
+namespace
+{
+
+constexpr char FIRST[] = "first origin\n\n"
+                         "ErrCls: CLASS\n"
+                         "Error: 7 (hex: 0x00000007)\n"
+                         "SourceDescription: Unknown library description";
+constexpr char SECOND[] = "Disk full\n\n"
+                          "ErrCls: ERRORS\n"
+                          "Error: 8 (hex: 0x00000008)\n"
+                          "SourceDescription: Unknown library description";
+
+std::string Whole()
+{
+    return "Error 1 of 2\n" + std::string( FIRST ) + "\n\nError 2 of 2\n" + SECOND +
+           "\nDetails:\noptional text\nHelp topic: disk.hlp, 1234\n";
+}
+
+void SetTwoErrors()
+{
+    EXPECT_TRUE( SetLastErr( "TEST.CLASS", 7, 0, "first origin", "", "" ) );
+    EXPECT_TRUE( SetLastErr( "EDITOR.ERRORS", 8, 0, "second origin", "optional text", "" ) );
+}
+
+class QtErrorDisplay : public QtTest
+{
+protected:
+    QtErrorDisplay() { UseReleaseFile( "049EDITOR.ERRORS8", "Disk full[disk.hlp;1234]" ); }
+
+    // The window that shows errors; null when there is none.
+    static QDialog* Window()
+    {
+        for ( QWidget* const pWidget : QApplication::topLevelWidgets() )
+            if ( pWidget->objectName() == "BXErrorWindow" )
+                return qobject_cast<QDialog*>( pWidget );
+        return nullptr;
+    }
+    static std::string ShownText()
+    {
+        return Window()
+            ->findChild<QStackedWidget*>()
+            ->currentWidget()
+            ->findChild<QPlainTextEdit*>()
+            ->toPlainText()
+            .toStdString();
+    }
+};
+
+} // namespace
+
+TEST_F( QtErrorDisplay, HasAPageForEachError )
+{
+    DebugRecorder aDebug;
+    SetTwoErrors();
+    QWidget aParent;
+    EXPECT_TRUE( DisplayError( HandleOfWidget( &aParent ), TRUE ) );
+    ASSERT_NE( nullptr, Window() );
+    EXPECT_EQ( &aParent, Window()->parent() );
+    EXPECT_FALSE( Window()->isModal() );
+    EXPECT_EQ( FIRST, ShownText() );
+
+    EXPECT_TRUE( QTest::qWaitForWindowActive( Window() ) );
+    QTest::keyClick( Window(), Qt::Key_Left, Qt::AltModifier );
+    EXPECT_EQ( FIRST, ShownText() ) << "the first one";
+    QTest::keyClick( Window(), Qt::Key_Right, Qt::AltModifier );
+    EXPECT_EQ( SECOND, ShownText() );
+    const auto aTexts =
+        Window()->findChild<QStackedWidget*>()->currentWidget()->findChildren<QPlainTextEdit*>();
+    ASSERT_EQ( 2, aTexts.size() );
+    EXPECT_EQ( "optional text", aTexts[1]->toPlainText() );
+    QTest::keyClick( Window(), Qt::Key_C, Qt::ControlModifier );
+    EXPECT_EQ( Whole(), QApplication::clipboard()->text().toStdString() );
+    QTest::keyClick( Window(), Qt::Key_Escape );
+    QCoreApplication::sendPostedEvents( nullptr, QEvent::DeferredDelete );
+    EXPECT_EQ( nullptr, Window() );
+}
+
+TEST_F( QtErrorDisplay, CanBeUsedByKeyboardAlone )
+{
+    SetTwoErrors();
+    EXPECT_TRUE( DisplayError( NULL, TRUE ) );
+    QDialog& rWindow = *Window();
+    EXPECT_TRUE( QTest::qWaitForWindowActive( &rWindow ) );
+    std::vector<QWidget*> aReached;
+    for ( QWidget* p = QApplication::focusWidget();
+          std::find( aReached.begin(), aReached.end(), p ) == aReached.end();
+          p = QApplication::focusWidget() )
+    {
+        aReached.push_back( p );
+        QTest::keyClick( p, Qt::Key_Tab );
+    }
+    for ( QPushButton* const pButton : rWindow.findChildren<QPushButton*>() )
+        EXPECT_EQ( pButton->isEnabled(),
+                   std::find( aReached.begin(), aReached.end(), pButton ) != aReached.end() )
+            << pButton->text().toStdString();
+    EXPECT_EQ( 1,
+               std::count_if( aReached.begin(), aReached.end(),
+                              []( QWidget* p ) { return qobject_cast<QPlainTextEdit*>( p ) != nullptr; } ) );
+    rWindow.close();
+}
+
+TEST_F( QtErrorDisplay, WaitsOrNot )
+{
+    SetTwoErrors();
+    WhileItWaits(
+        []
+        {
+            EXPECT_TRUE( Window()->isModal() );
+            Window()->reject();
+        } );
+    EXPECT_TRUE( DisplayError( NULL, FALSE ) );
+    EXPECT_EQ( nullptr, Window() );
+    EXPECT_TRUE( DisplayError( NULL, FALSE ) ) << "nothing to show";
+
+    ::testing::internal::CaptureStderr();
+    OnOtherThread(
+        []
+        {
+            SetTwoErrors();
+            EXPECT_TRUE( DisplayError( NULL, TRUE ) );
+            EXPECT_TRUE( SetLastErr( "TEST.CLASS", 7, 0, "first origin", "", "" ) );
+            EXPECT_TRUE( DisplayError( NULL, FALSE ) );
+        } );
+    EXPECT_EQ( "Errors\nError 1 of 1\n" + std::string( FIRST ) + "\n\n",
+               ::testing::internal::GetCapturedStderr() );
+    EXPECT_EQ( nullptr, Window() );
+    QCoreApplication::processEvents();
+    ASSERT_NE( nullptr, Window() );
+    EXPECT_EQ( FIRST, ShownText() );
+    Window()->close();
+}
+
+TEST( ErrorDisplay, PrintsInAProgramWithoutWindows )
+{
+    ::testing::internal::CaptureStderr();
+    EXPECT_TRUE( SetLastErr( "TEST.CLASS", 7, 0, "first origin", "", "" ) );
+    EXPECT_TRUE( DisplayError( NULL, FALSE ) );
+    EXPECT_EQ( "Errors\nError 1 of 1\n" + std::string( FIRST ) + "\n\n",
+               ::testing::internal::GetCapturedStderr() );
+}

@@ -1,0 +1,63 @@
+#include "ui/errortext.h"
+
+#include <string_view>
+
+namespace
+{
+
+constexpr char LINE_ENDS[] = "\r\n";
+
+void ReplaceFirst( std::string& rText, std::string_view aPlace, ULONG ulValue )
+{
+    if ( const size_t uFound = rText.find( aPlace ); uFound != std::string::npos )
+        rText.replace( uFound, aPlace.size(), std::to_string( ulValue ) );
+}
+
+} // namespace
+
+std::string TrimLines( LPCSTR pText )
+{
+    std::string aText( pText );
+    std::erase( aText, '\r' );
+    const size_t uFirst = aText.find_first_not_of( LINE_ENDS );
+    if ( uFirst == std::string::npos )
+        return {};
+    return aText.substr( uFirst, aText.find_last_not_of( LINE_ENDS ) + 1 - uFirst );
+}
+
+std::string FillPosition( LPCSTR pPosition, ULONG ulError, ULONG ulCount )
+{
+    std::string aText( pPosition );
+    ReplaceFirst( aText, "%1", ulError );
+    ReplaceFirst( aText, "%2", ulCount );
+    return aText;
+}
+
+std::string ComposeHelp( const WindowSystemError& rError )
+{
+    return std::string( rError.pHelpFile ) + ", " + std::to_string( rError.usHelpTopic );
+}
+
+std::string ComposeError( const WindowSystemError& rError, const WindowSystemErrorLabels& rLabels )
+{
+    std::string aText = TrimLines( rError.pText ) + "\n";
+    if ( const std::string aDetails = TrimLines( rError.pDetails ); !aDetails.empty() )
+        aText += std::string( rLabels.pDetails ) + ":\n" + aDetails + "\n";
+    if ( *rError.pHelpFile != '\0' )
+        aText += std::string( rLabels.pHelp ) + ": " + ComposeHelp( rError ) + "\n";
+    return aText;
+}
+
+std::string ComposeErrors( const WindowSystemError* pErrors, ULONG ulCount,
+                           const WindowSystemErrorLabels& rLabels )
+{
+    std::string aText;
+    for ( ULONG i = 0; i < ulCount; ++i )
+    {
+        if ( i > 0 )
+            aText += '\n';
+        aText +=
+            FillPosition( rLabels.pPosition, i + 1, ulCount ) + "\n" + ComposeError( pErrors[i], rLabels );
+    }
+    return aText;
+}
