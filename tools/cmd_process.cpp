@@ -64,17 +64,18 @@ struct Victim
 {
     explicit Victim( const ListedProcess& rListed )
         : aListed( rListed ),
-          aHandle( OpenProcess( SYNCHRONIZE, FALSE, rListed.dwId ) )
+          aHandle( OpenProcess( SYNCHRONIZE, FALSE, rListed.dwId ) ),
+          fGone( !aHandle && GetLastError() == ERROR_INVALID_PARAMETER )
     {
     }
-    // One that cannot be opened any more has ended already.
     bool HasEnded() const
     {
-        return !aHandle || WaitForSingleObject( aHandle.Get(), LONGEST_END ) == WAIT_OBJECT_0;
+        return fGone || WaitForSingleObject( aHandle.Get(), LONGEST_END ) == WAIT_OBJECT_0;
     }
 
     ListedProcess aListed;
     KernelHandle aHandle;
+    bool fGone; // it had ended before it could be opened
 };
 
 std::vector<std::unique_ptr<Victim>> FindVictims( const std::string& aNames )
