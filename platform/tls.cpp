@@ -20,6 +20,9 @@ namespace
 constinit CRITICAL_SECTION g_aLock{};
 constinit std::bitset<ALL_TLS_SLOTS> g_aUsed;
 constinit TlsBlock* g_pFirstBlock = nullptr;
+// Blocks that no thread has, all empty. Those of threads that were ended by force are never freed, since that could need a lock of
+// malloc which such a thread took along.
+constinit TlsBlock* g_pFirstSpare = nullptr;
 
 void EmptySlot( DWORD dwIndex ) noexcept
 {
@@ -30,9 +33,20 @@ void EmptySlot( DWORD dwIndex ) noexcept
     }
 }
 
+TlsBlock* TakeSpare() noexcept
+{
+    const LockedScope aLocked( g_aLock );
+    TlsBlock* const pBlock = g_pFirstSpare;
+    if ( pBlock != nullptr )
+        g_pFirstSpare = std::exchange( pBlock->pNext, nullptr );
+    return pBlock;
+}
+
 TlsBlock* MakeBlock() noexcept
 {
-    TlsBlock* const pBlock = new ( std::nothrow ) TlsBlock{};
+    TlsBlock* pBlock = TakeSpare();
+    if ( pBlock == nullptr )
+        pBlock = new ( std::nothrow ) TlsBlock{};
     if ( pBlock == nullptr )
         return nullptr;
     const LockedScope aLocked( g_aLock );
@@ -42,6 +56,14 @@ TlsBlock* MakeBlock() noexcept
     g_pFirstBlock = pBlock;
     t_aThreadState.pTlsBlock = pBlock;
     return pBlock;
+}
+
+// With the lock held.
+void Unchain( TlsBlock& rBlock ) noexcept
+{
+    ( rBlock.pPrevious != nullptr ? rBlock.pPrevious->pNext : g_pFirstBlock ) = rBlock.pNext;
+    if ( rBlock.pNext != nullptr )
+        rBlock.pNext->pPrevious = rBlock.pPrevious;
 }
 
 void FreeBlock( TlsBlock* pBlock ) noexcept
@@ -123,22 +145,32 @@ BOOL TlsSetValue( DWORD dwIndex, LPVOID pNewValue )
     return TRUE;
 }
 
-void ReleaseTlsBlock( TlsBlock* pBlock ) noexcept
+void KeepTlsBlock( TlsBlock* pBlock ) noexcept
 {
     if ( pBlock == nullptr )
         return;
+    const LockedScope aLocked( g_aLock );
+    Unchain( *pBlock );
+    for ( DWORD dwIndex = 0; dwIndex < ALL_TLS_SLOTS; ++dwIndex )
     {
-        const LockedScope aLocked( g_aLock );
-        ( pBlock->pPrevious != nullptr ? pBlock->pPrevious->pNext : g_pFirstBlock ) = pBlock->pNext;
-        if ( pBlock->pNext != nullptr )
-            pBlock->pNext->pPrevious = pBlock->pPrevious;
+        if ( TlsValue* const pValue = FindTlsValue( *pBlock, dwIndex ) )
+            pValue->store( nullptr, std::memory_order_relaxed );
     }
-    FreeBlock( pBlock );
+    pBlock->fStays = true;
+    pBlock->pPrevious = nullptr;
+    pBlock->pNext = std::exchange( g_pFirstSpare, pBlock );
 }
 
 void ReleaseTlsOfThread() noexcept
 {
-    ReleaseTlsBlock( std::exchange( t_aThreadState.pTlsBlock, nullptr ) );
+    TlsBlock* const pBlock = std::exchange( t_aThreadState.pTlsBlock, nullptr );
+    if ( pBlock == nullptr || pBlock->fStays )
+        return KeepTlsBlock( pBlock );
+    {
+        const LockedScope aLocked( g_aLock );
+        Unchain( *pBlock );
+    }
+    FreeBlock( pBlock );
 }
 
 void LockTls()

@@ -26,6 +26,7 @@ struct TlsBlock
     std::atomic<MoreTlsValues*> pMore;
     TlsBlock* pNext;
     TlsBlock* pPrevious;
+    bool fStays; // is kept for later threads
 };
 
 // Where a block keeps a slot's value; null when it never held one.
@@ -52,8 +53,8 @@ inline LPVOID PeekTlsValue( DWORD dwIndex ) noexcept
 
 // Frees the calling thread's values; the slots then read null in it. Called at its end.
 void ReleaseTlsOfThread() noexcept;
-// Frees those of a thread that was ended by force; null is fine.
-void ReleaseTlsBlock( TlsBlock* pBlock ) noexcept;
+// Gives those of a thread that was ended by force to later threads; null is fine.
+void KeepTlsBlock( TlsBlock* pBlock ) noexcept;
 
 // Fork handlers. In the child the values of the parent's other threads are freed.
 void LockTls();

@@ -4,6 +4,32 @@
 #include "process/threadlocks.h"
 #include "process/threadreport.h"
 
+#include <atomic>
+#include <new>
+
+namespace
+{
+
+// Errors of threads that were ended by force, shared for ever: their memory came from the thread, and to free it could need a lock
+// of malloc that the thread took along.
+struct LeftErrors
+{
+    const MString aErrStream;
+    LeftErrors* pNext;
+};
+
+constinit std::atomic<LeftErrors*> g_pLeftErrors{ nullptr };
+
+void KeepForGood( const MString& aErrStream ) noexcept
+{
+    LeftErrors* const pLeft = new ( std::nothrow ) LeftErrors{ aErrStream, g_pLeftErrors };
+    while ( pLeft != NULL && !g_pLeftErrors.compare_exchange_weak( pLeft->pNext, pLeft ) )
+    {
+    }
+}
+
+} // namespace
+
 void SingleThread::Reset( ResetType aType, bool fForceTermination )
 {
     CallReport aReport( "From void SingleThread::Reset( ResetType aType, bool fForceTermination )" );
@@ -162,6 +188,10 @@ bool SingleThread::Terminate()
         ResumeThread( m_aThreadHDL );
     if ( !fDone )
         return aReport.Fail( " Error: !TerminateThread( m_aThreadHDL, E_FAIL )", false );
+    {
+        const StateGuard aState( *this );
+        KeepForGood( m_aThreadsErrStream );
+    }
     aReport.Warn( " Info: Thread with ID = " );
     TailThreadId( aReport, m_aThreadID ).Tail( " terminated" );
     return true;

@@ -27,8 +27,8 @@ void DeadThreads::Add( ThreadObject& rThread ) noexcept
     }
 }
 
-// The stack is there until the thread is joined, and with it what its last call holds. Its memory for thread-local slots goes, what the
-// slots pointed to stays: nobody may destroy that but the thread itself.
+// The stack is there until the thread is joined, and with it what its last call holds. Its memory for thread-local slots goes to
+// later threads, what the slots pointed to stays: nobody may destroy that but the thread itself.
 void DeadThreads::Bury( ThreadObject& rThread ) noexcept
 {
     const ThreadState& rLeft = rThread.m_aLeft;
@@ -36,7 +36,7 @@ void DeadThreads::Bury( ThreadObject& rThread ) noexcept
         std::exchange( pHolding, pHolding->GetNext() )->GiveBack();
     CloseBellOf( rLeft.pBell );
     CloseQueueOf( rLeft.pQueue );
-    ReleaseTlsBlock( rLeft.pTlsBlock );
+    KeepTlsBlock( rLeft.pTlsBlock );
     pthread_join( rThread.m_aThread, nullptr );
     DestroyMutexes( rThread.m_pLastMutexes );
     rThread.Release();

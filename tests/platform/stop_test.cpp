@@ -36,6 +36,14 @@ struct Hammered
     bool fMemory; // malloc is not the library's: it stays locked where a thread is ended in it
 };
 
+// Touched, or the compiler leaves it out.
+void UseMemory( size_t nBytes )
+{
+    void* const pMemory = std::malloc( nBytes );
+    *static_cast<volatile char*>( pMemory ) = 'x';
+    std::free( pMemory );
+}
+
 // Everything that has locks: names, the handle table, mutexes, the library's own sections.
 DWORD Hammer( LPVOID pHammered )
 {
@@ -47,7 +55,7 @@ DWORD Hammer( LPVOID pHammered )
         WaitForMultipleObjects( 2, ahBoth, FALSE, 1 );
         WaitForSingleObject( rHammered.hMutex, INFINITE );
         if ( rHammered.fMemory )
-            std::free( std::malloc( 100 + g_ulRounds % 5000 ) );
+            UseMemory( 100 + g_ulRounds % 5000 );
         {
             const LockGuard aLocked( rHammered.aLibraryLock );
             CloseHandle( ahBoth[1] );
@@ -205,6 +213,35 @@ TEST( ThreadStop, EndedAtAnyMomentItHandsOnWhatItHas )
             CloseHandle( hObject );
         EXPECT_TRUE( pName == NULL || OpenMutexA( SYNCHRONIZE, FALSE, pName ) == NULL );
     }
+}
+
+// A process of its own: the memory of each thread stays locked, and others must not come to need it.
+BX_ROLE( allocators )
+{
+    const auto Allocate = []( LPVOID ) -> DWORD
+    {
+        for ( TlsSetValue( 100, &g_ulRounds );; ++g_ulRounds )
+            UseMemory( 3000 + g_ulRounds % 3000 );
+    };
+    for ( int i = 0; i < 5; ++i )
+    {
+        const ULONG ulSeen = g_ulRounds;
+        const HANDLE hThread = Start( Allocate, NULL );
+        while ( g_ulRounds - ulSeen < 1000 )
+            Sleep( 0 );
+        TerminateThread( hThread, 0 );
+        CloseHandle( hThread );
+    }
+    return 0;
+}
+
+TEST( ThreadStop, EndedInsideMallocItDoesNotKeepWhoeverEndsItThere )
+{
+    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED()
+#if defined( __SANITIZE_ADDRESS__ )
+    GTEST_SKIP() << "all threads have its locks in common";
+#endif
+    EXPECT_EQ( 0, RunInRole( "allocators" ) );
 }
 
 TEST( ThreadStop, AThousandEndsLeaveNothingBehind )
