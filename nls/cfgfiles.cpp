@@ -10,10 +10,6 @@
 namespace
 {
 
-// Access modes of GetItem.
-constexpr int FIRST = 5;
-constexpr int NEXT = 2;
-
 constexpr char NO_ENTRY[] = "NoNlsEntryAvailable";
 constexpr char CFG_FILE_SECTION[] = "ConfigFileSection";
 constexpr char NOT_READABLE[] = " does not exist or read permission for this file is not available";

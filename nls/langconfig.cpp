@@ -2,6 +2,7 @@
 #include "core/callreport.h"
 #include "core/guards.h"
 #include "nls/languageheader.h"
+#include "nls/textview.h"
 
 #include <bxtools/file.h>
 #include <bxtools/nlsserver.h>
@@ -15,11 +16,6 @@ namespace
 // The size of the buffer for a header.
 constexpr UINT HEADER_ROOM = 0x10000;
 constexpr USHORT MOST_ATTEMPTS = 2;
-
-std::string_view View( const MString& aText )
-{
-    return { aText.data(), aText.length() };
-}
 
 BOOL AppendCode( LanguageCodeList& rList, LONG lCode )
 {
@@ -98,7 +94,7 @@ BOOL MyErrNlsInterFaceConfig::internalGetLanguageHeader( const MString& aFileNam
     pList->ClearList( TRUE );
     if ( !GetLanguageHeader( aFileName, aNlsHeader ) )
         return aReport.Fail( " Error: !GetLanguageHeader( aFileName, aNlsHeader )" );
-    LanguageHeader aHeader( View( aNlsHeader ) );
+    LanguageHeader aHeader( ViewOf( aNlsHeader ) );
     if ( !aHeader.HasLanguages() )
         aReport.Fail( " Error: usCount > 1 -> wrong format of CSV file header, aFileName = " );
     for ( LONG lCode = 0; aHeader.NextCode( lCode ); )

@@ -1,16 +1,12 @@
 #include "core/callreport.h"
 #include "nls/nlslookup.h"
+#include "nls/textview.h"
 
 #include <bxtools/buffers.h>
 #include <bxtools/nls.h>
 
 #include <algorithm>
 #include <cstring>
-
-static std::string_view View( const MString& aText )
-{
-    return { aText.data(), aText.length() };
-}
 
 MString DLL_EXPORT LoadNlsString( const MString& sSec, const MString& sSecCom, const MString& sKey )
 {
@@ -26,7 +22,7 @@ MString DLL_EXPORT LoadNlsStringEx( const MString& sSec, const MString& sSecCom,
     if ( sSec.IsEmpty() )
         aReport.Warn( " Warning: sSec.IsEmpty()" );
     else
-        aText = LookUpNlsText( View( sSec ), View( sSecCom ), View( sKey ) );
+        aText = LookUpNlsText( ViewOf( sSec ), ViewOf( sSecCom ), ViewOf( sKey ) );
     if ( pbFound != NULL )
         *pbFound = aText.fFound;
     return aText.fFound ? MString( aText.pText ) : sKey;

@@ -3,6 +3,7 @@
 #include "core/guards.h"
 #include "nls/keytext.h"
 #include "nls/nlsperthread.h"
+#include "nls/textview.h"
 
 #include <bxtools/nlsserver.h>
 
@@ -10,11 +11,6 @@ namespace
 {
 
 constexpr char KEY_NOT_FOUND[] = " Key not found, Key = ";
-
-std::string_view View( LPCTSTR pText ) noexcept
-{
-    return pText != NULL ? std::string_view( pText ) : std::string_view();
-}
 
 // One part of the note on a key without a text.
 void AppendNote( MString& rNote, const NLSServer& rServer, std::string_view aSection, std::string_view aKey )
@@ -59,7 +55,7 @@ NlsText LookUpNlsText( LPCTSTR pstSec, LPCTSTR pstSecCom, LPCTSTR pstKey ) noexc
 {
     if ( pstKey == NULL )
         return { NULL, FALSE, " Error: pstKey == NULL" };
-    return LookUpNlsText( View( pstSec ), View( pstSecCom ), View( pstKey ) );
+    return LookUpNlsText( ViewOf( pstSec ), ViewOf( pstSecCom ), ViewOf( pstKey ) );
 }
 
 NlsText LookUpNlsText( std::string_view aSection, std::string_view aCommonSection,

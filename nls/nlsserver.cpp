@@ -2,26 +2,12 @@
 #include "core/guards.h"
 #include "core/taskname.h"
 #include "nls/keytext.h"
+#include "nls/textview.h"
 
 #include <bxtools/nlsserver.h>
 #include <bxtools/path.h>
 
 #include <new>
-
-namespace
-{
-
-std::string_view View( LPCTSTR pText ) noexcept
-{
-    return pText != NULL ? pText : "";
-}
-
-std::string_view View( const MString& aText ) noexcept
-{
-    return { aText.data(), aText.length() };
-}
-
-} // namespace
 
 NLSServer::NLSServer( USHORT MaxKeyLen, LPCTSTR releaseFile )
 {
@@ -96,7 +82,8 @@ void NLSServer::PutDebugMessages()
     aReport.Tail( "\r\nActive NlsFiles = " );
     aReport.Tail( m_fEditMode ? m_stCSVFilesPath.data() : m_stReleaseFile.data() );
     if ( m_pCfgFiles != NULL )
-        for ( auto pFile = m_pCfgFiles->GetItem( 0, 5 ); pFile != NULL; pFile = m_pCfgFiles->GetItem( 0, 2 ) )
+        for ( auto pFile = m_pCfgFiles->GetItem( 0, MyCfgFiles::FIRST ); pFile != NULL;
+              pFile = m_pCfgFiles->GetItem( 0, MyCfgFiles::NEXT ) )
             aReport.Tail( ", " ).Tail( pFile->GetPathName().data() );
 }
 
@@ -109,12 +96,12 @@ BOOL NLSServer::IsStatusOk() const
 BOOL NLSServer::ReadStringValue( LPCTSTR pstSec, LPCTSTR pstKey, BOOL bWithCountryCode, BOOL* pbFound,
                                  DATABUFTYPE* ppData, MString* pFullKey )
 {
-    const std::string_view aSec = View( pstSec );
-    const std::string_view aKey = View( pstKey );
+    const std::string_view aSec = ViewOf( pstSec );
+    const std::string_view aKey = ViewOf( pstKey );
     const bool fCountry = bWithCountryCode && !aSec.empty() && !m_fEditMode;
     KeyText aFullKey( m_stCountryCode.length() + aSec.size() + aKey.size() );
     if ( fCountry )
-        aFullKey.Append( View( m_stCountryCode ) );
+        aFullKey.Append( ViewOf( m_stCountryCode ) );
     aFullKey.Append( aSec );
     aFullKey.Append( aKey );
     if ( pFullKey != NULL )
@@ -129,7 +116,7 @@ BOOL NLSServer::ReadInUpperCase( std::string_view aSec, std::string_view aKey, B
         return Read( UpperText( aSec ).Text(), UpperText( aKey ).Text(), NULL, pbFound, ppData );
     KeyText aFullKey( m_stCountryCode.length() + aSec.size() + aKey.size() );
     if ( !aSec.empty() )
-        aFullKey.Append( View( m_stCountryCode ) );
+        aFullKey.Append( ViewOf( m_stCountryCode ) );
     aFullKey.AppendUpper( aSec );
     const LPCTSTR pKey = aFullKey.End();
     aFullKey.AppendUpper( aKey );

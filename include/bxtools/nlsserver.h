@@ -135,6 +135,13 @@ private:
 class DLL_EXPORT_MOD MyCfgFiles : public MyCfgList
 {
 public:
+    // Access modes of GetItem, for a walk over all files.
+    enum
+    {
+        FIRST = 5,
+        NEXT = 2
+    };
+
     //   stCfgName       where there is no folder: a file that lists the language files; see BuildupAllConfigFiles.
     //   stCSVFilesPath  the folder, up to 259 characters. One that is not there is reported, and the status stays TRUE; kept so.
     MyCfgFiles( const MString& stCfgName, const MString& stCSVFilesPath );

@@ -23,7 +23,7 @@ constexpr char NO_NUMBER[] =
 class LanguageFile : public NlsTest
 {
 protected:
-    std::string Path() { return m_aFolder.Path( "A.CSV" ); }
+    std::string Path() { return m_aFolder.Path() + MYCH_DELIMDIR + "A.CSV"; }
     // The codes of a file, each with a blank behind it.
     std::string Codes( MyErrNlsInterFaceConfig& rFile, BOOL& rfRead )
     {
