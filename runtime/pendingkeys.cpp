@@ -94,10 +94,12 @@ const PendingKeys::Entry& PendingKeys::EntryAt( uint32_t ulEntry ) const noexcep
     return *reinterpret_cast<const Entry*>( pChunk + ( ulPlace << 2 & ( ( 1u << CHUNK_BITS ) - 1 ) ) );
 }
 
-const PendingKeys::Entry* PendingKeys::Find( const TreeKey& rKey, uint32_t ulHash ) const
+const PendingKeys::Entry* PendingKeys::Find( const TreeKey& rKey, uint32_t ulHash )
 {
-    if ( m_nKeys == 0 )
+    if ( m_nKeys == 0 || IsBehindAll( rKey ) )
         return nullptr;
+    if ( m_nInPlaces != m_nKeys )
+        PutInPlaces();
     const size_t nMask = m_aPlaces.size() - 1;
     for ( size_t i = ulHash & nMask; m_aPlaces[i].ulEntry != 0; i = ( i + 1 ) & nMask )
     {
@@ -110,36 +112,41 @@ const PendingKeys::Entry* PendingKeys::Find( const TreeKey& rKey, uint32_t ulHas
     return nullptr;
 }
 
-void PendingKeys::Put( std::vector<Place>& rPlaces, const Place& rPlace ) noexcept
+// Gives the keys that have no place theirs; all of them, when there have to be more places.
+void PendingKeys::PutInPlaces()
 {
-    const size_t nMask = rPlaces.size() - 1;
-    size_t i = rPlace.ulHash & nMask;
-    while ( rPlaces[i].ulEntry != 0 )
-        i = ( i + 1 ) & nMask;
-    rPlaces[i] = rPlace;
-}
-
-void PendingKeys::GrowPlaces()
-{
-    std::vector<Place> aPlaces( std::max( FIRST_PLACES, 2 * m_aPlaces.size() ) );
-    for ( const Place& rPlace : m_aPlaces )
+    if ( 2 * m_nKeys > m_aPlaces.size() )
     {
-        if ( rPlace.ulEntry != 0 )
-            Put( aPlaces, rPlace );
+        m_aPlaces = std::vector<Place>( std::max( FIRST_PLACES, std::bit_ceil( 4 * m_nKeys ) ) );
+        m_nInPlaces = 0;
+        m_ulNextEntry = 1;
     }
-    m_aPlaces.swap( aPlaces );
+    const size_t nMask = m_aPlaces.size() - 1;
+    for ( size_t nChunk = ( m_ulNextEntry - 1 ) >> ( CHUNK_BITS - 2 ); m_nInPlaces < m_nKeys; ++nChunk )
+    {
+        const uint32_t ulFirst = static_cast<uint32_t>( nChunk << ( CHUNK_BITS - 2 ) ) + 1;
+        m_ulNextEntry = std::max( m_ulNextEntry, ulFirst );
+        while ( m_ulNextEntry - ulFirst < m_aChunks[nChunk].nUsed / 4 )
+        {
+            const Entry& rEntry = EntryAt( m_ulNextEntry );
+            size_t i = rEntry.ulHash & nMask;
+            while ( m_aPlaces[i].ulEntry != 0 )
+                i = ( i + 1 ) & nMask;
+            m_aPlaces[i] = { rEntry.ulHash, m_ulNextEntry };
+            ++m_nInPlaces;
+            m_ulNextEntry += static_cast<uint32_t>( SizeOfEntry( rEntry.usLength ) / 4 );
+        }
+    }
 }
 
 // Room for an entry and its characters.
-PendingKeys::Entry* PendingKeys::NewEntry( uint16_t usLength, uint32_t& rulEntry )
+PendingKeys::Entry* PendingKeys::NewEntry( uint16_t usLength )
 {
     constexpr size_t CHUNK_SIZE = size_t{ 1 } << CHUNK_BITS;
     const size_t nSize = SizeOfEntry( usLength );
     if ( m_aChunks.empty() || m_aChunks.back().nUsed + nSize > CHUNK_SIZE )
         m_aChunks.push_back( { std::make_unique_for_overwrite<char[]>( CHUNK_SIZE ), 0 } );
     Chunk& rChunk = m_aChunks.back();
-    rulEntry =
-        static_cast<uint32_t>( ( ( m_aChunks.size() - 1 ) << ( CHUNK_BITS - 2 ) ) + rChunk.nUsed / 4 + 1 );
     Entry* const pEntry = reinterpret_cast<Entry*>( rChunk.pBytes.get() + rChunk.nUsed );
     rChunk.nUsed += nSize;
     return pEntry;
@@ -147,19 +154,15 @@ PendingKeys::Entry* PendingKeys::NewEntry( uint16_t usLength, uint32_t& rulEntry
 
 void PendingKeys::Add( const TreeKey& rKey, const LeafSlot& rSlot )
 {
-    if ( 2 * ( m_nKeys + 1 ) > m_aPlaces.size() )
-        GrowPlaces();
     const size_t nLength = rKey.aInPage.size();
     const uint16_t usLength = static_cast<uint16_t>( nLength | ( rKey.fGoesOn ? KEY_GOES_ON : 0 ) );
-    Place aPlace{ rSlot.ulHash, 0 };
-    Entry* const pEntry = NewEntry( usLength, aPlace.ulEntry );
+    m_fInOrder = IsBehindAll( rKey );
+    Entry* const pEntry = NewEntry( usLength );
     *pEntry = { rSlot.ulHash, rSlot.ulText, rSlot.ulChecksum, usLength };
     char* const pCharacters = reinterpret_cast<char*>( pEntry + 1 );
     std::copy( rKey.aInPage.begin(), rKey.aInPage.end(), pCharacters );
     if ( rKey.fGoesOn )
         std::memcpy( pCharacters + nLength, &rKey.aRestInFile, sizeof( TreeKeyRest ) );
-    Put( m_aPlaces, aPlace );
-    m_fInOrder = m_fInOrder && ( m_pLast == nullptr || KeyOf( *m_pLast ).aInPage < rKey.aInPage );
     m_pLast = pEntry;
     ++m_nKeys;
     m_ullSizeInPages += sizeof( LeafSlot ) + sizeof( TreeKeyRest ) + nLength;
@@ -170,6 +173,8 @@ void PendingKeys::Clear() noexcept
     m_aPlaces = std::vector<Place>();
     m_aChunks.clear();
     m_nKeys = 0;
+    m_nInPlaces = 0;
+    m_ulNextEntry = 1;
     m_ullSizeInPages = 0;
     m_pLast = nullptr;
     m_fInOrder = true;

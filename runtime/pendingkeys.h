@@ -27,8 +27,13 @@ public:
     // Whether they take so much memory that they ought to be written.
     bool AreMany() const noexcept;
 
+    // Whether a key comes behind all of them, as it always does where keys come in their order.
+    bool IsBehindAll( const TreeKey& rKey ) const noexcept
+    {
+        return m_fInOrder && ( m_pLast == nullptr || KeyOf( *m_pLast ).aInPage < rKey.aInPage );
+    }
     // NULL: the key is not among them.
-    const Entry* Find( const TreeKey& rKey, uint32_t ulHash ) const;
+    const Entry* Find( const TreeKey& rKey, uint32_t ulHash );
     // Adds a key that is not among them; the rest of one that goes on is in the file. Throws without a change.
     void Add( const TreeKey& rKey, const LeafSlot& rSlot );
     void Clear() noexcept;
@@ -51,12 +56,14 @@ private:
     static constexpr unsigned CHUNK_BITS = 20;
 
     const Entry& EntryAt( uint32_t ulEntry ) const noexcept;
-    Entry* NewEntry( uint16_t usLength, uint32_t& rulEntry );
-    void GrowPlaces();
-    static void Put( std::vector<Place>& rPlaces, const Place& rPlace ) noexcept;
+    Entry* NewEntry( uint16_t usLength );
+    void PutInPlaces();
 
     RWFileManager& m_rFile;
-    std::vector<Place> m_aPlaces; // a power of two, at most half of them taken
+    // A power of two, at most half of them taken. Whoever asks for nothing and keeps to the order needs none.
+    std::vector<Place> m_aPlaces;
+    size_t m_nInPlaces = 0;       // keys that have one, and
+    uint32_t m_ulNextEntry = 1;   // where those begin that have none
     std::vector<Chunk> m_aChunks; // entries one behind the other, as they came
     size_t m_nKeys = 0;
     uint64_t m_ullSizeInPages = 0;

@@ -57,6 +57,9 @@ bool RWBTreeOnDisk::Find( const TreeKey& rKey, uint32_t ulHash, LeafSlot& rSlot 
         rSlot = { ulHash, pPending->ulText, pPending->ulChecksum, 0, 0 };
         return true;
     }
+    if ( m_uLookups == LOOKUPS_WITHOUT_MAPPING )
+        m_rFile.Map();
+    m_uLookups = std::min( m_uLookups + 1, LOOKUPS_WITHOUT_MAPPING + 1 );
     const TreePage* pPage = &GetRoot();
     for ( unsigned uLevel = pPage->aHead.usLevel; uLevel > 0; --uLevel )
     {
@@ -74,12 +77,8 @@ bool RWBTreeOnDisk::findKeyAndValue( const char* pKey, RWCString& rFoundKey, RWo
     const std::string_view aText( pKey != NULL ? pKey : "" );
     if ( m_fIgnoreNull && aText.empty() )
         return false;
-    if ( m_uLookups == LOOKUPS_WITHOUT_MAPPING )
-        m_rFile.ReadFromMapping();
     if ( m_rFile.IsReadOnly() && m_uLookups != 0 )
         m_rFile.FollowStates();
-    m_uLookups = std::min( m_uLookups + 1, LOOKUPS_WITHOUT_MAPPING + 1 );
-
     LeafSlot aSlot;
     if ( !Find( MakeKey( aText ), HashOf( aText ), aSlot ) )
         return false;

@@ -123,10 +123,9 @@ std::string_view RWFile::ViewTextBlock( uint64_t ullPlace )
 const char* RWFile::ViewElsewhere( uint64_t ullPlace, size_t nSize )
 {
     const uint64_t ullEnd = ullPlace + nSize;
-    const uint64_t ullWaitingEnd = m_ullWaitingPlace + m_nWaiting;
-    if ( m_nWaiting != 0 && ullPlace < ullWaitingEnd && ullEnd > m_ullWaitingPlace )
+    if ( IsWaiting( ullPlace, nSize ) )
     {
-        if ( ullPlace >= m_ullWaitingPlace && ullEnd <= ullWaitingEnd )
+        if ( ullPlace >= m_ullWaitingPlace && ullEnd <= m_ullWaitingPlace + m_nWaiting )
             return m_pWaiting.get() + ( ullPlace - m_ullWaitingPlace );
         Flush();
     }

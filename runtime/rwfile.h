@@ -53,7 +53,12 @@ public:
 
 protected:
     bool IsReadOnly() const noexcept { return m_fReadOnly; }
-    bool IsWaiting() const noexcept { return m_nWaiting != 0; }
+    // Whether some of these bytes wait to be written.
+    bool IsWaiting( uint64_t ullPlace, size_t nSize ) const noexcept
+    {
+        return m_nWaiting != 0 && ullPlace < m_ullWaitingPlace + m_nWaiting &&
+               ullPlace + nSize > m_ullWaitingPlace;
+    }
     uint64_t GetPosition() const noexcept { return m_ullPosition; }
     SystemFile& GetSystemFile() noexcept { return m_aSystemFile; }
 

@@ -68,35 +68,19 @@ bool RWFileManager::FollowStates()
     if ( ullSequence <= m_aStates.GetRoot()->aHead.ullSequence || !m_aStates.TakeNext() )
         return false;
     ForgetWhatWasRead();
-    if ( GetMappedSize() != 0 )
-        ReadFromMapping();
     return true;
-}
-
-void RWFileManager::ReadFromMapping() noexcept
-{
-    Map();
 }
 
 const TreePage& RWFileManager::GetPage( uint32_t ulPage, unsigned uLevel )
 {
     const uint64_t ullPlace = uint64_t{ ulPage } * TREE_PAGE_SIZE;
-    const TreePage* pPage = nullptr;
-    if ( IsWaiting() )
+    if ( IsWaiting( ullPlace, TREE_PAGE_SIZE ) )
         Flush();
-    if ( const char* const pMapped = ViewMapped( ullPlace, TREE_PAGE_SIZE ) )
-    {
-        pPage = reinterpret_cast<const TreePage*>( pMapped );
-        if ( m_aWholePages.size() <= ulPage / WORD_BITS )
-            m_aWholePages.resize( GetMappedSize() / TREE_PAGE_SIZE / WORD_BITS + 1 );
-        uint64_t& rBits = m_aWholePages[ulPage / WORD_BITS];
-        const uint64_t ullBit = uint64_t{ 1 } << ulPage % WORD_BITS;
-        if ( ( rBits & ullBit ) == 0 && IsWholePage( *pPage, ulPage ) )
-            rBits |= ullBit;
-        if ( ( rBits & ullBit ) == 0 )
-            pPage = nullptr;
-    }
-    else
+    // A mapping is renewed when pages have been written behind it.
+    if ( GetMappedSize() != 0 && ViewMapped( ullPlace, TREE_PAGE_SIZE ) == nullptr )
+        Map();
+    const TreePage* pPage = GetMappedPage( ulPage );
+    if ( pPage == nullptr )
     {
         if ( m_pPage == nullptr )
             m_pPage = std::make_unique_for_overwrite<TreePage>();
@@ -107,6 +91,26 @@ const TreePage& RWFileManager::GetPage( uint32_t ulPage, unsigned uLevel )
     if ( pPage == nullptr || ulPage < TREE_ROOTS || pPage->aHead.usLevel != uLevel )
         throw RWFileErr( "RWBTreeOnDisk: a page of the file is damaged" );
     return *pPage;
+}
+
+// NULL: the page is not mapped, or not whole. It is looked through once.
+const TreePage* RWFileManager::GetMappedPage( uint32_t ulPage )
+{
+    const char* const pMapped = ViewMapped( uint64_t{ ulPage } * TREE_PAGE_SIZE, TREE_PAGE_SIZE );
+    if ( pMapped == nullptr )
+        return nullptr;
+    const TreePage* const pPage = reinterpret_cast<const TreePage*>( pMapped );
+    if ( m_aWholePages.size() <= ulPage / WORD_BITS )
+        m_aWholePages.resize( GetMappedSize() / TREE_PAGE_SIZE / WORD_BITS + 1 );
+    uint64_t& rBits = m_aWholePages[ulPage / WORD_BITS];
+    const uint64_t ullBit = uint64_t{ 1 } << ulPage % WORD_BITS;
+    if ( ( rBits & ullBit ) == 0 )
+    {
+        if ( !IsWholePage( *pPage, ulPage ) )
+            return nullptr;
+        rBits |= ullBit;
+    }
+    return pPage;
 }
 
 std::string_view RWFileManager::ViewText( const TreeKeyRest& rText )

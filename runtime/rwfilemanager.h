@@ -24,7 +24,7 @@ public:
     // Takes the state that another process may have completed. Result: whether there is a new one.
     bool FollowStates();
     // After the first few lookups: what is read from now on comes from a mapping, where one is to be had.
-    void ReadFromMapping() noexcept;
+    using RWFile::Map;
 
     // A page below the root; valid until the next one is asked for. Throws RWFileErr unless it is whole and of that level.
     const TreePage& GetPage( uint32_t ulPage, unsigned uLevel );
@@ -51,6 +51,7 @@ public:
     void Complete( TreePage& rRoot, bool fToDisk );
 
 private:
+    const TreePage* GetMappedPage( uint32_t ulPage );
     uint64_t GetCompleteEnd() const noexcept;
     void TakeRoom( uint64_t ullSize, uint64_t ullReserved );
 

@@ -123,19 +123,19 @@ private:
 
 void FillLeaf( TreePage& rPage, std::span<const TreeEntry> aEntries, size_t nPrefix, PageFiller& rFiller )
 {
-    std::vector<const TreeEntry*> aByHash;
+    // Hashes with the numbers of their entries behind them.
+    std::vector<uint64_t> aByHash;
     aByHash.reserve( aEntries.size() );
-    for ( const TreeEntry& rEntry : aEntries )
-        aByHash.push_back( &rEntry );
-    std::sort( aByHash.begin(), aByHash.end(),
-               []( const TreeEntry* pLeft, const TreeEntry* pRight )
-               { return pLeft->ulHash < pRight->ulHash; } );
+    for ( size_t i = 0; i < aEntries.size(); ++i )
+        aByHash.push_back( uint64_t{ aEntries[i].ulHash } << 32 | i );
+    std::sort( aByHash.begin(), aByHash.end() );
     LeafSlot* pSlot = reinterpret_cast<LeafSlot*>( rPage.aBytes );
-    for ( const TreeEntry* const pEntry : aByHash )
+    for ( const uint64_t ullHashed : aByHash )
     {
+        const TreeEntry& rEntry = aEntries[static_cast<uint32_t>( ullHashed )];
         const uint16_t usPlace = rFiller.GetPlace();
-        *pSlot++ = { pEntry->ulHash, pEntry->ulPlace, pEntry->ulChecksum, usPlace,
-                     rFiller.PutKey( pEntry->aKey, nPrefix, 0 ) };
+        *pSlot++ = { rEntry.ulHash, rEntry.ulPlace, rEntry.ulChecksum, usPlace,
+                     rFiller.PutKey( rEntry.aKey, nPrefix, 0 ) };
     }
 }
 

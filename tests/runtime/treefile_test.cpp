@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <random>
 
@@ -84,4 +86,176 @@ TEST( TreeFile, HoldsWhatAMapHolds )
         EXPECT_FALSE( aReader.Get( "none of them" ) );
         EXPECT_THROW( aReader.Put( "new", "text" ), RWFileErr );
     }
+}
+
+namespace
+{
+// A small file of two levels in two states, with keys that go on elsewhere.
+Texts MakeFileToDamage( const std::string& strPath )
+{
+    Texts aTexts;
+    for ( int nState = 0; nState < 2; ++nState )
+    {
+        TreeFile aTree( strPath, nullptr, 90 );
+        for ( int i = 0; i < 60; ++i )
+        {
+            const std::string strNumber = std::to_string( nState * 1000 + i );
+            const std::string strKey = strNumber + std::string( i % 7 == 0 ? 100 : 70, 'k' );
+            aTexts[strKey] = "text " + strNumber;
+            aTree.Put( strKey, aTexts[strKey] );
+        }
+    }
+    return aTexts;
+}
+
+// Whatever stands in the file, a text comes out as it was written, or there is none.
+//   nFirst, nStep  which texts are asked for.
+void ExpectNoWrongText( const std::string& strPath, const Texts& aTexts, size_t nFirst, size_t nStep )
+{
+    try
+    {
+        TreeFile aTree( strPath, "rb" );
+        size_t nKey = nFirst;
+        for ( const auto& [strKey, strText] : aTexts )
+        {
+            if ( ++nKey % nStep != 0 )
+                continue;
+            try
+            {
+                const auto aFound = aTree.Get( strKey );
+                ASSERT_TRUE( !aFound || *aFound == strText ) << strKey;
+            }
+            catch ( const RWFileErr& )
+            {
+            }
+        }
+    }
+    catch ( const RWFileErr& )
+    {
+    }
+}
+} // namespace
+
+TEST( TreeFile, DamageNeverGivesAWrongText )
+{
+    const ScratchFolder aFolder;
+    const std::string strPath = aFolder.Path( "tree" );
+    const Texts aTexts = MakeFileToDamage( strPath );
+    {
+        TreeFile aTree( strPath, "rb" );
+        ExpectAll( aTree, aTexts );
+        ASSERT_LT( 0, aTree.aFile.GetStates().GetRoot()->aHead.usLevel );
+    }
+    const std::string strWhole = ReadBytes( strPath );
+    std::fstream aBytes( strPath, std::ios::in | std::ios::out | std::ios::binary );
+    for ( size_t i = 0; i < strWhole.size(); ++i )
+    {
+        const auto Write = [&]( int nByte )
+        { aBytes.seekp( static_cast<std::streamoff>( i ) ).put( static_cast<char>( nByte ) ).flush(); };
+        Write( strWhole[i] ^ 1 << i % 8 );
+        ExpectNoWrongText( strPath, aTexts, i, i % 256 == 0 ? 1 : 31 );
+        Write( strWhole[i] );
+    }
+    aBytes.close();
+    for ( size_t nSize = strWhole.size(); nSize-- > 0; )
+    {
+        std::filesystem::resize_file( strPath, nSize );
+        if ( nSize % 3 == 0 )
+            ExpectNoWrongText( strPath, aTexts, nSize, nSize % 256 == 0 ? 1 : 31 );
+    }
+}
+
+TEST( TreeFile, OneRootIsEnoughAndOtherFilesStayWhatTheyAre )
+{
+    const ScratchFolder aFolder;
+    const std::string strPath = aFolder.Path( "tree" );
+    const Texts aTexts = MakeFileToDamage( strPath );
+    const std::string strWhole = ReadBytes( strPath );
+    const uint32_t ulNewest = TreeFile( strPath, "rb" ).aFile.GetStates().GetRoot()->aHead.ulPage;
+    // The newest state is gone; the one before holds its own texts, and the next one goes on from there.
+    WriteBytes( strPath, strWhole.substr( 0, ulNewest * TREE_PAGE_SIZE ) + std::string( 8, '\0' ) +
+                             strWhole.substr( ulNewest * TREE_PAGE_SIZE + 8 ) );
+    {
+        TreeFile aTree( strPath );
+        EXPECT_EQ( 60u, aTree.aFile.GetStates().GetRoot()->aHead.ullKeys );
+        EXPECT_TRUE( aTree.Put( "new", "text" ) );
+    }
+    TreeFile aReader( strPath, "rb" );
+    EXPECT_EQ( "text", aReader.Get( "new" ) );
+    EXPECT_EQ( "text 5", aReader.Get( "5" + std::string( 70, 'k' ) ) );
+
+    const std::string strOther = aFolder.Path( "other" );
+    for ( const std::string& strContent :
+          { std::string( "no tree" ), std::string( 20000, 'x' ), strWhole.substr( 1 ) } )
+    {
+        WriteBytes( strOther, strContent );
+        for ( const char* const pMode : { "rb", "rb+", static_cast<const char*>( nullptr ) } )
+            EXPECT_THROW( TreeFile( strOther, pMode ), RWFileErr );
+        EXPECT_EQ( strContent, ReadBytes( strOther ) );
+    }
+    // An empty one may become a tree, but not while it is only read.
+    WriteBytes( strOther, "" );
+    EXPECT_THROW( TreeFile( strOther, "rb" ), RWFileErr );
+    EXPECT_FALSE( TreeFile( strOther ).Get( "key" ) );
+    EXPECT_FALSE( TreeFile( strOther, "rb" ).Get( "key" ) );
+    EXPECT_THROW( TreeFile( aFolder.Path( "missing" ), "rb+" ), RWFileErr );
+    EXPECT_THROW( TreeFile( strOther, "x" ), RWFileErr );
+}
+
+TEST( TreeFile, OneWritesWhileOthersReadTheLastCompleteState )
+{
+    const ScratchFolder aFolder;
+    const std::string strPath = aFolder.Path( "tree" );
+    TreeFile aWriter( strPath );
+    EXPECT_THROW( TreeFile aSecond( strPath ), RWFileErr );
+    std::vector<std::unique_ptr<TreeFile>> aReaders;
+    for ( int nState = 0; nState < 12; ++nState )
+    {
+        aReaders.push_back( std::make_unique<TreeFile>( strPath, "rb" ) );
+        for ( int i = 0; i < 300; ++i )
+            aWriter.Put( std::to_string( nState * 1000 + i ), std::to_string( nState ) );
+        const std::string strLast = std::to_string( nState * 1000 + 299 );
+        EXPECT_EQ( std::to_string( nState ), aWriter.Get( strLast ) );
+        for ( const auto& pReader : aReaders )
+            ASSERT_FALSE( pReader->Get( strLast ) );
+        aWriter.aTree.Flush();
+        // Those that have looked before see the new state as well.
+        for ( const auto& pReader : aReaders )
+            ASSERT_EQ( std::to_string( nState ), pReader->Get( strLast ) );
+    }
+    EXPECT_TRUE( TreeFile( strPath, "w+" ).Put( "1", "new file" ) );
+    EXPECT_FALSE( TreeFile( strPath, "rb" ).Get( "11001" ) );
+    EXPECT_EQ( "11", aReaders[0]->Get( "11001" ) );
+}
+
+TEST( TreeFile, GrowsToWhatOffsetsReachAndNoFarther )
+{
+    const ScratchFolder aFolder;
+    const std::string strPath = aFolder.Path( "tree" );
+    {
+        TreeFile aTree( strPath );
+        EXPECT_TRUE( aTree.Put( "before", "text" ) );
+        EXPECT_THROW( aTree.aFile.allocate( 0x7FFFFFFF ), RWFileErr );
+        // Not written, it takes no room on the disk. What remains is kept for pages.
+        EXPECT_LT( 0, aTree.aFile.allocate( 0x7FF00000 ) );
+        EXPECT_THROW(
+            {
+                for ( ;; )
+                    aTree.aFile.allocate( 100 );
+            },
+            RWFileErr );
+        try
+        {
+            aTree.Put( "behind", "text" );
+            ADD_FAILURE();
+        }
+        catch ( const RWFileErr& rError )
+        {
+            EXPECT_STREQ( "RWFileManager: the file would grow beyond the 2147483647 bytes that offsets reach",
+                          rError.what() );
+        }
+    }
+    TreeFile aReader( strPath, "rb" );
+    EXPECT_EQ( "text", aReader.Get( "before" ) );
+    EXPECT_FALSE( aReader.Get( "behind" ) );
 }
