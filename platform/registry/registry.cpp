@@ -49,12 +49,10 @@ void GiveTime( PFILETIME pOut, ULONGLONG ullTime ) noexcept
 LONG OpenInBatch( HKEY hKey, std::string_view aSubKey, REGSAM dwAccess, PHKEY pResult )
 {
     const RegKeyUse aUse( hKey, 0 );
-    if ( aUse.GetError() != ERROR_SUCCESS )
-        return aUse.GetError();
-    RegistryKey& rParent = aUse.GetKey();
     RegChange aChange;
-    if ( const LONG lError = aChange.Begin( rParent ) )
+    if ( const LONG lError = aChange.Begin( aUse ) )
         return lError;
+    RegistryKey& rParent = aUse.GetKey();
     if ( const LONG lError = aChange.GetTree().GoDown( aChange.GetPath(), aSubKey ) )
         return lError;
     const ULONGLONG ullId = aSubKey.empty() ? rParent.GetId() : aChange.GetTreeKey().ullId;
@@ -132,7 +130,7 @@ LONG MakeKey( HKEY hKey, std::string_view aSubKey, const NewKey& aNew, REGSAM dw
     RegistryKey* pKey = nullptr;
     {
         RegChange aChange;
-        if ( const LONG lError = aChange.Begin( rParent ) )
+        if ( const LONG lError = aChange.Begin( aUse ) )
             return lError;
         bool fMade = false;
         if ( const LONG lError = MakeMissing( aChange.GetTree(), aChange.GetPath(), aSubKey, aNew, fMade ) )
@@ -196,7 +194,7 @@ LONG DeleteKey( HKEY hKey, std::string_view aSubKey )
             return lError;
     }
     RegChange aChange;
-    if ( const LONG lError = aChange.Begin( aUse.GetKey() ) )
+    if ( const LONG lError = aChange.Begin( aUse ) )
         return lError;
     RegTree& rTree = aChange.GetTree();
     RegTreePath& rPath = aChange.GetPath();

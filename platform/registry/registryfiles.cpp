@@ -103,10 +103,8 @@ constexpr DWORD CONTENT_CHANGED = REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_LAS
 LONG LoadKey( HKEY hKey, std::string_view aName, const RegImage& rImage )
 {
     const RegKeyUse aUse( hKey, 0 );
-    if ( aUse.GetError() != ERROR_SUCCESS )
-        return aUse.GetError();
     RegChange aChange;
-    if ( const LONG lError = aChange.Begin( aUse.GetKey() ) )
+    if ( const LONG lError = aChange.Begin( aUse ) )
         return lError;
     RegTree& rTree = aChange.GetTree();
     if ( rTree.FindChild( aChange.GetTreeKey(), aName ) != nullptr )
@@ -120,10 +118,8 @@ LONG LoadKey( HKEY hKey, std::string_view aName, const RegImage& rImage )
 LONG UnloadKey( HKEY hKey, std::string_view aName )
 {
     const RegKeyUse aUse( hKey, 0 );
-    if ( aUse.GetError() != ERROR_SUCCESS )
-        return aUse.GetError();
     RegChange aChange;
-    if ( const LONG lError = aChange.Begin( aUse.GetKey() ) )
+    if ( const LONG lError = aChange.Begin( aUse ) )
         return lError;
     const RegTreeKey* const pLoaded = aChange.GetTree().FindChild( aChange.GetTreeKey(), aName );
     if ( pLoaded == nullptr )
@@ -140,10 +136,8 @@ LONG ReplaceContent( HKEY hKey, std::string_view aSubKey, const RegImage& rImage
                      DWORD dwFlags )
 {
     const RegKeyUse aUse( hKey, 0 );
-    if ( aUse.GetError() != ERROR_SUCCESS )
-        return aUse.GetError();
     RegChange aChange;
-    if ( const LONG lError = aChange.Begin( aUse.GetKey() ) )
+    if ( const LONG lError = aChange.Begin( aUse ) )
         return lError;
     RegTree& rTree = aChange.GetTree();
     if ( const LONG lError = rTree.GoDown( aChange.GetPath(), aSubKey ) )

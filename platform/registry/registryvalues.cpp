@@ -82,10 +82,8 @@ LONG RegSetValueExA( HKEY hKey, LPCSTR pValueName, DWORD dwReserved, DWORD dwTyp
             if ( dwReserved != 0 || ( pData == nullptr && dwData > 0 ) || aName.size() > LONGEST_VALUE_NAME )
                 return ERROR_INVALID_PARAMETER;
             const RegKeyUse aUse( hKey, KEY_SET_VALUE );
-            if ( aUse.GetError() != ERROR_SUCCESS )
-                return aUse.GetError();
             RegChange aChange;
-            if ( const LONG lError = aChange.Begin( aUse.GetKey() ) )
+            if ( const LONG lError = aChange.Begin( aUse ) )
                 return lError;
             aChange.GetTree().SetValue( aChange.GetTreeKey(), aName, dwType, pData,
                                         SizeWithZero( dwType, pData, dwData ) );
@@ -111,8 +109,6 @@ LONG RegDeleteValueA( HKEY hKey, LPCSTR pValueName )
         [&]() -> LONG
         {
             const RegKeyUse aUse( hKey, KEY_SET_VALUE );
-            if ( aUse.GetError() != ERROR_SUCCESS )
-                return aUse.GetError();
             const std::string_view aName = RegTextOf( pValueName );
             if ( !RegistryBatch::IsAbout( hKey ) )
             {
@@ -120,7 +116,7 @@ LONG RegDeleteValueA( HKEY hKey, LPCSTR pValueName )
                     return lError;
             }
             RegChange aChange;
-            if ( const LONG lError = aChange.Begin( aUse.GetKey() ) )
+            if ( const LONG lError = aChange.Begin( aUse ) )
                 return lError;
             RegTreeValue* const pValue = aChange.GetTree().FindValue( aChange.GetTreeKey(), aName );
             if ( pValue == nullptr )

@@ -306,8 +306,11 @@ ULONGLONG RegKeyReader::GetGeneration() const noexcept
     return m_fLocked ? m_aUse.GetKey().GetSeen() : 0;
 }
 
-LONG RegChange::Begin( RegistryKey& rKey )
+LONG RegChange::Begin( const RegKeyUse& rUse )
 {
+    if ( rUse.GetError() != ERROR_SUCCESS )
+        return rUse.GetError();
+    RegistryKey& rKey = rUse.GetKey();
     RegistryBatch* const pBatch = RegistryBatch::OfThread();
     if ( pBatch != nullptr && pBatch->GetStore() != &rKey.GetStore() )
         return ERROR_BUSY;

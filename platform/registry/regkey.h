@@ -142,8 +142,8 @@ public:
     RegChange( const RegChange& ) = delete;
     RegChange& operator=( const RegChange& ) = delete;
 
-    // Takes the store's lock. Throws std::bad_alloc.
-    LONG Begin( RegistryKey& rKey );
+    // Takes the lock of the key's store, unless the key cannot be used. Throws std::bad_alloc.
+    LONG Begin( const RegKeyUse& rUse );
     RegTree& GetTree() const noexcept { return m_pTransaction->GetTree(); }
     // From the root to the key.
     RegTreePath& GetPath() noexcept { return m_aPath; }

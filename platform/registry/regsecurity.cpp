@@ -118,7 +118,7 @@ LONG RegSetKeySecurity( HKEY hKey, SECURITY_INFORMATION dwInformation, PSECURITY
             if ( const LONG lError = MeasureSecurity( pDescriptor, aSecurity ) )
                 return lError;
             RegChange aChange;
-            if ( const LONG lError = aChange.Begin( aUse.GetKey() ) )
+            if ( const LONG lError = aChange.Begin( aUse ) )
                 return lError;
             aChange.GetTreeKey().aSecurity = aChange.GetTree().GetArena().Keep( aSecurity );
             return aChange.Commit( REG_NOTIFY_CHANGE_SECURITY );
