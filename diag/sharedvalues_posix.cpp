@@ -45,8 +45,7 @@ void ShareDebugValues() noexcept
          !FindInNamespace( NamespaceScope::Local, "values", aPath ) )
         return;
     const unsigned uMode = GetNamespaceFileMode( NamespaceScope::Local );
-    const int nFile =
-        open( aPath.data(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK, uMode );
+    const int nFile = open( aPath.data(), O_RDWR | O_CREAT | NAMESPACE_OPEN_FLAGS, uMode );
     if ( nFile < 0 )
         return;
     if ( MakeRoom( nFile, uMode ) )

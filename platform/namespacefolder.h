@@ -9,6 +9,7 @@
 
 #include <array>
 #include <climits>
+#include <fcntl.h>
 
 enum class NamespaceScope : unsigned char
 {
@@ -24,6 +25,9 @@ using NamespacePath = std::array<char, PATH_MAX>;
 //   rPath  out: its absolute path; undefined on failure.
 // FALSE: the last error says why (5 refused, 206 too long, or what making it gave).
 bool FindInNamespace( NamespaceScope eScope, const char* pLeaf, NamespacePath& rPath ) noexcept;
+
+// How every file of the folder is opened: whatever stands in its place is not followed, waited for or inherited.
+constexpr int NAMESPACE_OPEN_FLAGS = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
 
 // The mode of a file that is made in the folder: for its owner alone, or for the folder's group, too.
 unsigned GetNamespaceFileMode( NamespaceScope eScope ) noexcept;

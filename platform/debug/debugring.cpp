@@ -115,7 +115,7 @@ int OpenDebugRingFile( DebugRingFile& rIdentity ) noexcept
     const std::string_view aFolder( aPath.data(), std::string_view( aPath.data() ).rfind( '/' ) );
     for ( int i = 0; i < ATTEMPTS; ++i )
     {
-        OpenFile aFile( open( aPath.data(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK ) );
+        OpenFile aFile( open( aPath.data(), O_RDWR | NAMESPACE_OPEN_FLAGS ) );
         if ( aFile.Get() < 0 )
         {
             if ( errno != ENOENT || ( !MakeRing( aPath, aFolder ) && errno != EEXIST ) )

@@ -7,7 +7,7 @@
 // sequentially consistent operations for what the other one looks at.
 #pragma once
 
-#include "platform/namespacefolder.h"
+#include "platform/object/bellpipe.h"
 #include "platform/object/pollset.h"
 
 #include <bxtools/wintypes.h>
@@ -15,9 +15,6 @@
 #include <array>
 #include <atomic>
 #include <memory>
-
-// A bell's name for other processes; 0 is no bell's.
-using SharedBellName = ULONGLONG;
 
 class Bell
 {
@@ -40,24 +37,16 @@ public:
 private:
     friend class BellRegister;
 
-    // Its pipe in one of the folders.
-    struct Pipe
-    {
-        int nDescriptor;
-        SharedBellName ullName; // 0 while there is none
-        std::unique_ptr<char[]> pPath;
-    };
-
     Bell() noexcept = default;
     ~Bell();
     bool Open() noexcept;
     bool IsOpen() const noexcept;
     void Close() noexcept;
     void RemovePipes() noexcept;
-    DWORD OpenPipe( NamespaceScope eScope, Pipe& rPipe ) noexcept;
+    DWORD OpenPipe( NamespaceScope eScope, SharedBellPipe& rPipe ) noexcept;
 
     int m_nRinger = -1;
-    std::array<Pipe, 2> m_aPipes{ { { -1, 0, nullptr }, { -1, 0, nullptr } } };
+    std::array<SharedBellPipe, 2> m_aPipes{ { { -1, 0, nullptr }, { -1, 0, nullptr } } };
     Bell* m_pNext = nullptr;
 };
 
@@ -85,12 +74,6 @@ private:
 
     std::atomic<Entry*> m_pFirst{ nullptr };
 };
-
-// FALSE: nobody listens to it any more, and it can be forgotten. Keeps errno and the last error.
-bool RingSharedBell( NamespaceScope eScope, SharedBellName ullName ) noexcept;
-
-// Removes the bells in a folder that nobody listens to any more, because their process was killed.
-void SweepSharedBells( NamespaceScope eScope ) noexcept;
 
 // At the end of each thread.
 void CloseBellOfThread() noexcept;

@@ -98,7 +98,7 @@ ObjectFile::Opening ObjectFile::Open( NamespaceScope eScope, const ObjectLeaf& r
     if ( !FindInNamespace( eScope, rLeaf.data(), aPath ) )
         return Opening::Failed;
     m_eScope = eScope;
-    const int nDescriptor = open( aPath.data(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY );
+    const int nDescriptor = open( aPath.data(), O_RDWR | NAMESPACE_OPEN_FLAGS );
     if ( nDescriptor < 0 )
     {
         const int nError = errno;

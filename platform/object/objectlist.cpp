@@ -61,7 +61,7 @@ constexpr KindTexts g_aKinds[] = {
 // The pages of a file, as they stand at this moment.
 bool ReadPages( const char* pPath, NamespaceScope eScope, ObjectPages& rPages )
 {
-    int nDescriptor = open( pPath, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY );
+    int nDescriptor = open( pPath, O_RDONLY | NAMESPACE_OPEN_FLAGS );
     off_t nBytes = 0;
     const bool fRead =
         nDescriptor >= 0 && IsObjectFile( nDescriptor, eScope, nBytes ) &&

@@ -9,7 +9,7 @@ bool VisitProcesses( NamespaceScope eScope, ProcessVisitor& rVisitor )
     NamespacePath aPath;
     if ( !FindInNamespace( eScope, PROCESSES_LEAF, aPath ) )
         return false;
-    int nDescriptor = open( aPath.data(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY );
+    int nDescriptor = open( aPath.data(), O_RDONLY | NAMESPACE_OPEN_FLAGS );
     if ( nDescriptor < 0 )
         return errno == ENOENT;
     for ( DWORD dwSlot = 0; dwSlot < MOST_PROCESSES; ++dwSlot )

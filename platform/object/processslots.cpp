@@ -87,7 +87,7 @@ void Forget( SlotFile& rFile ) noexcept
 int OpenFile( NamespaceScope eScope, const char* pPath, int& rnDescriptor, struct stat& rStatus ) noexcept
 {
     const mode_t nMode = GetNamespaceFileMode( eScope );
-    rnDescriptor = open( pPath, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, nMode );
+    rnDescriptor = open( pPath, O_RDWR | O_CREAT | NAMESPACE_OPEN_FLAGS, nMode );
     if ( rnDescriptor < 0 )
         return errno;
     rnDescriptor = MoveDescriptorHigh( rnDescriptor );
