@@ -2,6 +2,7 @@
 
 #include "platform/errno_to_win32.h"
 #include "platform/highdescriptor.h"
+#include "platform/object/exitcode.h"
 #include "platform/object/handletable.h"
 
 #include <bxtools/platform.h>
@@ -146,16 +147,5 @@ BOOL TerminateProcess( HANDLE hProcess, UINT uExitCode )
 
 BOOL GetExitCodeProcess( HANDLE hProcess, LPDWORD pExitCode )
 {
-    const HandleUse aUse( hProcess, KIND_PROCESS, PROCESS_QUERY_INFORMATION );
-    if ( !aUse.IsGood() )
-        return FALSE;
-    if ( pExitCode == nullptr )
-    {
-        SetLastError( ERROR_INVALID_PARAMETER );
-        return FALSE;
-    }
-    const int nSavedErrno = errno;
-    *pExitCode = aUse.GetObject<ProcessObject>()->GetExitCode();
-    errno = nSavedErrno;
-    return TRUE;
+    return GetExitCodeOf<ProcessObject>( hProcess, KIND_PROCESS, PROCESS_QUERY_INFORMATION, pExitCode );
 }

@@ -1,5 +1,6 @@
 // The calls on threads.
 
+#include "platform/object/exitcode.h"
 #include "platform/object/handletable.h"
 #include "platform/stopgate.h"
 #include "platform/thread/deadthreads.h"
@@ -59,16 +60,7 @@ void ExitThread( DWORD dwExitCode )
 
 BOOL GetExitCodeThread( HANDLE hThread, LPDWORD pExitCode )
 {
-    const HandleUse aUse( hThread, KIND_THREAD, THREAD_QUERY_INFORMATION );
-    if ( !aUse.IsGood() )
-        return FALSE;
-    if ( pExitCode == nullptr )
-    {
-        SetLastError( ERROR_INVALID_PARAMETER );
-        return FALSE;
-    }
-    *pExitCode = aUse.GetObject<ThreadObject>()->GetExitCode();
-    return TRUE;
+    return GetExitCodeOf<ThreadObject>( hThread, KIND_THREAD, THREAD_QUERY_INFORMATION, pExitCode );
 }
 
 DWORD SuspendThread( HANDLE hThread )
