@@ -1,6 +1,7 @@
 // CRegistry against the system's registry, in a key of each test's own.
 #include "support/failnew.h"
 #include "support/recorder.h"
+#include "support/virtualslots.h"
 
 #include <bxtools/platform.h>
 #include <bxtools/registry.h>
@@ -416,34 +417,25 @@ TEST( Registry, TypedOperationsGoThroughTheTable )
     aRegistry.m_fThrow = false;
 }
 
-// Callers of another compiler use the table, in which this one's destructor takes two slots.
 TEST( Registry, SlotsOfTheTableStandInTheirOrder )
 {
     using R = CRegistry;
-    std::vector<size_t> aSlots;
-    // What a pointer to a virtual function holds: its distance in the table, and 1.
-    const auto Take = [&]( auto pOperation )
-    {
-        size_t uOffset = 0;
-        std::memcpy( &uOffset, &pOperation, sizeof( uOffset ) );
-        aSlots.push_back( ( uOffset - 1 ) / sizeof( void* ) );
-    };
-    const auto TakeAll = [&]( auto... pOperation ) { ( Take( pOperation ), ... ); };
-    TakeAll( &R::Close, &R::Connect, &R::Create, &R::DeleteKey, &R::DeleteValue, &R::EnumerateKeys,
-             &R::EnumerateValues, &R::Flush, &R::GetBinaryValue, &R::GetClassName, &R::GetComputerName,
-             &R::GetDoubleWordValue, &R::GetErrorCode, &R::GetKeyName, &R::GetNumberOfSubkeys,
-             &R::GetNumberOfValues, &R::GetRegistryName, &R::GetSecurity, &R::GetStringValue,
-             &R::GetStringArrayValue, static_cast<BOOL ( R::* )( LPCTSTR, MStringArray& )>( &R::GetValue ),
-             static_cast<BOOL ( R::* )( LPCTSTR, MString& )>( &R::GetValue ),
-             static_cast<BOOL ( R::* )( LPCTSTR, DWORD& )>( &R::GetValue ),
-             static_cast<BOOL ( R::* )( LPCTSTR, MByteArray& )>( &R::GetValue ), &R::Load, &R::NotifyChange,
-             &R::Open, &R::QueryInfo, &R::QueryValue, &R::Replace, &R::Restore, &R::Save, &R::SetBinaryValue,
-             &R::SetDoubleWordValue, &R::SetSecurity, &R::SetStringValue, &R::SetStringArrayValue,
-             static_cast<BOOL ( R::* )( LPCTSTR, R::KeyValueTypes, BYTE*, DWORD )>( &R::SetValue ),
-             static_cast<BOOL ( R::* )( LPCTSTR, const MString& )>( &R::SetValue ),
-             static_cast<BOOL ( R::* )( LPCTSTR, const MStringArray& )>( &R::SetValue ),
-             static_cast<BOOL ( R::* )( LPCTSTR, DWORD )>( &R::SetValue ),
-             static_cast<BOOL ( R::* )( LPCTSTR, const MByteArray& )>( &R::SetValue ), &R::UnLoad );
+    const std::vector<size_t> aSlots = SlotsOf(
+        &R::Close, &R::Connect, &R::Create, &R::DeleteKey, &R::DeleteValue, &R::EnumerateKeys,
+        &R::EnumerateValues, &R::Flush, &R::GetBinaryValue, &R::GetClassName, &R::GetComputerName,
+        &R::GetDoubleWordValue, &R::GetErrorCode, &R::GetKeyName, &R::GetNumberOfSubkeys,
+        &R::GetNumberOfValues, &R::GetRegistryName, &R::GetSecurity, &R::GetStringValue,
+        &R::GetStringArrayValue, static_cast<BOOL ( R::* )( LPCTSTR, MStringArray& )>( &R::GetValue ),
+        static_cast<BOOL ( R::* )( LPCTSTR, MString& )>( &R::GetValue ),
+        static_cast<BOOL ( R::* )( LPCTSTR, DWORD& )>( &R::GetValue ),
+        static_cast<BOOL ( R::* )( LPCTSTR, MByteArray& )>( &R::GetValue ), &R::Load, &R::NotifyChange,
+        &R::Open, &R::QueryInfo, &R::QueryValue, &R::Replace, &R::Restore, &R::Save, &R::SetBinaryValue,
+        &R::SetDoubleWordValue, &R::SetSecurity, &R::SetStringValue, &R::SetStringArrayValue,
+        static_cast<BOOL ( R::* )( LPCTSTR, R::KeyValueTypes, BYTE*, DWORD )>( &R::SetValue ),
+        static_cast<BOOL ( R::* )( LPCTSTR, const MString& )>( &R::SetValue ),
+        static_cast<BOOL ( R::* )( LPCTSTR, const MStringArray& )>( &R::SetValue ),
+        static_cast<BOOL ( R::* )( LPCTSTR, DWORD )>( &R::SetValue ),
+        static_cast<BOOL ( R::* )( LPCTSTR, const MByteArray& )>( &R::SetValue ), &R::UnLoad );
     ASSERT_EQ( 43u, aSlots.size() );
     for ( size_t i = 0; i < aSlots.size(); i++ )
         EXPECT_EQ( i + 2, aSlots[i] ) << "operation " << i + 1;

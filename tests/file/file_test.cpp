@@ -3,6 +3,7 @@
 #include "support/recorder.h"
 #include "support/scratchfolder.h"
 #include "support/secondprocess.h"
+#include "support/virtualslots.h"
 
 #include <bxtools/file.h>
 #include <bxtools/platform.h>
@@ -206,22 +207,13 @@ TEST( BaseFile, ThrowsAndLeavesOtherPeoplesHandlesOpen )
     EXPECT_EQ( "", Thrown( [&] { aReader.Close(), aReader.Flush(), aReader.Abort(); } ) );
 }
 
-// Callers of another compiler use the table.
 TEST( BaseFile, SlotsOfTheTableStandInTheirOrder )
 {
     using B = BaseFile;
-    std::vector<size_t> aSlots;
-    // What a pointer to a virtual function holds: its distance in the table, and 1.
-    const auto Take = [&]( auto pOperation )
-    {
-        size_t uOffset = 0;
-        std::memcpy( &uOffset, &pOperation, sizeof( uOffset ) );
-        aSlots.push_back( ( uOffset - 1 ) / sizeof( void* ) );
-    };
-    const auto TakeAll = [&]( auto... pOperation ) { ( Take( pOperation ), ... ); };
-    TakeAll( &B::GetPosition, &B::SetFilePath, &B::Open, &B::Duplicate, &B::Seek, &B::SetLength,
-             &B::GetLength, &B::Read, &B::Write, &B::LockRange, &B::UnlockRange, &B::Abort, &B::Flush,
-             &B::Close, &B::GetBufferPtr );
+    const std::vector<size_t> aSlots =
+        SlotsOf( &B::GetPosition, &B::SetFilePath, &B::Open, &B::Duplicate, &B::Seek, &B::SetLength,
+                 &B::GetLength, &B::Read, &B::Write, &B::LockRange, &B::UnlockRange, &B::Abort, &B::Flush,
+                 &B::Close, &B::GetBufferPtr );
     for ( size_t i = 0; i < aSlots.size(); ++i )
         EXPECT_EQ( i < 14 ? i : i + 2, aSlots[i] ) << "the destructor has two slots of this compiler's";
 }

@@ -2,6 +2,8 @@
 
 #include "platform/object/handletable.h"
 #include "platform/testobject.h"
+#include "support/forked.h"
+#include "support/sanitizer.h"
 #include "support/threads.h"
 
 #include <bxtools/platform.h>
@@ -9,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
@@ -22,27 +23,10 @@ const char* __tsan_default_options()
 {
     return "die_after_fork=0";
 }
-constexpr bool THREAD_SANITIZER = true;
-#else
-constexpr bool THREAD_SANITIZER = false;
 #endif
 
 namespace
 {
-// Runs the checks in a child of fork: 0, or the number of the check that failed. A child that hangs is killed.
-int InChild( const std::function<int()>& aChecks )
-{
-    const pid_t nChild = fork();
-    if ( nChild == 0 )
-    {
-        alarm( 20 );
-        _exit( aChecks() );
-    }
-    int nStatus = 0;
-    waitpid( nChild, &nStatus, 0 );
-    return WIFEXITED( nStatus ) ? WEXITSTATUS( nStatus ) : 1000 + nStatus;
-}
-
 // A thread that holds a lock, entered twice, until it is told to leave.
 class Holder
 {

@@ -4,6 +4,7 @@
 #include "platform/registry/regstore.h"
 #include "platform/registrysupport.h"
 #include "support/failnew.h"
+#include "support/forked.h"
 #include "support/scratchfolder.h"
 #include "support/secondprocess.h"
 
@@ -35,19 +36,6 @@ void BecomeNobody()
     constexpr uid_t NOBODY = 65534;
     if ( geteuid() == 0 && ( setgid( NOBODY ) != 0 || setuid( NOBODY ) != 0 ) )
         std::abort();
-}
-
-int InChild( const std::function<int()>& aChecks )
-{
-    const pid_t nChild = fork();
-    if ( nChild == 0 )
-    {
-        alarm( 20 );
-        _exit( aChecks() );
-    }
-    int nStatus = 0;
-    waitpid( nChild, &nStatus, 0 );
-    return WIFEXITED( nStatus ) ? WEXITSTATUS( nStatus ) : 1000 + nStatus;
 }
 } // namespace
 

@@ -1,6 +1,7 @@
 // Threads that others suspend, and end by force, at any moment; processes that are ended.
 
 #include "core/guards.h"
+#include "support/sanitizer.h"
 #include "support/secondprocess.h"
 
 #include <bxtools/platform.h>
@@ -14,13 +15,6 @@
 #include <fstream>
 #include <iterator>
 #include <pthread.h>
-
-#if defined( __SANITIZE_THREAD__ )
-// It waits for ever for a thread that left without telling it.
-#define SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED() GTEST_SKIP();
-#else
-#define SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED()
-#endif
 
 namespace
 {
@@ -153,7 +147,7 @@ TEST( ThreadStop, SuspendedAnywhereItStandsStillAndTheLibraryGoesOn )
 
 TEST( ThreadStop, EndedWhereverItIsItLeavesNothingHeld )
 {
-    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED()
+    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED();
     for ( const LPTHREAD_START_ROUTINE pFunction : g_apEndless )
     {
         for ( const DWORD dwSuspended : { 0u, 1u, 2u } )
@@ -181,7 +175,7 @@ TEST( ThreadStop, EndedWhereverItIsItLeavesNothingHeld )
 
 TEST( ThreadStop, EndedAtAnyMomentItHandsOnWhatItHas )
 {
-    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED()
+    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED();
     for ( const LPCSTR pName : { "handed on", static_cast<LPCSTR>( NULL ) } )
     {
         Hammered aHammered{
@@ -246,7 +240,7 @@ TEST( ThreadStop, EndedInsideMallocItDoesNotKeepWhoeverEndsItThere )
 
 TEST( ThreadStop, AThousandEndsLeaveNothingBehind )
 {
-    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED()
+    SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED();
     const HANDLE hNamed = CreateEventA( NULL, TRUE, FALSE, "of thousands" );
     ASSERT_EQ( 0, pthread_key_create( &g_aKey, NULL ) );
     std::array<size_t, 3> anBefore{};

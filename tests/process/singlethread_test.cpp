@@ -1,6 +1,7 @@
 // Worker threads: begun, stopped, continued and ended in every order, whatever the work does.
 #include "support/failnew.h"
 #include "support/recorder.h"
+#include "support/sanitizer.h"
 
 #include <bxtools/debug.h>
 #include <bxtools/error.h>
@@ -14,13 +15,6 @@
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#if defined( __SANITIZE_THREAD__ )
-// It waits for ever for a thread that left without telling it.
-#define SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED() GTEST_SKIP();
-#else
-#define SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED()
-#endif
 
 namespace
 {
