@@ -158,7 +158,9 @@ Taking Mutex::WaitAndTake( const WaitLimit& rLimit ) noexcept
 {
     if ( IsOwn() )
         return TryTake();
-    const bool fSeenFree = m_aSpin.Until( [this] { return GetLockOwner( m_raLock ) == 0; } );
+    // In this time its owner takes and gives it back some ten times, undisturbed.
+    constexpr int BACK_OFF = 128;
+    const bool fSeenFree = m_aSpin.Until<BACK_OFF>( [this] { return GetLockOwner( m_raLock ) == 0; } );
     const int nOutcome = fSeenFree ? pthread_mutex_trylock( &m_raLock ) : EBUSY;
     return NoteTaken( nOutcome != EBUSY ? nOutcome : SleepForLock( m_raLock, rLimit ) );
 }

@@ -7,6 +7,7 @@
 // never spins.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <ctime>
@@ -21,23 +22,27 @@ class SpinWait
 {
 public:
     // Result: whether the look, which is to be cheap and to change nothing, gave true in time.
-    template <class Look>
+    //   MOST_PAUSES  to so many the pauses between two looks grow: every look takes the memory away from whoever works in it.
+    template <int MOST_PAUSES = 1, class Look>
     bool Until( Look aLook ) noexcept
     {
         const uint32_t uBudget = TakeBudget();
         if ( uBudget == 0 )
             return false;
         const uint64_t ullEnd = Nanoseconds() + uBudget;
+        int nPauses = 1;
         do
         {
-            for ( int i = 0; i < LOOKS_BY_CLOCK; ++i )
+            for ( int i = 0; i < PAUSES_BY_CLOCK; i += nPauses )
             {
                 if ( aLook() )
                 {
                     m_uBudget.store( MOST_NANOSECONDS, std::memory_order_relaxed );
                     return true;
                 }
-                Pause();
+                for ( int j = 0; j < nPauses; ++j )
+                    Pause();
+                nPauses = std::min( nPauses * 2, MOST_PAUSES );
             }
         } while ( Nanoseconds() < ullEnd );
         m_uBudget.store( uBudget / 2 >= LEAST_NANOSECONDS ? uBudget / 2 : 0, std::memory_order_relaxed );
@@ -60,7 +65,7 @@ private:
     static constexpr uint32_t LEAST_NANOSECONDS = 1000;
     static constexpr uint32_t WAITS_BY_TRY = 256;
     static constexpr uint32_t FIRST_LONG_TRY = 8;
-    static constexpr int LOOKS_BY_CLOCK = 16;
+    static constexpr int PAUSES_BY_CLOCK = 64;
 
     // Several threads may wait for one object: what they make of it together is a guess all the same.
     uint32_t TakeBudget() noexcept
