@@ -42,17 +42,17 @@ BOOL FailAndShow( CallReport& rReport, LPCTSTR pReason, MString& aText, DWORD dw
     return rReport.Fail( fShown ? pReason : " Error: !GetOriginErrText( szOut, lCurErr )" );
 }
 
-BOOL RunRegistryFunction( CallReport& rReport, LPCTSTR pModuleName, LPCTSTR pFunctionName )
+BOOL RunRegistryFunction( CallReport& rReport, const LoadedLibrary& rModule, LPCTSTR pModuleName,
+                          LPCTSTR pFunctionName )
 {
-    const LoadedLibrary aModule( pModuleName );
-    if ( !aModule )
+    if ( !rModule )
     {
         const DWORD dwLastError = GetLastError();
         MString aText( " Error: LoadLibrary( pModuleName ) failed.\r\npModuleName = " );
         aText += pModuleName != NULL ? pModuleName : "";
         return FailAndShow( rReport, " Error: hInst == NULL", aText, dwLastError );
     }
-    const REGISTRYFUNC aFunc = As<REGISTRYFUNC>( aModule.Get<FARPROC>( pFunctionName ) );
+    const REGISTRYFUNC aFunc = As<REGISTRYFUNC>( rModule.Get<FARPROC>( pFunctionName ) );
     if ( aFunc == NULL )
     {
         const DWORD dwLastError = GetLastError();
@@ -74,7 +74,10 @@ BOOL RunRegistryFunction( CallReport& rReport, LPCTSTR pModuleName, LPCTSTR pFun
 BOOL CallRegistryFunction( LPCTSTR pModuleName, LPCTSTR pFunctionName )
 {
     CallReport aReport( "From BOOL CallRegistryFunction( LPCTSTR pModuleName, LPCTSTR pFunctionName )" );
-    return aReport.Guard( [&] { return RunRegistryFunction( aReport, pModuleName, pFunctionName ); } );
+    // Outside the guard: what the module throws is destroyed there, by code of the module.
+    const LoadedLibrary aModule( pModuleName );
+    return aReport.Guard( [&]
+                          { return RunRegistryFunction( aReport, aModule, pModuleName, pFunctionName ); } );
 }
 
 LPCTSTR EntryOf( int nRegisterMode )

@@ -20,10 +20,16 @@ static std::string ShownBy( const std::string& strModule, int nMode )
 TEST( RegisterModule, CallsTheEntryOfTheMode )
 {
     static char s_szMay[] = "BX_MAY_REGISTER=1";
+    static char s_szThrow[] = "BX_MAY_REGISTER=throw";
     static char s_szMayNot[] = "BX_MAY_REGISTER=";
     putenv( s_szMay );
     DebugRecorder aRecorder;
     EXPECT_TRUE( RegisterModule( MODULE, 1 ) );
+    putenv( s_szThrow );
+    EXPECT_FALSE( RegisterModule( MODULE, 1 ) );
+    EXPECT_EQ( std::string( "CallRegistryFunction|Severe error occurred executing this function\n" ) +
+                   NOT_CALLED,
+               Reported( aRecorder ) );
     putenv( s_szMayNot );
     EXPECT_EQ( NULL, GetModuleHandleA( MODULE ) );
     EXPECT_FALSE( RegisterModule( MODULE, 0 ) || RegisterModule( MODULE, 3 ) );
