@@ -64,9 +64,15 @@ void PumpUntilSet( HANDLE hEvent )
         const DWORD dwResult = MsgWaitForMultipleObjects( 1, &hEvent, FALSE, INFINITE, ALL_INPUT );
         if ( dwResult == WAIT_OBJECT_0 )
             return;
+        if ( dwResult != WAIT_FAILED )
+            continue;
         // Where there is no room for a wait for both, the event is what counts.
-        if ( dwResult == WAIT_FAILED && WaitForSingleObject( hEvent, INFINITE ) == WAIT_OBJECT_0 )
+        if ( WaitForSingleObject( hEvent, INFINITE ) == WAIT_OBJECT_0 )
             return;
+        // Somebody else has closed it: nothing will set it, but messages are to flow, and the processor to rest.
+        MSG aMessage{};
+        GetMessageA( &aMessage, NULL, 0, 0 );
+        DispatchMessageA( &aMessage );
     }
 }
 
