@@ -51,15 +51,14 @@ LPCTSTR AskSections( NLSServer& rServer, std::string_view aSection, std::string_
 
 } // namespace
 
-NlsText LookUpNlsText( LPCTSTR pstSec, LPCTSTR pstSecCom, LPCTSTR pstKey ) noexcept
+NlsText LookUpNlsText( LPCTSTR pstSec, LPCTSTR pstSecCom, LPCTSTR pstKey )
 {
     if ( pstKey == NULL )
         return { NULL, FALSE, " Error: pstKey == NULL" };
     return LookUpNlsText( ViewOf( pstSec ), ViewOf( pstSecCom ), ViewOf( pstKey ) );
 }
 
-NlsText LookUpNlsText( std::string_view aSection, std::string_view aCommonSection,
-                       std::string_view aKey ) noexcept
+NlsText LookUpNlsText( std::string_view aSection, std::string_view aCommonSection, std::string_view aKey )
 {
     if ( aKey.empty() )
         return { aKey.data(), FALSE, " Error: *pstKey == NIL" };

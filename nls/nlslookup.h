@@ -18,10 +18,9 @@ struct NlsText
 
 //   pstSec     the section; NULL is "".
 //   pstSecCom  the common section; NULL or empty: there is none.
-//   pstKey     may be part of no text that a lookup gave.
+//   pstKey     not part of a text that a lookup gave.
 // A key that has no text is told to the library's debug hook when the server's debug flag is set.
-// Threads: any. The last error is preserved. Never throws.
-NlsText LookUpNlsText( LPCTSTR pstSec, LPCTSTR pstSecCom, LPCTSTR pstKey ) noexcept;
+// Threads: any. The last error is preserved. Throws nothing but the forced unwinding of a cancelled thread.
+NlsText LookUpNlsText( LPCTSTR pstSec, LPCTSTR pstSecCom, LPCTSTR pstKey );
 // The same of texts whose lengths are known. A zero stands behind the key.
-NlsText LookUpNlsText( std::string_view aSection, std::string_view aCommonSection,
-                       std::string_view aKey ) noexcept;
+NlsText LookUpNlsText( std::string_view aSection, std::string_view aCommonSection, std::string_view aKey );
