@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -90,14 +91,18 @@ BOOL ChannelBuffer::CheckBuffSize( ULONG ulBytes ) noexcept
     const ULONGLONG ullBytes = ulBytes;
     if ( m_pView != NULL && ullBytes + CHANNEL_UNCOUNTED_BYTES <= ulOldSize )
         return TRUE;
-    if ( ullBytes + GROWTH > std::max( ulOldSize, CHANNEL_RESERVED_BYTES ) )
-        return FALSE;
     // The memory must live while this side has none mapped: the other one's process may just be ending.
     const MString aChannelName( m_aChannelName );
     const KernelHandle aKeptAlive( OpenFileMappingA( FILE_MAP_READ, FALSE, aChannelName ) );
+    // How much may be mapped of memory that is there its maker has decided.
+    const ULONG ulMost =
+        aKeptAlive ? std::numeric_limits<ULONG>::max() : std::max( ulOldSize, CHANNEL_RESERVED_BYTES );
+    if ( ullBytes + GROWTH > ulMost )
+        return FALSE;
     const ULONG ulNewSize = std::max( ulBytes + GROWTH, m_pView != NULL ? 0 : ulOldSize );
     if ( Unmap() && Init( aChannelName, m_nIsSender, ulNewSize, m_pCallBackFunc, m_pExtraData ) && Map() )
         return TRUE;
+    const LastErrorGuard aLastError;
     m_ulBufferSize = ulOldSize;
     if ( m_pView == NULL )
         Map();
