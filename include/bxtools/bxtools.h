@@ -18,7 +18,9 @@
 #include <bxtools/nls.h>
 #include <bxtools/nlsserver.h>
 #include <bxtools/path.h>
+#include <bxtools/nlswindow.h>
 #include <bxtools/process.h>
 #include <bxtools/registry.h>
 #include <bxtools/sync.h>
 #include <bxtools/thread.h>
+#include <bxtools/window_system.h>
