@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 #include <unistd.h>
 
@@ -17,9 +18,10 @@ static std::string Tool( const std::vector<std::string>& aArguments )
     return std::to_string( aResult.nExitCode ) + " " + aResult.strOutput;
 }
 
-// Becomes bxtool.
+// Becomes bxtool, of a parent that wants to hear of no child's end.
 BX_ROLE( tool )
 {
+    std::signal( SIGCHLD, SIG_IGN );
     std::vector<char*> aPointers = { const_cast<char*>( BXTOOL_PROGRAM ) };
     for ( const std::string& strArgument : Arguments )
         aPointers.push_back( const_cast<char*>( strArgument.c_str() ) );

@@ -31,6 +31,8 @@ namespace
 
 int RunCommand( const std::vector<std::string>& aCommand )
 {
+    // Who started us may have turned them off, and with them the answer of waitpid.
+    std::signal( SIGCHLD, SIG_DFL );
     const pid_t nOwn = getpid();
     const pid_t nChild = fork();
     if ( nChild == 0 )
