@@ -11,7 +11,7 @@ namespace
 {
 
 constexpr AddFamily FAMILIES[] = {
-    AddErrorsFamily, AddRegFamily, AddIniFamily,       AddDebugFamily,
+    AddErrorsFamily, AddRegFamily, AddIniFamily,       AddNlsFamily,    AddDebugFamily,
     AddFileFamily,   AddIpcFamily, AddProcessCommands, AddSyncCommands,
 };
 

@@ -7,7 +7,8 @@ namespace
 {
 
 constexpr AddFamily COMMANDS[] = {
-    AddShowCommand, AddMakeCommand, AddFindCommand, AddCountCommand, AddReverseCommand, AddAppendCommand,
+    AddShowCommand,  AddExplainCommand, AddMakeCommand,   AddFindCommand,
+    AddCountCommand, AddReverseCommand, AddAppendCommand,
 };
 
 constexpr char EXAMPLES[] =
@@ -15,6 +16,7 @@ constexpr char EXAMPLES[] =
     "line end behind the last record, as an editor or echo adds it, is dropped.\n\n"
     "Examples:\n"
     "  bxtool errors show failed.stream\n"
+    "  bxtool errors explain failed.stream --language 49,44\n"
     "  bxtool errors make --class BXTOOLS.ERRCLS_SYS_HRESULT --number 0x80070005 >one.stream\n"
     "  bxtool errors append failed.stream one.stream >both.stream\n"
     "  bxtool errors find both.stream --system-error 2\n\n";
@@ -23,8 +25,8 @@ constexpr char EXAMPLES[] =
 
 void AddErrorsFamily( CLI::App& rProgram, ExitCode& rExitCode )
 {
-    CLI::App* pFamily =
-        rProgram.add_subcommand( "errors", "Error streams: show, make, find, count, reverse, append" );
+    CLI::App* pFamily = rProgram.add_subcommand(
+        "errors", "Error streams: show, explain, make, find, count, reverse, append" );
     pFamily->footer( std::string( EXAMPLES ) + EXIT_CODE_HELP );
     pFamily->require_subcommand( 1 );
     for ( AddFamily pAddCommand : COMMANDS )

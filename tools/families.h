@@ -16,6 +16,8 @@ void AddErrorsFamily( CLI::App& rProgram, ExitCode& rExitCode );
 void AddRegFamily( CLI::App& rProgram, ExitCode& rExitCode );
 // bxtool ini: INI files.
 void AddIniFamily( CLI::App& rProgram, ExitCode& rExitCode );
+// bxtool nls: texts in the languages of the users.
+void AddNlsFamily( CLI::App& rProgram, ExitCode& rExitCode );
 // bxtool file: what reports on files mean.
 void AddFileFamily( CLI::App& rProgram, ExitCode& rExitCode );
 // bxtool debug: debug messages.

@@ -4,6 +4,7 @@
 #include "examples/tour/bytepipe.h"
 #include "examples/tour/narrate.h"
 #include "examples/tour/settings.h"
+#include "examples/tour/translate.h"
 #include "examples/tour/workers.h"
 
 #include <bxtools/debug.h>
@@ -16,6 +17,7 @@
 #include <deque>
 #include <filesystem>
 #include <thread>
+#include <utility>
 
 namespace
 {
@@ -104,12 +106,17 @@ bool SaveStream( const MString& aStream )
 
 // ---- the second process -----------------------------------------------------------------------------------------
 
-// The other programs of the tour lie beside this one and have its ending.
-MString FindBeside( const char* pName )
+std::filesystem::path OwnPath()
 {
     char szPath[4096] = "";
     GetModuleFileNameA( NULL, szPath, sizeof( szPath ) );
-    std::filesystem::path aPath( szPath );
+    return szPath;
+}
+
+// The other programs of the tour lie beside this one and have its ending.
+MString FindBeside( const char* pName )
+{
+    std::filesystem::path aPath = OwnPath();
     aPath.replace_filename( pName + aPath.extension().string() );
     return aPath.string().c_str();
 }
@@ -206,6 +213,23 @@ bool EditAtOnce()
     return fAll;
 }
 
+// ---- the errors in the languages of their readers -----------------------------------------------------------------
+
+bool ShowInLanguages( const MString& aStream )
+{
+    Narrate(
+        "\n8. In the end a user reads them, in the user's language; what the system says is in its own words:" );
+    const MString aTexts = OwnPath().replace_filename( "nls" ).string().c_str();
+    bool fShown = true;
+    for ( const auto& [usLanguage, pName] :
+          { std::pair( USHORT( 49 ), "German" ), std::pair( USHORT( 44 ), "English" ) } )
+    {
+        Narrate( "   %s, language %d:", pName, usLanguage );
+        fShown = ShowTranslated( aStream, aTexts, usLanguage ) && fShown;
+    }
+    return fShown;
+}
+
 } // namespace
 
 int main()
@@ -218,8 +242,9 @@ int main()
     OverflowStack();
     SwitchOffAndOn();
     const bool fEdited = EditAtOnce();
+    const bool fTranslated = ShowInLanguages( aStream );
     if ( fSaved )
         Narrate( "\nThe stream lies in %s; \"bxtool errors show %s\" prints it as a table.", STREAM_FILE,
                  STREAM_FILE );
-    return fSaved && fShown && fEdited ? 0 : 1;
+    return fSaved && fShown && fEdited && fTranslated ? 0 : 1;
 }

@@ -9,8 +9,12 @@
 namespace
 {
 
+// The class of the tour's own errors: the group SETTINGS of the language file TOUR.CSV, whose keys are the numbers.
+const char SETTINGS_CLASS[] = "TOUR.SETTINGS";
+const ERR SETTINGS_NOT_READ = 1;
+
 // An error of the C run-time library: its class is errno, its number the errno. The origin text stays empty, so that
-// the record takes the run-time library's own text.
+// the record takes the run-time library's own text. What it means for the program is an error of the program's own.
 void OpenSettings( const char* pFileName, const char* pMode )
 {
     FILE* pFile = fopen( pFileName, pMode );
@@ -20,10 +24,12 @@ void OpenSettings( const char* pFileName, const char* pMode )
         return;
     }
     const int nError = errno;
+    SetLastErr( ERRCLS_SYS_ERRNO, nError, 0, MString(), "settings: cannot open the file", MString() );
     // One parameter for each conversion: the message that a translation shows has a place for each.
     MString aParameters;
     SetErrorTextParams( aParameters, "%s%s", pFileName, pMode );
-    SetLastErr( ERRCLS_SYS_ERRNO, nError, 0, MString(), "settings: cannot open the file", aParameters );
+    SetLastErr( SETTINGS_CLASS, SETTINGS_NOT_READ, 0, "no settings", "settings: the defaults apply",
+                aParameters );
 }
 
 // An error of the system: the class is last error. Its number is the program's own, a key among its messages; the

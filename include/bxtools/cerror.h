@@ -67,8 +67,8 @@ extern "C"
     DLL_EXPORT_MOD BOOL DLL_EXPORT C_ReverseStream( LPTSTR aErrStream );
 
     // Writes a stream to the debug messages, translated; see OnDebugErrorStream.
-    DLL_EXPORT_MOD BOOL DLL_EXPORT C_OnDebugErrorStream( LPCTSTR aErrStream, LPCTSTR aModName, LPCTSTR aHeader,
-                                                         LPCTSTR aOutText );
+    DLL_EXPORT_MOD BOOL DLL_EXPORT C_OnDebugErrorStream( LPCTSTR aErrStream, LPCTSTR aModName,
+                                                         LPCTSTR aHeader, LPCTSTR aOutText );
 
 #ifdef __cplusplus
 }

@@ -10,14 +10,14 @@ TEST( Tour, CarriesTheErrorsOfItsThreadsToAnotherProcess )
     ProgramResult aTour = aFolder.Run( BXTOUR_PROGRAM, {} );
     std::erase( aTour.strOutput, '\r' );
     EXPECT_EQ( 0, aTour.nExitCode ) << aTour.strErrors;
-    EXPECT_TRUE( Holds( aTour.strOutput, "together  6 errors in " ) ) << aTour.strOutput;
+    EXPECT_TRUE( Holds( aTour.strOutput, "together  8 errors in " ) ) << aTour.strOutput;
     EXPECT_TRUE( Holds( aTour.strOutput, "3 of 3 end when they are told to." ) ) << aTour.strOutput;
 
     // What the second process printed.
     for ( const char* pLine :
           { "\n     1. settings: cannot open the file\n", "concerns    no-such-settings.ini, r\n",
             "concerns    ., w\n", "class       BXTOOLS.ERRCLS_SYS_LASTERROR\n", "origin      LoadLibraryA\n",
-            "concerns    NOSUCHPLUGIN.DLL\n", "\n     6. texts: the text is left out\n",
+            "concerns    NOSUCHPLUGIN.DLL\n", "\n     8. texts: the text is left out\n",
             "number      -2147024890 (hex: 0x80070006)\n" } )
         EXPECT_TRUE( Holds( aTour.strOutput, pLine ) ) << pLine << aTour.strOutput;
 
@@ -34,13 +34,22 @@ TEST( Tour, CarriesTheErrorsOfItsThreadsToAnotherProcess )
     EXPECT_TRUE( Holds( aTour.strOutput, "50 edits were counted, and 50 keys added: nothing was lost\n" ) )
         << aTour.strOutput;
 
+    // What users read.
+    for (
+        const char* pLine :
+        { "     2. Die Einstellungen in no-such-settings.ini sind nicht lesbar (Zugriffsart r). Es gelten die Vorgaben.\n",
+          "        Schweregrad: Fehler\n", "     1. There is no such file or directory.\n",
+          "     4. The settings in . cannot be used (mode w). The defaults apply.\n",
+          "        Severity: Error\n" } )
+        EXPECT_TRUE( Holds( aTour.strOutput, pLine ) ) << pLine << aTour.strOutput;
+
     // What it recommends to look at next.
     const ProgramResult aShown = aFolder.Errors( { "show", "--json", "tour.stream" } );
     EXPECT_EQ( 0, aShown.nExitCode ) << aShown.strErrors;
     const nlohmann::json aRecords = nlohmann::json::parse( aShown.strOutput )["records"];
-    ASSERT_EQ( 6u, aRecords.size() );
-    EXPECT_EQ( 126, aRecords[2]["systemError"].get<int>() );
-    EXPECT_EQ( 127, aRecords[3]["systemError"].get<int>() );
+    ASSERT_EQ( 8u, aRecords.size() );
+    EXPECT_EQ( 126, aRecords[4]["systemError"].get<int>() );
+    EXPECT_EQ( 127, aRecords[5]["systemError"].get<int>() );
 }
 
 TEST( Tour, TheReaderRefusesWhatIsNoStream )

@@ -5,6 +5,7 @@
 
 void AddShowCommand( CLI::App& rFamily, ExitCode& rExitCode );
 void AddMakeCommand( CLI::App& rFamily, ExitCode& rExitCode );
+void AddExplainCommand( CLI::App& rFamily, ExitCode& rExitCode );
 void AddFindCommand( CLI::App& rFamily, ExitCode& rExitCode );
 void AddCountCommand( CLI::App& rFamily, ExitCode& rExitCode );
 void AddReverseCommand( CLI::App& rFamily, ExitCode& rExitCode );

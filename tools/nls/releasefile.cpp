@@ -1,0 +1,153 @@
+#include "tools/nls/releasefile.h"
+
+#include "runtime/rwbtreeondisk.h"
+#include "tools/errors/decodedrecord.h"
+#include "tools/progressbar.h"
+#include "tools/toolfailure.h"
+
+#include <bxtools/btree.h>
+#include <bxtools/platform.h>
+#include <bxtools/sync.h>
+
+#include <algorithm>
+#include <filesystem>
+
+namespace
+{
+
+constexpr size_t CODE_LENGTH = 3;
+
+[[noreturn]] void ThrowNotWritten( const std::string& aPath, const std::string& aReason )
+{
+    throw ToolFailure( ExitCode::Output, "cannot write " + aPath + ": " + aReason );
+}
+
+// One builder of a file at a time. A builder that is killed gives way to the next.
+class BuilderLock
+{
+public:
+    explicit BuilderLock( const std::string& aPath )
+    {
+        // A lock's name takes no path as it is.
+        const std::string aName = "bxtool.nls." + std::to_string( std::hash<std::string>()( aPath ) );
+        if ( !EnterInterProcessCriticalSection( aName.c_str(), &m_hSection ) )
+            ThrowNotWritten( aPath, "the lock against other builders cannot be taken: " +
+                                        GetSystemText( GetLastError() ) );
+    }
+    ~BuilderLock() { ReleaseInterProcessCriticalSection( m_hSection ); }
+    BuilderLock( const BuilderLock& ) = delete;
+    BuilderLock& operator=( const BuilderLock& ) = delete;
+
+private:
+    HANDLE m_hSection = NULL;
+};
+
+// The last report of a tree file.
+std::string& LastReport()
+{
+    static std::string s_aReport;
+    return s_aReport;
+}
+
+void DLL_EXPORT KeepReport( LPCTSTR, LPCTSTR pMessage )
+{
+    LastReport() = pMessage != NULL ? pMessage : "";
+}
+
+void WritePairs( const std::string& aPath, const std::vector<ReleasePair>& rPairs, size_t nKeyLength )
+{
+    NlsBTreeOnDisk aTree( aPath.c_str(), static_cast<unsigned>( nKeyLength ), "rb+", FALSE );
+    if ( !aTree.IsStatusOk() )
+        ThrowNotWritten( aPath, GetSystemText( GetLastError() ) );
+    LastReport().clear();
+    aTree.SetDbgFunc( KeepReport );
+    ProgressBar aBar( "texts", rPairs.size() );
+    for ( size_t i = 0; i < rPairs.size() && LastReport().empty(); i++ )
+    {
+        aTree.WriteKeyStringPairToFile( rPairs[i].aKey.c_str(), rPairs[i].aValue.c_str() );
+        aBar.Show( i );
+    }
+    if ( !aTree.Close() || !LastReport().empty() )
+        ThrowNotWritten( aPath, LastReport() );
+}
+
+// What programs will be given is what was meant.
+void ReadPairsAgain( const std::string& aPath, const std::vector<ReleasePair>& rPairs )
+{
+    NlsBTreeOnDisk aTree( aPath.c_str(), 0, "rb", FALSE );
+    for ( const ReleasePair& rPair : rPairs )
+    {
+        int nFound = 0;
+        const char* pText = aTree.ReadKeyStringPairFromFile( rPair.aKey.c_str(), nFound, "" );
+        if ( nFound == 0 || rPair.aValue != pText )
+            ThrowNotWritten( aPath, "the text of " + rPair.aKey + " cannot be read again" );
+    }
+}
+
+// As the old file was; a new one is as its folder makes it.
+void TakeOverMode( const std::filesystem::path& rOld, const std::filesystem::path& rNew )
+{
+    std::error_code aError;
+    const auto aStatus = std::filesystem::status( rOld, aError );
+    if ( !aError && std::filesystem::exists( aStatus ) )
+        std::filesystem::permissions( rNew, aStatus.permissions(), aError );
+}
+
+} // namespace
+
+void WriteReleaseFile( const std::string& aPath, const std::vector<ReleasePair>& rPairs, size_t nKeyLength )
+{
+    // A link stays, what it names is replaced.
+    std::error_code aError;
+    std::filesystem::path aFile = std::filesystem::weakly_canonical( aPath, aError );
+    if ( aError )
+        aFile = std::filesystem::absolute( aPath );
+    const std::string aBeside = aFile.string() + ".new";
+    const BuilderLock aLock( aFile.string() );
+    std::filesystem::remove( aBeside, aError );
+    size_t nLongest = nKeyLength + CODE_LENGTH;
+    if ( nKeyLength == 0 )
+        for ( const ReleasePair& rPair : rPairs )
+            nLongest = std::max( nLongest, rPair.aKey.size() );
+    try
+    {
+        WritePairs( aBeside, rPairs, nLongest );
+        ReadPairsAgain( aBeside, rPairs );
+        TakeOverMode( aFile, aBeside );
+        std::filesystem::rename( aBeside, aFile, aError );
+        if ( aError )
+            ThrowNotWritten( aPath, aError.message() );
+    }
+    catch ( ... )
+    {
+        std::filesystem::remove( aBeside, aError );
+        throw;
+    }
+}
+
+std::vector<ReleasePair> ReadReleaseFile( const std::string& aPath )
+{
+    struct Reader
+    {
+        RWFileManager aFile;
+        std::vector<ReleasePair> aPairs;
+    };
+    try
+    {
+        Reader aReader{ RWFileManager( aPath.c_str(), "rb" ), {} };
+        const auto TakePair = []( const char* pKey, RWoffset lValue, void* pReader )
+        {
+            Reader& rReader = *static_cast<Reader*>( pReader );
+            RWCString aText;
+            rReader.aFile.SeekTo( lValue );
+            aText.restoreFrom( rReader.aFile );
+            rReader.aPairs.push_back( { pKey, std::string( aText.data(), aText.length() ) } );
+        };
+        RWBTreeOnDisk( aReader.aFile ).applyToKeyAndValue( TakePair, &aReader );
+        return aReader.aPairs;
+    }
+    catch ( const RWFileErr& aError )
+    {
+        throw ToolFailure( ExitCode::Input, "cannot read " + aPath + ": " + aError.what() );
+    }
+}
