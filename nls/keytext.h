@@ -1,6 +1,7 @@
 // A key that is put together for a lookup, on the stack unless it is long.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -13,9 +14,9 @@ public:
     // Pieces of this many characters altogether, at most.
     explicit KeyText( size_t ulRoom ) noexcept
     {
-        if ( ulRoom + SLACK > sizeof( m_szInside ) )
+        if ( ulRoom >= sizeof( m_szInside ) )
         {
-            m_pOutside.reset( new ( std::nothrow ) char[ulRoom + SLACK] );
+            m_pOutside.reset( new ( std::nothrow ) char[ulRoom + 1] );
             m_pBegin = m_pEnd = m_pOutside.get();
         }
         if ( m_pEnd != NULL )
@@ -38,22 +39,34 @@ public:
     {
         if ( m_pEnd == NULL )
             return;
-        // All that fits into a word at once; what lies behind the piece is overwritten afterwards.
-        std::memset( m_pEnd + aPiece.copy( m_pEnd, aPiece.size() ), 0, SLACK );
-        for ( size_t ulDone = 0; ulDone < aPiece.size(); ulDone += sizeof( uint64_t ) )
+        const size_t ulLength = aPiece.size();
+        if ( ulLength < WORD )
+            std::transform( aPiece.begin(), aPiece.end(), m_pEnd, &UpperCharacter );
+        else
         {
-            uint64_t ullWord;
-            std::memcpy( &ullWord, m_pEnd + ulDone, sizeof( ullWord ) );
-            ullWord -= LowerLetters( ullWord ) >> 2;
-            std::memcpy( m_pEnd + ulDone, &ullWord, sizeof( ullWord ) );
+            for ( size_t ulDone = 0; ulDone + WORD < ulLength; ulDone += WORD )
+                CopyUpperWord( m_pEnd + ulDone, aPiece.data() + ulDone );
+            // The last word may take part of the one before it once more.
+            CopyUpperWord( m_pEnd + ulLength - WORD, aPiece.data() + ulLength - WORD );
         }
-        m_pEnd += aPiece.size();
+        m_pEnd += ulLength;
+        *m_pEnd = '\0';
     }
 
 private:
-    // For the zero, and for the rest of a word.
-    static constexpr size_t SLACK = sizeof( uint64_t );
+    static constexpr size_t WORD = sizeof( uint64_t );
 
+    static constexpr char UpperCharacter( char c ) noexcept
+    {
+        return static_cast<char>( c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c );
+    }
+    static void CopyUpperWord( char* pTo, const char* pFrom ) noexcept
+    {
+        uint64_t ullWord;
+        std::memcpy( &ullWord, pFrom, WORD );
+        ullWord -= LowerLetters( ullWord ) >> 2;
+        std::memcpy( pTo, &ullWord, WORD );
+    }
     // The top bit of each byte that is a lower-case letter.
     static constexpr uint64_t LowerLetters( uint64_t ullWord ) noexcept
     {
