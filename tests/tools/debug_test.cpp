@@ -45,6 +45,10 @@ TEST_F( DebugTool, ShowsWhatProgramsWroteThatHaveEnded )
     EXPECT_TRUE(
         Holds( Debug( { "last", "--text", "one", "--json" } ), "\"text\":\"bxtool -> one\\r\\n\"" ) );
     EXPECT_EQ( "1 ", Debug( { "last", "--process", "another" } ) );
+    // Of a long name the beginning is kept.
+    m_aFolder.Run( "/bin/sh", { "-c", "ln -s \"" BXTOOL_PROGRAM "\" a-tool-of-a-long-name; "
+                                      "./a-tool-of-a-long-name debug send three" } );
+    EXPECT_TRUE( Holds( Debug( { "last", "--process", "a-tool-of-a-long-name" } ), "-> three\n" ) );
 }
 
 TEST_F( DebugTool, WatchersSeeMessagesAsTheyCome )

@@ -23,7 +23,7 @@ struct ShowOptions
 
 bool Fits( const ShowOptions& rOptions, const SeenMessage& rMessage )
 {
-    return ( rOptions.aProcess.empty() || rOptions.aProcess == rMessage.aProcess ||
+    return ( rOptions.aProcess.empty() || KeptPartOfName( rOptions.aProcess ) == rMessage.aProcess ||
              rOptions.aProcess == std::to_string( rMessage.dwProcess ) ) &&
            rMessage.aText.find( rOptions.aText ) != std::string::npos;
 }

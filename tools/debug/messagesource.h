@@ -12,7 +12,7 @@ struct SeenMessage
     int64_t nMicroseconds; // since 1970
     DWORD dwProcess;
     DWORD dwThread;       // 0: not known
-    std::string aProcess; // the program's name; empty: not known
+    std::string aProcess; // what is kept of the program's name; empty: not known
     std::string aText;
     uint64_t nLost; // bytes of the text that were too many to be kept
 };
@@ -38,3 +38,6 @@ private:
     struct State;
     std::unique_ptr<State> m_pState;
 };
+
+// As much of a program's name as messages carry.
+std::string KeptPartOfName( const std::string& aProcess );

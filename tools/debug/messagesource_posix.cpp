@@ -6,6 +6,7 @@ struct MessageSource::State
 {
     DebugRingReader aReader;
     bool fKept;
+    uint64_t ullPieces = 0; // of the messages that were seen
 };
 
 MessageSource::MessageSource( bool fKept )
@@ -22,10 +23,16 @@ MessageSource::~MessageSource() = default;
 bool MessageSource::Next( SeenMessage& rMessage )
 {
     if ( m_pState->fKept )
+    {
+        // Of what comes meanwhile a ring's worth at most: the writers may be as fast as we are.
+        if ( m_pState->ullPieces >= DEBUG_RING_SLOTS )
+            return false;
         m_pState->aReader.GiveUpUnwritten();
+    }
     DebugRingMessage aMessage;
     if ( !m_pState->aReader.Next( aMessage ) )
         return false;
+    m_pState->ullPieces += aMessage.nPieces;
     constexpr uint64_t NANOSECONDS = 1000;
     rMessage.nMicroseconds = static_cast<int64_t>( aMessage.ullTime / NANOSECONDS );
     rMessage.dwProcess = aMessage.dwProcess;
@@ -44,4 +51,9 @@ void MessageSource::Wait()
 uint64_t MessageSource::TakeMissed()
 {
     return m_pState->aReader.TakeMissed();
+}
+
+std::string KeptPartOfName( const std::string& aProcess )
+{
+    return aProcess.substr( 0, sizeof( DebugPiece::szProcess ) );
 }

@@ -1,5 +1,6 @@
 // A debug monitor: the system hands it each text, one at a time, and keeps none.
 #include "core/guards.h"
+#include "process/processmatch.h"
 #include "tools/debug/messagesource.h"
 #include "tools/toolfailure.h"
 
@@ -19,6 +20,17 @@ constexpr DWORD BUFFER_SIZE = 4096;
                        GetLastError() == ERROR_ALREADY_EXISTS
                            ? "another debug monitor is running, and the system knows one only"
                            : "the system does not let this process be its debug monitor" );
+}
+
+// Empty for a process that has ended already, or may not be asked.
+std::string NameOf( DWORD dwProcess )
+{
+    const KernelHandle aProcess( OpenProcess( PROCESS_QUERY_LIMITED_INFORMATION, FALSE, dwProcess ) );
+    char szPath[MAX_PATH] = "";
+    DWORD dwSize = sizeof( szPath );
+    if ( !aProcess || !QueryFullProcessImageNameA( aProcess.Get(), 0, szPath, &dwSize ) )
+        return std::string();
+    return std::string( FileNamePart( szPath ) );
 }
 
 } // namespace
@@ -63,6 +75,7 @@ bool MessageSource::Next( SeenMessage& rMessage )
     rMessage = {};
     rMessage.nMicroseconds = duration_cast<microseconds>( system_clock::now().time_since_epoch() ).count();
     std::memcpy( &rMessage.dwProcess, m_pState->pView, sizeof( rMessage.dwProcess ) );
+    rMessage.aProcess = NameOf( rMessage.dwProcess );
     const char* const pText = m_pState->pView + sizeof( rMessage.dwProcess );
     rMessage.aText.assign( pText, strnlen( pText, BUFFER_SIZE - sizeof( rMessage.dwProcess ) ) );
     m_pState->fWaited = false;
@@ -78,4 +91,9 @@ void MessageSource::Wait()
 uint64_t MessageSource::TakeMissed()
 {
     return 0;
+}
+
+std::string KeptPartOfName( const std::string& aProcess )
+{
+    return aProcess;
 }

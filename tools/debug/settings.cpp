@@ -1,5 +1,7 @@
 #include "diag/debugsettings.h"
 #include "tools/debug/commands.h"
+#include "tools/errors/decodedrecord.h"
+#include "tools/errors/displaytext.h"
 #include "tools/talk.h"
 
 #include <bxtools/debug.h>
@@ -22,14 +24,9 @@ constexpr size_t MOST_LEVEL_ITEMS = 5;
 [[noreturn]] void ThrowRegistryFailure( const char* pWhat, CRegistry& rRegistry )
 {
     const DWORD dwError = static_cast<DWORD>( rRegistry.GetErrorCode() );
-    char szText[512] = "";
-    FormatMessageA( FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, NULL, dwError, 0, szText,
-                    sizeof( szText ), NULL );
-    std::string_view aText( szText );
-    aText = aText.substr( 0, aText.find_last_not_of( "\r\n. " ) + 1 );
     throw ToolFailure( ExitCode::Output, std::string( pWhat ) + " HKEY_LOCAL_MACHINE\\" + DEBUG_SETTINGS_KEY +
                                              ": error " + std::to_string( dwError ) + ", " +
-                                             std::string( aText ) );
+                                             GetSystemText( dwError ) );
 }
 
 void ConnectMachine( CRegistry& rRegistry )
@@ -69,15 +66,18 @@ std::string DescribeLevels()
     return aLevels;
 }
 
-// What the settings say; "-" for a value that is missing.
+// What the settings say; "-" for a value that is missing, and the error of one that cannot be read.
 std::string ReadSetting( LPCTSTR pName )
 {
     CRegistry aRegistry;
-    ConnectMachine( aRegistry );
     MString aValue;
-    const bool fRead = aRegistry.Open( DEBUG_SETTINGS_KEY, CRegistry::permissionRead ) &&
+    const bool fRead = aRegistry.Connect( (HKEY)CRegistry::keyLocalMachine ) &&
+                       aRegistry.Open( DEBUG_SETTINGS_KEY, CRegistry::permissionRead ) &&
                        aRegistry.GetValue( pName, aValue );
-    return fRead ? aValue.data() : "-";
+    if ( fRead )
+        return MakeVisible( aValue.data() );
+    const int nError = aRegistry.GetErrorCode();
+    return nError == ERROR_FILE_NOT_FOUND ? "-" : "(error " + std::to_string( nError ) + ")";
 }
 
 ExitCode ShowStatus( bool fJson )
