@@ -14,11 +14,13 @@ namespace
 // Of larger codes the library makes its default one.
 constexpr int LARGEST_CODE = 1000;
 
+// Whether it is UTF-8 without a zero, which ends what programs read.
 bool IsText( std::string_view aText )
 {
     constexpr std::string_view REPLACEMENT = "\xEF\xBF\xBD";
-    return MakeVisible( aText ).find( REPLACEMENT ) == std::string::npos ||
-           aText.find( REPLACEMENT ) != aText.npos;
+    return aText.find( '\0' ) == aText.npos &&
+           ( MakeVisible( aText ).find( REPLACEMENT ) == std::string::npos ||
+             aText.find( REPLACEMENT ) != aText.npos );
 }
 
 class LanguageFileParser
@@ -161,13 +163,16 @@ private:
                             "column " + std::to_string( i + 1 ) + " is one too many: " + aReason );
     }
 
-    void CheckText( const LanguageEntry& rEntry, const Language& rLanguage, const Cell& rText )
+    void CheckText( const LanguageEntry& rEntry, const Language& rLanguage, Cell& rText )
     {
         if ( rText.aText.empty() )
             Add( rText.aPlace, "key " + Quoted( rEntry.aKey ) + " has no text for language " +
                                    CodeText( rLanguage.nCode ) );
-        else if ( !IsText( rText.aText ) || rText.aText.find( '\0' ) != std::string::npos )
+        else if ( !IsText( rText.aText ) )
+        {
             Add( rText.aPlace, Quoted( rText.aText ) + " is not UTF-8" );
+            rText.aText.clear();
+        }
         else if ( !rText.fQuoted && rText.aText.starts_with( '"' ) )
             Add( rText.aPlace,
                  "a quote begins this text: whether it belongs to it depends on the reader; put the "

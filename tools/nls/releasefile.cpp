@@ -42,33 +42,22 @@ private:
     HANDLE m_hSection = NULL;
 };
 
-// The last report of a tree file.
-std::string& LastReport()
-{
-    static std::string s_aReport;
-    return s_aReport;
-}
-
-void DLL_EXPORT KeepReport( LPCTSTR, LPCTSTR pMessage )
-{
-    LastReport() = pMessage != NULL ? pMessage : "";
-}
-
 void WritePairs( const std::string& aPath, const std::vector<ReleasePair>& rPairs, size_t nKeyLength )
 {
-    NlsBTreeOnDisk aTree( aPath.c_str(), static_cast<unsigned>( nKeyLength ), "rb+", FALSE );
-    if ( !aTree.IsStatusOk() )
-        ThrowNotWritten( aPath, GetSystemText( GetLastError() ) );
-    LastReport().clear();
-    aTree.SetDbgFunc( KeepReport );
+    constexpr size_t LENGTH_SIZE = 4;
+    RWFileManager aFile( aPath.c_str() );
+    RWBTreeOnDisk aTree( aFile, 10, RWBTreeOnDisk::autoCreate, static_cast<unsigned>( nKeyLength ) );
     ProgressBar aBar( "texts", rPairs.size() );
-    for ( size_t i = 0; i < rPairs.size() && LastReport().empty(); i++ )
+    for ( size_t i = 0; i < rPairs.size(); i++ )
     {
-        aTree.WriteKeyStringPairToFile( rPairs[i].aKey.c_str(), rPairs[i].aValue.c_str() );
+        const RWCString aText( rPairs[i].aValue.c_str() );
+        const RWoffset lPlace = aFile.allocate( static_cast<unsigned long>( aText.length() + LENGTH_SIZE ) );
+        aFile.SeekTo( lPlace );
+        aText.saveOn( aFile );
+        aTree.insertKeyAndValue( rPairs[i].aKey.c_str(), lPlace );
         aBar.Show( i );
     }
-    if ( !aTree.Close() || !LastReport().empty() )
-        ThrowNotWritten( aPath, LastReport() );
+    aTree.Flush();
 }
 
 // What programs will be given is what was meant.
@@ -117,6 +106,11 @@ void WriteReleaseFile( const std::string& aPath, const std::vector<ReleasePair>&
         std::filesystem::rename( aBeside, aFile, aError );
         if ( aError )
             ThrowNotWritten( aPath, aError.message() );
+    }
+    catch ( const RWFileErr& aFailure )
+    {
+        std::filesystem::remove( aBeside, aError );
+        ThrowNotWritten( aPath, aFailure.what() );
     }
     catch ( ... )
     {
