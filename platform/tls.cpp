@@ -22,7 +22,7 @@ constinit std::bitset<ALL_TLS_SLOTS> g_aUsed;
 constinit TlsBlock* g_pFirstBlock = nullptr;
 // Blocks that no thread has, all empty. Those of threads that were ended by force are never freed, since that could need a lock of
 // malloc which such a thread took along.
-constinit TlsBlock* g_pFirstSpare = nullptr;
+constinit std::atomic<TlsBlock*> g_pFirstSpare{ nullptr };
 
 void EmptySlot( DWORD dwIndex ) noexcept
 {
@@ -35,6 +35,8 @@ void EmptySlot( DWORD dwIndex ) noexcept
 
 TlsBlock* TakeSpare() noexcept
 {
+    if ( g_pFirstSpare.load( std::memory_order_relaxed ) == nullptr )
+        return nullptr;
     const LockedScope aLocked( g_aLock );
     TlsBlock* const pBlock = g_pFirstSpare;
     if ( pBlock != nullptr )
@@ -158,7 +160,7 @@ void KeepTlsBlock( TlsBlock* pBlock ) noexcept
     }
     pBlock->fStays = true;
     pBlock->pPrevious = nullptr;
-    pBlock->pNext = std::exchange( g_pFirstSpare, pBlock );
+    pBlock->pNext = g_pFirstSpare.exchange( pBlock );
 }
 
 void ReleaseTlsOfThread() noexcept

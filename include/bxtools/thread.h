@@ -108,7 +108,7 @@ public:
     // Lets a stopped thread go on.
     bool Continue();
 
-    // Waits for the thread's end.
+    // Waits for the thread's end, to which a stopped one does not come.
     //   dwMilliseconds               how long.
     //   fForceTerminationOnTimeout   when the time is over, ends the thread by force, as in End.
     //   fWithMsgLoop                 as in End.
