@@ -1,5 +1,9 @@
-// The system's country on Linux: what the locale's variables say.
+// What only Linux has: the country of the locale's variables, and files that are replaced while others read them.
 #include "nls/nlssupport.h"
+
+#include <atomic>
+#include <filesystem>
+#include <thread>
 
 TEST( SystemCountry, IsTheTerritoryOfTheMessagesLocale )
 {
@@ -44,4 +48,33 @@ TEST( SystemCountry, IsTheTerritoryOfTheMessagesLocale )
     EXPECT_EQ( 0, GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY + 1, szCode, 3 ) );
     EXPECT_EQ( DWORD( ERROR_INVALID_FLAGS ), GetLastError() );
     UseLocale( NULL );
+}
+
+using NlsFiles = NlsTest;
+
+TEST_F( NlsFiles, ReplacedWhileTheyAreReadGiveTheOldTextOrTheNewOne )
+{
+    const std::string strTexts[] = { "one;eins", std::string( 5000, 'x' ) + ";zwei" };
+    WriteFile( "A.CSV", m_strHeader + "[S]\nTITLE=" + strTexts[0] + "\n" );
+    SetNlsSettings( &m_aSettings );
+    std::atomic<bool> fEnd{ false };
+    std::thread aEditor(
+        [&]()
+        {
+            for ( int i = 1; !fEnd; ++i )
+            {
+                WriteFile( "new", m_strHeader + "[S]\nTITLE=" + strTexts[i % 2] + "\n" );
+                std::filesystem::rename( m_aFolder.Path( "new" ), m_aFolder.Path( "A.CSV" ) );
+            }
+        } );
+    // Until both have been seen.
+    int nLong = 0;
+    for ( int i = 0; i < 2000 || nLong == 0 || nLong == i; ++i )
+    {
+        const std::string strText = Load( "A.S", "TITLE" );
+        EXPECT_TRUE( strText == "one" || strText.size() == 5000 ) << strText.substr( 0, 40 );
+        nLong += strText.size() == 5000;
+    }
+    fEnd = true;
+    aEditor.join();
 }
