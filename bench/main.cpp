@@ -62,6 +62,7 @@ int main( int nArguments, char** ppArguments )
     RegisterFileMeasurements();
     RegisterPathMeasurements();
     RegisterNlsMeasurements();
+    RegisterTreeMeasurements();
     benchmark::RunSpecifiedBenchmarks();
     RemoveLockPeers();
     std::filesystem::remove_all( pFolder );

@@ -101,6 +101,7 @@ void RegisterIniMeasurements();
 void RegisterFileMeasurements();
 void RegisterPathMeasurements();
 void RegisterNlsMeasurements();
+void RegisterTreeMeasurements();
 
 // What peers leave in the system.
 void RemoveLockPeers();

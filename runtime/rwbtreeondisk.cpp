@@ -77,7 +77,7 @@ bool RWBTreeOnDisk::findKeyAndValue( const char* pKey, RWCString& rFoundKey, RWo
     const std::string_view aText( pKey != NULL ? pKey : "" );
     if ( m_fIgnoreNull && aText.empty() )
         return false;
-    if ( m_rFile.IsReadOnly() && m_uLookups != 0 )
+    if ( m_rFile.IsReadOnly() )
         m_rFile.FollowStates();
     LeafSlot aSlot;
     if ( !Find( MakeKey( aText ), HashOf( aText ), aSlot ) )
@@ -125,7 +125,8 @@ void RWBTreeOnDisk::ReserveForOneMore( const TreeKey& rKey )
 
 void RWBTreeOnDisk::SaveRest( TreeKey& rKey )
 {
-    const RWoffset lPlace = m_rFile.allocate( sizeof( uint32_t ) + rKey.aRest.size() );
+    const RWoffset lPlace =
+        m_rFile.allocate( static_cast<unsigned long>( sizeof( uint32_t ) + rKey.aRest.size() ) );
     m_rFile.SeekTo( lPlace );
     m_rFile.WriteText( rKey.aRest );
     rKey.aRestInFile = { lPlace, ChecksumOfText( m_rFile.ViewTextBlock( static_cast<uint32_t>( lPlace ) ) ) };

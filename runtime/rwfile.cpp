@@ -72,18 +72,23 @@ void RWFile::Write( const char* pBytes, size_t nSize )
     m_nWindow = 0;
     if ( m_pWaiting == nullptr )
         m_pWaiting = std::make_unique_for_overwrite<char[]>( WAITING_SIZE );
-    if ( m_nWaiting + nSize > WAITING_SIZE || m_ullPosition != m_ullWaitingPlace + m_nWaiting )
+    if ( m_ullPosition != m_ullWaitingPlace + m_nWaiting )
         Flush();
-    if ( m_nWaiting == 0 )
-        m_ullWaitingPlace = m_ullPosition;
-    if ( nSize > WAITING_SIZE )
-        m_aSystemFile.WriteAt( pBytes, nSize, m_ullPosition );
-    else
+    while ( nSize != 0 )
     {
-        std::memcpy( m_pWaiting.get() + m_nWaiting, pBytes, nSize );
-        m_nWaiting += nSize;
+        if ( m_nWaiting == 0 )
+            m_ullWaitingPlace = m_ullPosition;
+        // Up to the next multiple of the buffer's size, since the system takes pieces that begin at such faster.
+        const size_t nRoom = WAITING_SIZE - m_ullWaitingPlace % WAITING_SIZE - m_nWaiting;
+        const size_t nNow = std::min( nSize, nRoom );
+        std::memcpy( m_pWaiting.get() + m_nWaiting, pBytes, nNow );
+        m_nWaiting += nNow;
+        m_ullPosition += nNow;
+        pBytes += nNow;
+        nSize -= nNow;
+        if ( nNow == nRoom )
+            Flush();
     }
-    m_ullPosition += nSize;
 }
 
 void RWFile::Flush()

@@ -152,11 +152,10 @@ void RWFileManager::GiveBack( const std::vector<uint32_t>& aPages )
 void RWFileManager::Complete( TreePage& rRoot, bool fToDisk )
 {
     Flush();
-    // Before the first block there may be one root alone.
-    rRoot.aHead.ulEnd = m_ullEnd == FIRST_BLOCK ? 0 : static_cast<uint32_t>( m_ullEnd );
+    rRoot.aHead.ulEnd = static_cast<uint32_t>( m_ullEnd );
     // The last block was perhaps taken and never written.
-    if ( GetSystemFile().GetSize() < rRoot.aHead.ulEnd )
-        GetSystemFile().WriteAt( "", 1, rRoot.aHead.ulEnd - 1 );
+    if ( m_ullEnd != FIRST_BLOCK && GetSystemFile().GetSize() < m_ullEnd )
+        GetSystemFile().WriteAt( "", 1, m_ullEnd - 1 );
     m_aStates.Complete( rRoot, fToDisk );
     m_ullReserved = 0;
 }

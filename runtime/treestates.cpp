@@ -21,7 +21,7 @@ TreeStates::TreeStates( SystemFile& rFile )
     }
     // Whoever made the file may have been stopped before the first root, which is one of an empty tree, had its head.
     const char* const pBytes = reinterpret_cast<const char*>( m_pPages.get() );
-    m_fNewFile = ullSize <= TREE_PAGE_SIZE &&
+    m_fNewFile = ullSize <= TREE_ROOTS * TREE_PAGE_SIZE &&
                  std::all_of( pBytes, pBytes + nRead, []( char cByte ) { return cByte == 0; } );
 }
 
@@ -53,6 +53,9 @@ void TreeStates::Complete( TreePage& rRoot, bool fToDisk )
 
     if ( fToDisk )
         m_rFile.FlushToDisk();
+    // Room for both roots is taken at once: a full disk must not keep a state from being completed.
+    if ( m_pRoot == nullptr )
+        m_rFile.WriteAt( std::make_unique<TreePage>().get(), TREE_PAGE_SIZE, TREE_PAGE_SIZE );
     // The head comes last: readers look at its sequence number to see that there is a new state.
     const uint64_t ullPlace = ulPage * TREE_PAGE_SIZE;
     m_rFile.WriteAt( rRoot.aBytes, sizeof( rRoot.aBytes ), ullPlace + sizeof( TreePageHead ) );

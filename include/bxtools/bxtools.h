@@ -2,6 +2,7 @@
 #pragma once
 
 #include <bxtools/baseobject.h>
+#include <bxtools/btree.h>
 #include <bxtools/buffers.h>
 #include <bxtools/bytearray.h>
 #include <bxtools/cerror.h>
