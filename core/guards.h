@@ -105,6 +105,13 @@ private:
     HANDLE m_hObject;
 };
 
+// A function of a library that was loaded by name, as the type that the caller knows it has. NULL stays NULL.
+template <class Function>
+Function AsFunction( FARPROC pFunction ) noexcept
+{
+    return reinterpret_cast<Function>( reinterpret_cast<LPVOID>( pFunction ) );
+}
+
 // A library loaded for as long as the object lives, null when it could not be.
 class LoadedLibrary
 {
@@ -124,7 +131,7 @@ public:
     template <class Function>
     Function Get( LPCSTR pProcName ) const noexcept
     {
-        return reinterpret_cast<Function>( GetProcAddress( m_hModule, pProcName ) );
+        return AsFunction<Function>( GetProcAddress( m_hModule, pProcName ) );
     }
 
 private:

@@ -2,7 +2,6 @@
 // one call.
 #include "core/guards.h"
 #include "process/processmatch.h"
-#include "process/systemfunction.h"
 
 #include <bxtools/platform.h>
 #include <bxtools/process.h>
@@ -45,13 +44,11 @@ struct NTServices
 
     const LoadedLibrary aPsapi{ "PSAPI.DLL" };
     const LoadedLibrary aVdmDbg{ "VDMDBG.DLL" };
-    const ENUMPROCESSES pEnumProcesses = As<ENUMPROCESSES>( aPsapi.Get<FARPROC>( "EnumProcesses" ) );
-    const ENUMPROCESSMODULES pEnumProcessModules =
-        As<ENUMPROCESSMODULES>( aPsapi.Get<FARPROC>( "EnumProcessModules" ) );
+    const ENUMPROCESSES pEnumProcesses = aPsapi.Get<ENUMPROCESSES>( "EnumProcesses" );
+    const ENUMPROCESSMODULES pEnumProcessModules = aPsapi.Get<ENUMPROCESSMODULES>( "EnumProcessModules" );
     const GETMODULEFILENAMEEX pGetModuleFileNameEx =
-        As<GETMODULEFILENAMEEX>( aPsapi.Get<FARPROC>( "GetModuleFileNameExA" ) );
-    const VDMENUMTASKWOWEX pVDMEnumTaskWOWEx =
-        As<VDMENUMTASKWOWEX>( aVdmDbg.Get<FARPROC>( "VDMEnumTaskWOWEx" ) );
+        aPsapi.Get<GETMODULEFILENAMEEX>( "GetModuleFileNameExA" );
+    const VDMENUMTASKWOWEX pVDMEnumTaskWOWEx = aVdmDbg.Get<VDMENUMTASKWOWEX>( "VDMEnumTaskWOWEx" );
 };
 
 // A buffer that is filled may have been too small. Result: the ids; null: they cannot be had.
@@ -142,9 +139,9 @@ typedef BOOL( WINAPI* WALKSNAPSHOT )( HANDLE hSnapshot, PROCESSENTRY32* pEntry )
 BOOL EnumOnWindows95( const Walk& rWalk )
 {
     const LoadedLibrary aKernel( "Kernel32.DLL" );
-    const auto pCreate = As<CREATESNAPSHOT>( aKernel.Get<FARPROC>( "CreateToolhelp32Snapshot" ) );
-    const auto pFirst = As<WALKSNAPSHOT>( aKernel.Get<FARPROC>( "Process32First" ) );
-    const auto pNext = As<WALKSNAPSHOT>( aKernel.Get<FARPROC>( "Process32Next" ) );
+    const auto pCreate = aKernel.Get<CREATESNAPSHOT>( "CreateToolhelp32Snapshot" );
+    const auto pFirst = aKernel.Get<WALKSNAPSHOT>( "Process32First" );
+    const auto pNext = aKernel.Get<WALKSNAPSHOT>( "Process32Next" );
     if ( pCreate == NULL || pFirst == NULL || pNext == NULL )
         return FALSE;
     const HANDLE hSnapshot = pCreate( TH32CS_SNAPPROCESS, 0 );

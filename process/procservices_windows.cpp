@@ -1,6 +1,5 @@
 #include "core/callreport.h"
 #include "process/procservices.h"
-#include "process/systemfunction.h"
 
 #include <bxtools/platform.h>
 
@@ -37,8 +36,7 @@ BOOL SetupMyStruct( MyInfoStruct* pMyInfoStruct )
     const LoadedLibrary& rVDMLib = pMyInfoStruct->m_aVDMLib.emplace( VDMLIB_NAME );
     if ( !rVDMLib )
         return aReport.Fail( " Error: ( hInstLib = LoadLibrary( VDMLIB_NAME ) ) == NULL" );
-    pMyInfoStruct->m_lpfVDMTerminateTaskWOW =
-        As<VDMTERMINATETASKWOW>( rVDMLib.Get<FARPROC>( "VDMTerminateTaskWOW" ) );
+    pMyInfoStruct->m_lpfVDMTerminateTaskWOW = rVDMLib.Get<VDMTERMINATETASKWOW>( "VDMTerminateTaskWOW" );
     if ( pMyInfoStruct->m_lpfVDMTerminateTaskWOW == NULL )
         return aReport.Fail( " Error: pMyInfoStruct->m_lpfVDMTerminateTaskWOW == NULL" );
     const LoadedLibrary& rAdvapiLib = pMyInfoStruct->m_aAdvapiLib.emplace( ADVAPILIB_NAME );
@@ -56,10 +54,11 @@ BOOL SetupMyStruct( MyInfoStruct* pMyInfoStruct )
 BOOL EnableDebugPrivilege( MyInfoStruct* pMyInfoStruct )
 {
     CallReport aReport( "From static BOOL EnableDebugPrivilege( MyInfoStruct* pMyInfoStruct )" );
-    const auto pOpenProcessToken = As<OPENPROCESSTOKEN>( pMyInfoStruct->m_lpfOpenProcessToken );
-    const auto pLookupPrivilegeValue = As<LOOKUPPRIVILEGEVALUE>( pMyInfoStruct->m_lpfLookupPrivilegeValue );
+    const auto pOpenProcessToken = AsFunction<OPENPROCESSTOKEN>( pMyInfoStruct->m_lpfOpenProcessToken );
+    const auto pLookupPrivilegeValue =
+        AsFunction<LOOKUPPRIVILEGEVALUE>( pMyInfoStruct->m_lpfLookupPrivilegeValue );
     const auto pAdjustTokenPrivileges =
-        As<ADJUSTTOKENPRIVILEGES>( pMyInfoStruct->m_lpfAdjustTokenPrivileges );
+        AsFunction<ADJUSTTOKENPRIVILEGES>( pMyInfoStruct->m_lpfAdjustTokenPrivileges );
     if ( pOpenProcessToken == NULL )
         return FailForMissingFunction( aReport );
     HANDLE hToken = NULL;

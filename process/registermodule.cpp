@@ -1,7 +1,6 @@
 // The registration of modules by themselves.
 #include "core/callreport.h"
 #include "core/guards.h"
-#include "process/systemfunction.h"
 
 #include <bxtools/error.h>
 #include <bxtools/mstring.h>
@@ -52,7 +51,7 @@ BOOL RunRegistryFunction( CallReport& rReport, const LoadedLibrary& rModule, LPC
         aText += pModuleName != NULL ? pModuleName : "";
         return FailAndShow( rReport, " Error: hInst == NULL", aText, dwLastError );
     }
-    const REGISTRYFUNC aFunc = As<REGISTRYFUNC>( rModule.Get<FARPROC>( pFunctionName ) );
+    const REGISTRYFUNC aFunc = rModule.Get<REGISTRYFUNC>( pFunctionName );
     if ( aFunc == NULL )
     {
         const DWORD dwLastError = GetLastError();
