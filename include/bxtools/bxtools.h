@@ -18,8 +18,8 @@
 #include <bxtools/mstring.h>
 #include <bxtools/nls.h>
 #include <bxtools/nlsserver.h>
-#include <bxtools/path.h>
 #include <bxtools/nlswindow.h>
+#include <bxtools/path.h>
 #include <bxtools/process.h>
 #include <bxtools/registry.h>
 #include <bxtools/sync.h>

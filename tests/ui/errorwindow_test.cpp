@@ -51,6 +51,11 @@ protected:
                 return qobject_cast<QDialog*>( pWidget );
         return nullptr;
     }
+    static void Close()
+    {
+        Window()->close();
+        QCoreApplication::sendPostedEvents( nullptr, QEvent::DeferredDelete );
+    }
     static std::string ShownText()
     {
         return Window()
@@ -112,7 +117,7 @@ TEST_F( QtErrorDisplay, CanBeUsedByKeyboardAlone )
     EXPECT_EQ( 1,
                std::count_if( aReached.begin(), aReached.end(),
                               []( QWidget* p ) { return qobject_cast<QPlainTextEdit*>( p ) != nullptr; } ) );
-    rWindow.close();
+    Close();
 }
 
 TEST_F( QtErrorDisplay, WaitsOrNot )
@@ -143,7 +148,7 @@ TEST_F( QtErrorDisplay, WaitsOrNot )
     QCoreApplication::processEvents();
     ASSERT_NE( nullptr, Window() );
     EXPECT_EQ( FIRST, ShownText() );
-    Window()->close();
+    Close();
 }
 
 TEST( ErrorDisplay, PrintsInAProgramWithoutWindows )
