@@ -25,6 +25,8 @@
 #include <tlhelp32.h>
 // clang-format on
 
+#undef ChooseColor
+#undef ChooseFont
 #undef CopyFile
 #undef CreateEvent
 #undef CreateFile
@@ -35,16 +37,20 @@
 #undef DispatchMessage
 #undef FindFirstFile
 #undef FindNextFile
+#undef FindText
 #undef FormatMessage
 #undef GetClassName
 #undef GetComputerName
 #undef GetFileAttributes
+#undef GetFileTitle
 #undef GetFullPathName
 #undef GetLocaleInfo
 #undef GetMessage
 #undef GetModuleFileName
 #undef GetModuleHandle
 #undef GetObject
+#undef GetOpenFileName
+#undef GetSaveFileName
 #undef GetShortPathName
 #undef GetSystemDirectory
 #undef GetTempFileName
@@ -61,9 +67,13 @@
 #undef OpenFileMapping
 #undef OpenMutex
 #undef OutputDebugString
+#undef PageSetupDlg
 #undef PeekMessage
 #undef PostMessage
 #undef PostThreadMessage
+#undef PrintDlg
+#undef PrintDlgEx
+#undef ReplaceText
 #undef SendMessage
 #undef SetWindowText
 
