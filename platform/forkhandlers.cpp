@@ -18,6 +18,7 @@
 #include "platform/thread/threadobject.h"
 #include "platform/threadstate.h"
 #include "platform/tls.h"
+#include "platform/window/windowsystem.h"
 
 #include <atomic>
 #include <iterator>
@@ -81,6 +82,7 @@ void OnChild()
 {
     ResetThreadStateInChild();
     ForgetMutexesInChild();
+    LeaveWindowsToParent();
     for ( auto pFamily = std::rbegin( g_aFamilies ); pFamily != std::rend( g_aFamilies ); ++pFamily )
         pFamily->pChild();
     Call( g_pLibraryChild );

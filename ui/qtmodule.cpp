@@ -55,7 +55,9 @@ BOOL IsReadyForWindows()
 
 bool IsWindowThread()
 {
-    return QThread::currentThread() == QCoreApplication::instance()->thread();
+    // It may end while another thread asks.
+    const QCoreApplication* const pApplication = QCoreApplication::instance();
+    return pApplication != nullptr && QThread::currentThread() == pApplication->thread();
 }
 
 const WindowSystem* GetQtWindowSystem() noexcept

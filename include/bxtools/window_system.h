@@ -56,8 +56,9 @@ struct WindowSystem
 
     // Whether there are windows at present; in any thread.
     BOOL ( *IsReady )();
-    // Handles the events that have come for the windows, if there are none sleeps until some come, and returns. It
-    // also returns when one of the descriptors is readable, and after dwMilliseconds (INFINITE: without limit).
+    // Handles the events that have come for the windows, if there are none sleeps until some come, and
+    // returns. It also returns when one of the descriptors is readable, and after dwMilliseconds (INFINITE:
+    // without limit).
     DWORD ( *RunEvents )( const int* pDescriptors, UINT uCount, DWORD dwMilliseconds );
 
     // ERROR_INVALID_WINDOW_HANDLE when there is no such window.
@@ -102,8 +103,8 @@ struct WindowSystem
 // any.
 DLL_EXPORT_MOD BOOL InstallWindowSystem( const WindowSystem* pWindowSystem );
 
-// The process's window system; null when there is none, or it is not ready. It looks for Qt's when none is
-// installed.
+// The process's window system; null when there is none, or it is not ready, and in the child of a fork for
+// the windows that its parent had. It looks for Qt's when none is installed.
 // Threads: any.
 DLL_EXPORT_MOD const WindowSystem* GetWindowSystem();
 

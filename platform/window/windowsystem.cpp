@@ -23,6 +23,8 @@ constinit std::atomic<const WindowSystem*> g_pInstalled = nullptr;
 constinit std::atomic<const WindowSystem*> g_pFound = nullptr;
 constinit std::atomic<bool> g_fLookedFor = false;
 
+// In the child of a fork, when the windows are those of the parent.
+constinit std::atomic<bool> g_fOfParent = false;
 // How many modules the process had loaded when the toolkit was looked for in vain.
 constinit std::atomic<unsigned long long> g_ullModulesLookedAt = 0;
 
@@ -94,14 +96,26 @@ BOOL InstallWindowSystem( const WindowSystem* pWindowSystem )
 {
     if ( pWindowSystem != nullptr && !IsWhole( *pWindowSystem ) )
         return IsDone( ERROR_INVALID_PARAMETER );
+    g_fOfParent.store( false );
     g_pInstalled.store( pWindowSystem, std::memory_order_release );
     return TRUE;
 }
 
 const WindowSystem* GetWindowSystem()
 {
+    if ( g_fOfParent.load() )
+        return nullptr;
     const WindowSystem* pWindowSystem = g_pInstalled.load( std::memory_order_acquire );
     if ( pWindowSystem == nullptr )
         pWindowSystem = FindToolkit();
     return pWindowSystem != nullptr && pWindowSystem->IsReady() ? pWindowSystem : nullptr;
+}
+
+void LeaveWindowsToParent()
+{
+    const WindowSystem* const pInstalled = g_pInstalled.load( std::memory_order_acquire );
+    const WindowSystem* const pWindowSystem =
+        pInstalled != nullptr ? pInstalled : g_pFound.load( std::memory_order_acquire );
+    if ( pWindowSystem != nullptr && pWindowSystem->IsReady() )
+        g_fOfParent.store( true );
 }

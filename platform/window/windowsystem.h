@@ -4,6 +4,10 @@
 #include <bxtools/platform.h>
 #include <bxtools/window_system.h>
 
+// In the child of a fork: windows that were there before are the parent's, over whose connection to the
+// display the child would talk in between. They are none here until a window system is installed anew.
+void LeaveWindowsToParent();
+
 // Leaves dwError as the last error unless it is 0. Result: whether it is 0.
 inline BOOL IsDone( DWORD dwError ) noexcept
 {

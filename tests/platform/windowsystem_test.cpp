@@ -1,4 +1,5 @@
 // The window calls over a table of operations that a program installs: here one with a window, a menu and no toolkit.
+#include "support/forked.h"
 #include "support/recorder.h"
 
 #include <bxtools/path.h>
@@ -124,6 +125,15 @@ TEST_F( WindowCalls, FailWithoutAWindowSystem )
     EXPECT_FALSE( InstallWindowSystem( &aPart ) );
     EXPECT_EQ( ERROR_INVALID_PARAMETER + 0u, TakeError() );
     EXPECT_EQ( &TOY_SYSTEM, GetWindowSystem() );
+    EXPECT_EQ( 0, InChild(
+                      []
+                      {
+                          return GetWindowSystem() != NULL             ? 1
+                                 : !InstallWindowSystem( &TOY_SYSTEM ) ? 2
+                                 : GetWindowSystem() != &TOY_SYSTEM    ? 3
+                                                                       : 0;
+                      } ) )
+        << "the windows are the parent's";
     m_aToy.fReady = FALSE;
     EXPECT_EQ( NULL, GetWindowSystem() );
     for ( int i = 0; i < 2; ++i, InstallWindowSystem( NULL ) )
