@@ -166,7 +166,7 @@ TEST_F( NlsServer, WriterMakesAFileThatReadersFindByCodeSectionAndKey )
     const auto Read = [&]( const char* pSec, const char* pKey, BOOL fWithCode )
     {
         BOOL fFound = FALSE;
-        DATABUFTYPE pData = NULL;
+        DATABUFTYPE pData = "";
         MString stFullKey;
         EXPECT_TRUE( aServer.ReadStringValue( pSec, pKey, fWithCode, &fFound, &pData, &stFullKey ) );
         return std::string( stFullKey.data() ) + ( fFound ? "+" : "-" ) + pData;

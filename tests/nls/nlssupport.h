@@ -42,7 +42,8 @@ protected:
     void Release( const std::vector<std::pair<std::string, std::string>>& aPairs )
     {
         m_aSettings.fEditMode = FALSE;
-        m_aSettings.stReleaseFile = m_aFolder.Path( "new/texts.nls" ).c_str();
+        const std::string strFile = m_aFolder.Path() + MYCH_DELIMDIR + "new" + MYCH_DELIMDIR + "texts.nls";
+        m_aSettings.stReleaseFile = strFile.c_str();
         NLSServer aWriter( 40, m_aSettings.stReleaseFile );
         ASSERT_TRUE( aWriter.IsStatusOk() );
         for ( const auto& rPair : aPairs )
