@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 
 namespace Checksum
 {
@@ -50,13 +51,18 @@ inline uint64_t ChecksumOf( uint64_t ullStart, const void* pFirst, size_t nSize 
     uint64_t ullSum = Step( ullStart, nSize );
     if ( nSize >= 64 )
     {
-        uint64_t aullSums[4] = { 1, 2, 3, 4 };
+        uint64_t ullFirst = 1;
+        uint64_t ullSecond = 2;
+        uint64_t ullThird = 3;
+        uint64_t ullFourth = 4;
         for ( ; nSize >= 32; nSize -= 32, pBytes += 32 )
         {
-            for ( size_t i = 0; i < 4; ++i )
-                aullSums[i] = Step( aullSums[i], WordAt( pBytes + 8 * i ) );
+            ullFirst = Step( ullFirst, WordAt( pBytes ) );
+            ullSecond = Step( ullSecond, WordAt( pBytes + 8 ) );
+            ullThird = Step( ullThird, WordAt( pBytes + 16 ) );
+            ullFourth = Step( ullFourth, WordAt( pBytes + 24 ) );
         }
-        for ( const uint64_t ullChain : aullSums )
+        for ( const uint64_t ullChain : { ullFirst, ullSecond, ullThird, ullFourth } )
             ullSum = Step( ullSum, ullChain );
     }
     for ( ; nSize >= 8; nSize -= 8, pBytes += 8 )

@@ -65,7 +65,7 @@ bool RWFileManager::FollowStates()
         std::memcpy( &ullSequence, pSequence, sizeof( ullSequence ) );
     else
         GetSystemFile().ReadAt( &ullSequence, sizeof( ullSequence ), ullPlace );
-    if ( ullSequence <= m_aStates.GetRoot()->aHead.ullSequence || !m_aStates.TakeNext() )
+    if ( ullSequence <= m_aStates.GetRoot()->aHead.ullSequence || !m_aStates.TakeNewest() )
         return false;
     ForgetWhatWasRead();
     return true;
@@ -88,7 +88,8 @@ const TreePage& RWFileManager::GetPage( uint32_t ulPage, unsigned uLevel )
              IsWholePage( *m_pPage, ulPage ) )
             pPage = m_pPage.get();
     }
-    if ( pPage == nullptr || ulPage < TREE_ROOTS || pPage->aHead.usLevel != uLevel )
+    if ( pPage == nullptr || ulPage < TREE_ROOTS || pPage->aHead.usLevel != uLevel ||
+         ullPlace + TREE_PAGE_SIZE > std::max( m_ullEnd, GetCompleteEnd() ) )
         throw RWFileErr( "RWBTreeOnDisk: a page of the file is damaged" );
     return *pPage;
 }

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <cstdlib>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -21,6 +23,21 @@ int Descriptor( intptr_t nHandle ) noexcept
 {
     return static_cast<int>( nHandle );
 }
+
+// A new file with the rights of the one whose place it takes. A link stays: what it names is replaced.
+int OpenAnew( const char* pFileName, int nFlags )
+{
+    char szPath[PATH_MAX];
+    const char* const pPath = realpath( pFileName, szPath ) != nullptr ? szPath : pFileName;
+    struct stat aOld;
+    const bool fOld = stat( pPath, &aOld ) == 0;
+    if ( fOld && unlink( pPath ) != 0 )
+        Throw( "RWFile: the file cannot be replaced" );
+    const int nFile = open( pPath, nFlags | O_CREAT | O_EXCL, 0666 );
+    if ( nFile >= 0 && fOld && fchown( nFile, aOld.st_uid, aOld.st_gid ) == 0 )
+        fchmod( nFile, aOld.st_mode & 0777 );
+    return nFile;
+}
 } // namespace
 
 SystemFile::SystemFile( const char* pFileName, Opening eOpening )
@@ -29,13 +46,7 @@ SystemFile::SystemFile( const char* pFileName, Opening eOpening )
     int nFlags = O_CLOEXEC | O_NOCTTY | O_NONBLOCK | ( eOpening == Opening::READ ? O_RDONLY : O_RDWR );
     if ( eOpening == Opening::UPDATE_OR_CREATE )
         nFlags |= O_CREAT;
-    if ( eOpening == Opening::ANEW )
-    {
-        if ( unlink( pFileName ) != 0 && errno != ENOENT )
-            Throw( "RWFile: the file cannot be replaced" );
-        nFlags |= O_CREAT | O_EXCL;
-    }
-    m_nHandle = open( pFileName, nFlags, 0666 );
+    m_nHandle = eOpening == Opening::ANEW ? OpenAnew( pFileName, nFlags ) : open( pFileName, nFlags, 0666 );
     if ( m_nHandle < 0 )
         Throw( "RWFile: the file cannot be opened" );
 }

@@ -1,18 +1,20 @@
 #include "runtime/treepagefill.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <numeric>
 
 namespace
 {
 constexpr size_t ROOM = sizeof( TreePage::aBytes );
 
 // What stands in a page behind the slots for a key whose first characters are the page's prefix.
-size_t SizeOfKey( const TreeKey& rKey, size_t nPrefix, unsigned uLevel ) noexcept
+size_t SizeOfKey( const TreeEntry& rEntry, size_t nPrefix, unsigned uLevel ) noexcept
 {
-    const size_t nLength = rKey.aInPage.size() - nPrefix;
+    const size_t nLength = rEntry.GetInPage().size() - nPrefix;
     const size_t nInSlot = uLevel == 0 ? 0 : std::min( nLength, TREE_HEAD_SIZE );
-    return nLength - nInSlot + ( rKey.fGoesOn ? sizeof( TreeKeyRest ) : 0 );
+    return nLength - nInSlot + ( ( rEntry.usLength & KEY_GOES_ON ) != 0 ? sizeof( TreeKeyRest ) : 0 );
 }
 
 constexpr size_t SizeOfSlot( unsigned uLevel ) noexcept
@@ -46,19 +48,19 @@ private:
         const TreeEntry* const pFirstKey = m_pFirst + ( m_uLevel == 0 ? 0 : 1 );
         const size_t nPrefix =
             pFirstKey == &rEntry
-                ? rEntry.aKey.aInPage.size()
-                : CommonLength( pFirstKey->aKey.aInPage.substr( 0, m_nPrefix ), rEntry.aKey.aInPage );
+                ? rEntry.GetInPage().size()
+                : CommonLength( pFirstKey->GetInPage().substr( 0, m_nPrefix ), rEntry.GetInPage() );
         if ( nPrefix != m_nPrefix )
         {
             // Those before have more behind the prefix now, and the prefix less.
             m_nSize += nPrefix;
             m_nSize -= m_nPrefix;
             for ( const TreeEntry* pEntry = pFirstKey; pEntry != &rEntry; ++pEntry )
-                m_nSize += SizeOfKey( pEntry->aKey, nPrefix, m_uLevel ) -
-                           SizeOfKey( pEntry->aKey, m_nPrefix, m_uLevel );
+                m_nSize +=
+                    SizeOfKey( *pEntry, nPrefix, m_uLevel ) - SizeOfKey( *pEntry, m_nPrefix, m_uLevel );
             m_nPrefix = nPrefix;
         }
-        m_nSize += SizeOfKey( rEntry.aKey, m_nPrefix, m_uLevel );
+        m_nSize += SizeOfKey( rEntry, m_nPrefix, m_uLevel );
     }
 
     unsigned m_uLevel;
@@ -80,7 +82,7 @@ void ShareLastPages( std::vector<size_t>& rStarts, std::span<const TreeEntry> aE
     const size_t nFirst = rStarts[rStarts.size() - 2];
     const auto aBoth = aEntries.subspan( nFirst );
     const auto SizeOf = [uLevel]( const TreeEntry& rEntry )
-    { return SizeOfSlot( uLevel ) + SizeOfKey( rEntry.aKey, 0, uLevel ); };
+    { return SizeOfSlot( uLevel ) + SizeOfKey( rEntry, 0, uLevel ); };
     size_t nSize = 0;
     for ( const TreeEntry& rEntry : aBoth )
         nSize += SizeOf( rEntry );
@@ -106,14 +108,15 @@ public:
         m_nPlace += nSize;
     }
     // Result: the length of the key as slots have it.
-    uint16_t PutKey( const TreeKey& rKey, size_t nPrefix, size_t nInSlot )
+    uint16_t PutKey( const TreeEntry& rEntry, size_t nPrefix, size_t nInSlot )
     {
-        const std::string_view aKey = rKey.aInPage.substr( nPrefix );
+        const std::string_view aKey = rEntry.GetInPage().substr( nPrefix );
         if ( aKey.size() > nInSlot )
             Put( aKey.data() + nInSlot, aKey.size() - nInSlot );
-        if ( rKey.fGoesOn )
-            Put( &rKey.aRestInFile, sizeof( TreeKeyRest ) );
-        return static_cast<uint16_t>( aKey.size() | ( rKey.fGoesOn ? KEY_GOES_ON : 0 ) );
+        const uint16_t usGoesOn = rEntry.usLength & KEY_GOES_ON;
+        if ( usGoesOn != 0 )
+            Put( &rEntry.aRest, sizeof( TreeKeyRest ) );
+        return static_cast<uint16_t>( aKey.size() | usGoesOn );
     }
 
 private:
@@ -121,21 +124,37 @@ private:
     size_t m_nPlace;
 };
 
+// Hashes with the numbers of their entries behind them. As they are spread evenly, each is put about where it belongs at once.
+std::vector<uint64_t> SortedByHash( std::span<const TreeEntry> aEntries )
+{
+    constexpr unsigned SHIFT = 32 - 9;
+    std::array<uint16_t, ( 1 << 9 ) + 1> ausPlaces{};
+    for ( const TreeEntry& rEntry : aEntries )
+        ++ausPlaces[( rEntry.ulHash >> SHIFT ) + 1];
+    std::partial_sum( ausPlaces.begin(), ausPlaces.end(), ausPlaces.begin() );
+    std::vector<uint64_t> aByHash( aEntries.size() );
+    for ( size_t i = 0; i < aEntries.size(); ++i )
+        aByHash[ausPlaces[aEntries[i].ulHash >> SHIFT]++] = uint64_t{ aEntries[i].ulHash } << 32 | i;
+    for ( auto pHash = aByHash.begin(); pHash != aByHash.end(); ++pHash )
+    {
+        const uint64_t ullHash = *pHash;
+        auto pPlace = pHash;
+        for ( ; pPlace != aByHash.begin() && pPlace[-1] > ullHash; --pPlace )
+            *pPlace = pPlace[-1];
+        *pPlace = ullHash;
+    }
+    return aByHash;
+}
+
 void FillLeaf( TreePage& rPage, std::span<const TreeEntry> aEntries, size_t nPrefix, PageFiller& rFiller )
 {
-    // Hashes with the numbers of their entries behind them.
-    std::vector<uint64_t> aByHash;
-    aByHash.reserve( aEntries.size() );
-    for ( size_t i = 0; i < aEntries.size(); ++i )
-        aByHash.push_back( uint64_t{ aEntries[i].ulHash } << 32 | i );
-    std::sort( aByHash.begin(), aByHash.end() );
     LeafSlot* pSlot = reinterpret_cast<LeafSlot*>( rPage.aBytes );
-    for ( const uint64_t ullHashed : aByHash )
+    for ( const uint64_t ullHashed : SortedByHash( aEntries ) )
     {
         const TreeEntry& rEntry = aEntries[static_cast<uint32_t>( ullHashed )];
         const uint16_t usPlace = rFiller.GetPlace();
         *pSlot++ = { rEntry.ulHash, rEntry.ulPlace, rEntry.ulChecksum, usPlace,
-                     rFiller.PutKey( rEntry.aKey, nPrefix, 0 ) };
+                     rFiller.PutKey( rEntry, nPrefix, 0 ) };
     }
 }
 
@@ -148,8 +167,8 @@ void FillInner( TreePage& rPage, std::span<const TreeEntry> aEntries, size_t nPr
     for ( const TreeEntry& rEntry : aEntries.subspan( 1 ) )
     {
         const uint16_t usPlace = rFiller.GetPlace();
-        *pHead++ = HeadOfText( rEntry.aKey.aInPage.substr( nPrefix ) );
-        *pSlot++ = { rEntry.ulPlace, usPlace, rFiller.PutKey( rEntry.aKey, nPrefix, TREE_HEAD_SIZE ) };
+        *pHead++ = HeadOfText( rEntry.GetInPage().substr( nPrefix ) );
+        *pSlot++ = { rEntry.ulPlace, usPlace, rFiller.PutKey( rEntry, nPrefix, TREE_HEAD_SIZE ) };
     }
 }
 } // namespace
@@ -175,9 +194,9 @@ void FillPage( TreePage& rPage, std::span<const TreeEntry> aEntries, unsigned uL
 {
     std::memset( rPage.aBytes, 0, sizeof( rPage.aBytes ) );
     const auto aKeys = aEntries.subspan( std::min<size_t>( uLevel == 0 ? 0 : 1, aEntries.size() ) );
-    std::string_view aPrefix = aKeys.empty() ? std::string_view() : aKeys[0].aKey.aInPage;
+    std::string_view aPrefix = aKeys.empty() ? std::string_view() : aKeys[0].GetInPage();
     for ( const TreeEntry& rEntry : aKeys )
-        aPrefix = aPrefix.substr( 0, CommonLength( aPrefix, rEntry.aKey.aInPage ) );
+        aPrefix = aPrefix.substr( 0, CommonLength( aPrefix, rEntry.GetInPage() ) );
 
     PageFiller aFiller( rPage, aEntries.size() * SizeOfSlot( uLevel ) );
     rPage.aHead.usLevel = static_cast<uint16_t>( uLevel );

@@ -7,8 +7,9 @@ TreeStates::TreeStates( SystemFile& rFile )
     : m_rFile( rFile ),
       m_pPages( std::make_unique_for_overwrite<TreePage[]>( TREE_ROOTS ) )
 {
-    const uint64_t ullSize = rFile.GetSize();
     const size_t nRead = rFile.ReadAt( m_pPages.get(), TREE_ROOTS * TREE_PAGE_SIZE, 0 );
+    // Asked for afterwards: the file grows before a root says so.
+    const uint64_t ullSize = rFile.GetSize();
     const size_t nRoots = nRead / TREE_PAGE_SIZE;
     // The newer one first: with it whole, nobody asks for the other one.
     const size_t nNewer =
@@ -28,18 +29,18 @@ TreeStates::TreeStates( SystemFile& rFile )
 bool TreeStates::IsWholeRoot( const TreePage& rPage, uint32_t ulPage, uint64_t ullFileSize ) const noexcept
 {
     return IsWholePage( rPage, ulPage ) && rPage.aHead.usLevel < MOST_TREE_LEVELS &&
-           rPage.aHead.ulKeyLength != 0 && rPage.aHead.ulEnd <= ullFileSize;
+           rPage.aHead.ulKeyLength != 0 && rPage.aHead.ulEnd <= ullFileSize &&
+           rPage.aHead.ulPages <= ullFileSize / TREE_PAGE_SIZE;
 }
 
-bool TreeStates::TakeNext()
+bool TreeStates::TakeNewest()
 {
-    const uint32_t ulPage = GetNextPage();
-    TreePage& rPage = m_pPages[ulPage];
-    if ( m_rFile.ReadAt( &rPage, TREE_PAGE_SIZE, ulPage * TREE_PAGE_SIZE ) != TREE_PAGE_SIZE ||
-         !IsWholeRoot( rPage, ulPage, m_rFile.GetSize() ) ||
-         ( m_pRoot != nullptr && rPage.aHead.ullSequence <= m_pRoot->aHead.ullSequence ) )
+    TreeStates aNow( m_rFile );
+    if ( aNow.m_pRoot == nullptr ||
+         ( m_pRoot != nullptr && aNow.m_pRoot->aHead.ullSequence <= m_pRoot->aHead.ullSequence ) )
         return false;
-    m_pRoot = &rPage;
+    m_pPages.swap( aNow.m_pPages );
+    m_pRoot = aNow.m_pRoot;
     return true;
 }
 

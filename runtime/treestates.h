@@ -24,8 +24,8 @@ public:
     {
         return GetNextPage() * TREE_PAGE_SIZE + offsetof( TreePageHead, ullSequence );
     }
-    // Takes the state that has come up there, if it is whole. Result: whether there is a new one.
-    bool TakeNext();
+    // Reads the roots again, since several states may have come up meanwhile. Result: whether there is a newer one.
+    bool TakeNewest();
 
     // Makes a root that of the last complete state; what it stands on is in the file. The number of the page, its sequence
     // number and its sum are set here.

@@ -21,7 +21,7 @@ std::vector<TreeEntry> EntriesOf( const std::vector<TreeChild>& aChildren )
     std::vector<TreeEntry> aEntries;
     aEntries.reserve( aChildren.size() );
     for ( const TreeChild& rChild : aChildren )
-        aEntries.push_back( { rChild.GetKey(), 0, rChild.ulPage, 0 } );
+        aEntries.emplace_back( rChild.GetKey(), 0, rChild.ulPage, 0 );
     return aEntries;
 }
 } // namespace
@@ -127,7 +127,7 @@ std::vector<TreeEntry> TreeWriter::MergeLeaf( const TreePage& rPage, Keys aKeys,
             { KeyOfLeafSlot( rPage, rSlot, rCharacters[i] ), rSlot.ulHash, rSlot.ulText, rSlot.ulChecksum } );
     }
     const auto IsBefore = [this]( const TreeEntry& rLeft, const TreeEntry& rRight )
-    { return CompareTreeKeys( rLeft.aKey, rRight.aKey, m_rFile ) < 0; };
+    { return CompareTreeKeys( rLeft.GetKey(), rRight.GetKey(), m_rFile ) < 0; };
     const auto nOld = static_cast<ptrdiff_t>( nSlots );
     std::sort( aEntries.begin(), aEntries.end(), IsBefore );
     std::transform( aKeys.begin(), aKeys.end(), std::back_inserter( aEntries ), EntryOf );
@@ -148,8 +148,8 @@ std::vector<TreeChild> TreeWriter::WriteLevel( Entries aEntries, unsigned uLevel
         FillPage( *pPage, aEntries.subspan( nStart, nEnd - nStart ), uLevel );
         TreeKey aKey = rLower.GetKey();
         if ( i != 0 )
-            aKey = uLevel == 0 ? KeyBetween( aEntries[nStart - 1].aKey, aEntries[nStart].aKey )
-                               : aEntries[nStart].aKey;
+            aKey = uLevel == 0 ? KeyBetween( aEntries[nStart - 1].GetKey(), aEntries[nStart].GetKey() )
+                               : aEntries[nStart].GetKey();
         aChildren.push_back( ChildOf( aKey, m_rFile.WritePage( *pPage ) ) );
         ++m_ulWritten;
     }

@@ -18,13 +18,28 @@ struct TreeChild
     TreeKey GetKey() const noexcept { return { strKey, fGoesOn, {}, aRest }; }
 };
 
-// A key on its way into a page, with its text or its child.
+// A key on its way into a page, with its text or its child. There may be as many of them as there are keys pending, so it is
+// small.
 struct TreeEntry
 {
-    TreeKey aKey;
-    uint32_t ulHash = 0;
-    uint32_t ulPlace = 0; // of the text; or the child
-    uint32_t ulChecksum = 0;
+    TreeEntry( const TreeKey& rKey, uint32_t ulHashOfKey, uint32_t ulPlaceOf, uint32_t ulChecksumOf ) noexcept
+        : pKey( rKey.aInPage.data() ),
+          aRest( rKey.aRestInFile ),
+          usLength( static_cast<uint16_t>( rKey.aInPage.size() | ( rKey.fGoesOn ? KEY_GOES_ON : 0 ) ) ),
+          ulHash( ulHashOfKey ),
+          ulPlace( ulPlaceOf ),
+          ulChecksum( ulChecksumOf )
+    {
+    }
+    std::string_view GetInPage() const noexcept { return { pKey, size_t( usLength & ~KEY_GOES_ON ) }; }
+    TreeKey GetKey() const noexcept { return { GetInPage(), ( usLength & KEY_GOES_ON ) != 0, {}, aRest }; }
+
+    const char* pKey;
+    TreeKeyRest aRest;
+    uint16_t usLength;
+    uint32_t ulHash;
+    uint32_t ulPlace; // of the text; or the child
+    uint32_t ulChecksum;
 };
 
 class TreeWriter
