@@ -2,6 +2,7 @@
 // needs no object of the thread's.
 #include "diag/debugsettings.h"
 
+#include "config/settingskey.h"
 #include "core/callreport.h"
 #include "core/guards.h"
 #include "diag/dbwin.h"
@@ -92,21 +93,9 @@ ULONG ReadLevel( CallReport& rReport, CRegistry& rRegistry, LPCTSTR pName )
 // The level; 0 where there are no settings.
 ULONG ReadSettings( CallReport& rReport, LPCTSTR pSwitch, LPCTSTR pLevel )
 {
-    const LPCTSTR aRoot = DEBUG_SETTINGS_KEY;
     CRegistry aCRegistry;
-    if ( !aCRegistry.Connect( (HKEY)CRegistry::keyLocalMachine ) )
-        rReport.Fail( " Error: !aCRegistry.Connect( (HKEY)CRegistry::keyLocalMachine )" );
-    else if ( !aCRegistry.Open( aRoot, ( CRegistry::CreatePermissions )( CRegistry::permissionRead ) ) )
-    {
-        rReport.Fail(
-            " Error: !aCRegistry.Open( aRoot, (CRegistry::CreatePermissions)( CRegistry::permissionRead ) )" );
-        rReport.Tail( "aRoot = " ).Tail( aRoot );
-    }
-    if ( rReport.Failed() )
-    {
-        rReport.ReportNow();
+    if ( !OpenSettingsKey( rReport, aCRegistry, DEBUG_SETTINGS_KEY ) )
         return 0;
-    }
     ReadSwitch( rReport, aCRegistry, pSwitch );
     return ReadLevel( rReport, aCRegistry, pLevel );
 }

@@ -1,6 +1,7 @@
 // The settings of a server: those that the program has given, or the registry's; and what becomes of them.
 #include "nls/nlssettings.h"
 
+#include "config/settingskey.h"
 #include "core/callreport.h"
 #include "core/guards.h"
 #include "nls/countrycode.h"
@@ -112,19 +113,8 @@ void ReadValues( CallReport& rReport, CRegistry& aCRegistry, FoundSettings& rSet
 
 void ReadRegistry( CallReport& rReport, FoundSettings& rSettings )
 {
-    const LPCTSTR aRoot = NLS_SETTINGS_KEY;
     CRegistry aCRegistry;
-    if ( !aCRegistry.Connect( (HKEY)CRegistry::keyLocalMachine ) )
-        rReport.Fail( " Error: !aCRegistry.Connect( (HKEY)CRegistry::keyLocalMachine )" );
-    else if ( !aCRegistry.Open( aRoot, ( CRegistry::CreatePermissions )( CRegistry::permissionRead ) ) )
-    {
-        rReport.Fail(
-            " Error: !aCRegistry.Open( aRoot, (CRegistry::CreatePermissions)( CRegistry::permissionRead ) )" );
-        rReport.Tail( "aRoot = " ).Tail( aRoot );
-    }
-    if ( rReport.Failed() )
-        rReport.ReportNow();
-    else
+    if ( OpenSettingsKey( rReport, aCRegistry, NLS_SETTINGS_KEY ) )
         ReadValues( rReport, aCRegistry, rSettings );
 }
 
