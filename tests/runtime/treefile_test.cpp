@@ -223,6 +223,17 @@ TEST( TreeFile, OneWritesWhileOthersReadTheLastCompleteState )
         for ( const auto& pReader : aReaders )
             ASSERT_EQ( std::to_string( nState ), pReader->Get( strLast ) );
     }
+    // Nor does anybody have to see each state, or to find more than one root whole.
+    for ( const char* const pKey : { "skipped", "newest" } )
+    {
+        aWriter.Put( pKey, "text" );
+        aWriter.aTree.Flush();
+    }
+    EXPECT_EQ( "text", aReaders[1]->Get( "newest" ) );
+    std::fstream( strPath, std::ios::in | std::ios::out | std::ios::binary )
+        .seekp( aReaders[0]->aFile.GetStates().GetNextPage() * TREE_PAGE_SIZE + sizeof( TreePageHead ) )
+        .put( '!' );
+    EXPECT_EQ( "text", aReaders[0]->Get( "newest" ) );
     EXPECT_TRUE( TreeFile( strPath, "w+" ).Put( "1", "new file" ) );
     EXPECT_FALSE( TreeFile( strPath, "rb" ).Get( "11001" ) );
     EXPECT_EQ( "11", aReaders[0]->Get( "11001" ) );
