@@ -1,13 +1,38 @@
 #include "core/callreport.h"
 #include "core/guards.h"
 #include "core/taskname.h"
+#include "file/ownpath.h"
 #include "nls/keytext.h"
 #include "nls/textview.h"
+#include "runtime/rwfilemanager.h"
 
 #include <bxtools/nlsserver.h>
 #include <bxtools/path.h>
 
 #include <new>
+
+namespace
+{
+
+// A new file takes the place of a release file that is there, since those who read that one have it mapped. Throws while
+// somebody writes to it.
+void ReplaceOldFile( const MString& stReleaseFile )
+{
+    if ( !FileExists( stReleaseFile, FILE_ACCESS_EXISTS, NULL, 0 ) )
+        return;
+    const MString stPath = OwnPath( stReleaseFile );
+    const RWFileManager aOld( stPath, "r+" );
+    try
+    {
+        const RWFileManager aNew( stPath, "w+" );
+    }
+    catch ( const RWFileErr& )
+    {
+        // Where its folder does not let it be replaced, it is emptied.
+    }
+}
+
+} // namespace
 
 NLSServer::NLSServer( USHORT MaxKeyLen, LPCTSTR releaseFile )
 {
@@ -64,8 +89,14 @@ BOOL NLSServer::OpenReleaseFile( CallReport& rReport, USHORT MaxKeyLen, LPCTSTR 
 BOOL NLSServer::CheckReleaseFile( BOOL fExistanceOnly )
 {
     CallReport aReport( *this, "From BOOL NLSServer::CheckReleaseFile( BOOL fExistanceOnly )" );
-    if ( !fExistanceOnly && !CreatePathAndFile( m_stReleaseFile ) )
-        return aReport.Fail( " Error: !CreatePathAndFile( m_stReleaseFile )" );
+    constexpr LPCTSTR NOT_MADE = " Error: !CreatePathAndFile( m_stReleaseFile )";
+    const auto Make = [this]() -> BOOL
+    {
+        ReplaceOldFile( m_stReleaseFile );
+        return CreatePathAndFile( m_stReleaseFile );
+    };
+    if ( !fExistanceOnly && !aReport.Guard( BOOL( FALSE ), NOT_MADE, Make ) )
+        return aReport.Fail( NOT_MADE );
     if ( !FileExists( m_stReleaseFile, FILE_ACCESS_READWRITE, NULL, 0 ) )
         return aReport.Fail( " Error: !FileExists( m_stReleaseFile, FILE_ACCESS_READWRITE, NULL, 0 )" );
     return TRUE;

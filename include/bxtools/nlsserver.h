@@ -193,7 +193,9 @@ class DLL_EXPORT_MOD NLSServer : public BaseObject2
 public:
     //   MaxKeyLen    0: a server that reads, with the settings. Otherwise a writer of a new release file: the length of its
     //                longest key, without the country code.
-    //   releaseFile  the writer's file, made with its folders; one that is there is emptied. Not used by a server that reads.
+    //   releaseFile  the writer's file, made with its folders. An empty one takes the place of one that is there; who reads that
+    //                one keeps it until his server is made anew, and on Windows is in the way. Nor can it be replaced while
+    //                somebody writes to it. Not used by a server that reads.
     // What fails is reported, and the status is FALSE then.
     NLSServer( USHORT MaxKeyLen, LPCTSTR releaseFile );
     // Closes the release file: a new one is complete then.
@@ -225,7 +227,7 @@ public:
     BOOL WriteStringValue( LPCTSTR pstKey, LPCTSTR pstValue );
 
     // Whether the release file is there and may be read and written.
-    //   fExistanceOnly  FALSE: it is made first, with its folders, and empty.
+    //   fExistanceOnly  FALSE: it is made first, with its folders, and empty, as for a writer.
     // Result: TRUE; FALSE with one report.
     BOOL CheckReleaseFile( BOOL fExistanceOnly );
     // Reports the settings, where the debug flag is set: task, mode, and the files.

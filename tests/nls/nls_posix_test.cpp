@@ -78,3 +78,27 @@ TEST_F( NlsFiles, ReplacedWhileTheyAreReadGiveTheOldTextOrTheNewOne )
     fEnd = true;
     aEditor.join();
 }
+
+TEST_F( NlsFiles, ReleasedAnewLeaveTheirReadersTheOldTexts )
+{
+    const std::string strKey = m_strCode + "A.STITLE";
+    Release( { { strKey, "old" } } );
+    const MString& rFile = m_aSettings.stReleaseFile;
+    const auto ePermissions = std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
+    std::filesystem::permissions( rFile.data(), ePermissions );
+    SetNlsSettings( &m_aSettings );
+    for ( int i = 0; i < 10; ++i ) // the file is mapped at one of them
+        EXPECT_EQ( "old", Load( "A.S", "TITLE" ) );
+    {
+        DebugRecorder aRecorder;
+        NLSServer aWriter( 40, rFile );
+        EXPECT_TRUE( aWriter.WriteStringValue( strKey.c_str(), "new" ) );
+        EXPECT_EQ( "old", Load( "A.S", "TITLE" ) );
+        EXPECT_TRUE( aRecorder.Silent() );
+        EXPECT_FALSE( NLSServer( 40, rFile ).IsStatusOk() ) << "one writes at a time";
+    }
+    EXPECT_EQ( "old", Load( "A.S", "TITLE" ) );
+    SetNlsSettings( &m_aSettings );
+    EXPECT_EQ( "new", Load( "A.S", "TITLE" ) );
+    EXPECT_EQ( ePermissions, std::filesystem::status( rFile.data() ).permissions() );
+}
