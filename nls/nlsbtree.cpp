@@ -64,7 +64,7 @@ NlsBTreeOnDisk::~NlsBTreeOnDisk()
 void NlsBTreeOnDisk::Init()
 {
     CallReport aReport( *this, "From void NlsBTreeOnDisk::Init()" );
-    if ( !m_bStatusOk )
+    if ( !m_bStatusOk || m_pbDiskTree != NULL )
         return;
     const LPCTSTR pFileText =
         m_bCreate ? " Error: m_pDataFile = new RWFileManager( m_stFileName, rwnil ) ) == NULL"

@@ -85,7 +85,7 @@ public:
     NlsBTreeOnDisk( const NlsBTreeOnDisk& ) = delete;
     NlsBTreeOnDisk& operator=( const NlsBTreeOnDisk& ) = delete;
 
-    // Opens the file; called by the constructor. Does nothing when the status is lost.
+    // Opens the file; called by the constructor. Does nothing when the status is lost, or the file is open.
     void Init();
 
     // Makes what was written a complete state, so that nothing is left to fail at the object's end.

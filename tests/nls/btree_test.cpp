@@ -115,6 +115,7 @@ TEST( BTree, ObjectsReportToTheirHook )
     {
         NlsBTreeOnDisk aTree( strPath.c_str(), 20, "rb", TRUE );
         aTree.SetDbgFunc( &HookRecorder::Debug );
+        aTree.Init(); // open already
         int nFound = 1;
         EXPECT_TRUE( aTree.WriteKeyStringPairToFile( "key", "text" ) );
         EXPECT_STREQ( "text", aTree.ReadKeyStringPairFromFile( "key", nFound, "none" ) );
