@@ -1,7 +1,10 @@
-// Windows, menus, fonts: the constants and records of their calls on Linux. Part of wintypes.h.
+// Windows, menus, fonts: the constants and records of their calls. Part of wintypes.h, which every file includes instead; Windows
+// has its own.
 #pragma once
 
-#include <stdint.h>
+#if !defined( _WIN32 )
+
+#include <bxtools/wintypes_base.h>
 
 // Relations of GetWindow.
 #define GW_HWNDFIRST 0
@@ -91,3 +94,5 @@ typedef struct tagCHOOSEFONTA
     INT nSizeMin;
     INT nSizeMax;
 } CHOOSEFONTA, *LPCHOOSEFONTA;
+
+#endif

@@ -6,7 +6,8 @@ TEST( Usage, EveryLevelHasHelpWithExamplesOnStandardOutput )
 {
     ProgramFolder aFolder;
     EXPECT_TRUE( Holds( aFolder.Run( BXTOOL_PROGRAM, { "--help" } ).strOutput, "Examples:\n  " ) );
-    for ( const char* pCommand : { "--help", "show", "explain", "make", "find", "count", "reverse", "append" } )
+    for ( const char* pCommand :
+          { "--help", "show", "explain", "make", "find", "count", "reverse", "append" } )
     {
         const ProgramResult aResult = aFolder.Errors( { pCommand, "--help" } );
         EXPECT_EQ( 0, aResult.nExitCode );
