@@ -1,5 +1,5 @@
-# What an installation holds: the two libraries, the public headers, and a package for callers that use CMake:
-# find_package( BXTools ) and BXTools::bxtools.
+# What an installation holds: the two libraries, the public headers, the documents, and a package for callers that use CMake:
+# find_package( BXTools ) and BXTools::bxtools. Folders that build what is installed besides say so themselves.
 
 include( CMakePackageConfigHelpers )
 
@@ -9,6 +9,8 @@ install( TARGETS bxtools bxruntime EXPORT BXToolsTargets
          ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
          RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" )
 install( DIRECTORY include/bxtools DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" FILES_MATCHING PATTERN "*.h" )
+install( FILES README.md CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" )
+install( DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" FILES_MATCHING PATTERN "*.md" PATTERN "*.png" )
 if( WIN32 )
     install( FILES ${BXTOOLS_COMPILER_DLLS} DESTINATION "${CMAKE_INSTALL_BINDIR}" )
 endif()

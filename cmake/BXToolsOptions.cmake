@@ -3,6 +3,7 @@
 include( CMakeDependentOption )
 
 option( BXTOOLS_BUILD_TESTS "Build the test programs" ON )
+option( BXTOOLS_BUILD_TOOLS "Build bxtool, its tests and the examples" ON )
 option( BXTOOLS_BUILD_BENCH "Build the bench program" OFF )
 option( BXTOOLS_BUILD_FUZZ "Build the fuzzers" OFF )
 # Windows and its dialogs are the system's own there.
