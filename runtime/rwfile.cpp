@@ -79,7 +79,8 @@ void RWFile::Write( const char* pBytes, size_t nSize )
         if ( m_nWaiting == 0 )
             m_ullWaitingPlace = m_ullPosition;
         // Up to the next multiple of the buffer's size, since the system takes pieces that begin at such faster.
-        const size_t nRoom = WAITING_SIZE - m_ullWaitingPlace % WAITING_SIZE - m_nWaiting;
+        const size_t nRoom =
+            WAITING_SIZE - static_cast<size_t>( m_ullWaitingPlace % WAITING_SIZE ) - m_nWaiting;
         const size_t nNow = std::min( nSize, nRoom );
         std::memcpy( m_pWaiting.get() + m_nWaiting, pBytes, nNow );
         m_nWaiting += nNow;
