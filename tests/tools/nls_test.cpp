@@ -44,7 +44,7 @@ TEST( NlsTool, ReleaseFileGivesTheTextsOfAllLanguages )
 {
     const NlsFolder aFolder;
     // As a spreadsheet writes it.
-    aFolder.Write( "MODULE.CSV", "\xEF\xBB\xBFKey;German=049;English=044\r\n"
+    aFolder.Write( "MODULE.CSV", "\xEF\xBB\xBFKey;German=049;English=044;;\r\n"
                                  "; a comment;;\r\n"
                                  "[Group];;\r\n"
                                  "Title=Titel;Title;\r\n"
@@ -108,7 +108,8 @@ TEST( NlsTool, CheckNamesEachFaultWithItsPlace )
                                                   "\"5=a\"b;\"open\n" ) );
     aFolder.Write( "B.CSV", "; late\nKey;49;44\n" );
     aFolder.Write( "C.CSV", "Key;German=abc;49;049\n[A]\n1=a;b;c\n" );
-    aFolder.Write( "d.csv", HEADER + std::string( "[X]\n12=a;b\n[X1]\n2=a;b\nLongest=a;b\n" ) );
+    aFolder.Write( "d.csv", HEADER + std::string( "[X]\n12=a;b\n[X1]\n2=a;b\nLongest=a;b\n"
+                                                  "\"7=[a.hlp;65536]\";[]\n" ) );
     const ProgramResult aResult = aFolder.Nls( { "check", "texts", "--key-length", "9" } );
     EXPECT_EQ( 4, aResult.nExitCode ) << aResult.strErrors;
     const std::string strFile = "texts/A.CSV:";
@@ -134,7 +135,8 @@ TEST( NlsTool, CheckNamesEachFaultWithItsPlace )
             "C.CSV:1:19: language 049 is there already\n",
             "d.csv:1:1: programs do not find this file: they look for D.CSV\n",
             "d.csv:5:1: section and key together are \"D.X12\", as those of ",
-            "d.csv:6:1: key \"D.X1LONGEST\" has 11 bytes; the longest that fits has 9\n" } )
+            "d.csv:6:1: key \"D.X1LONGEST\" has 11 bytes; the longest that fits has 9\n",
+            "d.csv:7:4: \"[a.hlp;65536]\" is no help section", "d.csv:7:19: \"[]\" is no help section" } )
         EXPECT_TRUE( Holds( aResult.strOutput, pLine ) ) << pLine << aResult.strOutput;
 
     const auto aJson = nlohmann::json::parse( aFolder.Nls( { "check", "texts", "--json" } ).strOutput );

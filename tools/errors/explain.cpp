@@ -11,6 +11,7 @@
 #include "tools/textsource.h"
 
 #include <bxtools/errclient.h>
+#include <bxtools/platform.h>
 
 #include <memory>
 
@@ -64,6 +65,8 @@ Explained Explain( std::string_view aRecord, ErrObjectClient& rClient )
     MString aMessage;
     MString aDetails;
     MString aHelpFile;
+    // A system error of 0 would give the text of this program's own last error.
+    SetLastError( 0 );
     if ( rClient.FromStream( ToMString( aRecord ) ) && rClient.GetTranslatedErrText( aMessage ) &&
          rClient.GetDetailsErrText( aDetails ) && rClient.GetHelpData( aHelpFile, aExplained.usHelpTopic ) )
     {

@@ -109,8 +109,10 @@ void AddNlsBuildCommand( CLI::App& rFamily, ExitCode& rExitCode )
         ->type_name( "" );
     pCommand->add_option( "--file-version", pOptions->aVersion,
                           "What the version entry says; nothing: a checksum of the texts" );
-    pCommand->add_option( "--key-length", pOptions->nKeyLength,
-                          "The longest FILE.GROUPKEY that is right, in bytes; nothing: any" );
+    pCommand
+        ->add_option( "--key-length", pOptions->nKeyLength,
+                      "The longest FILE.GROUPKEY that is right, in bytes; nothing: any" )
+        ->check( CLI::Range( 1, 0xFFFF ) );
     pCommand->add_flag( "--force", pOptions->fForce, "Build what can be read of language files with faults" );
     pCommand->add_flag( "--json", pOptions->fJson, "Print JSON instead" );
     pCommand->callback( [pOptions, &rExitCode] { rExitCode = Build( *pOptions ); } );

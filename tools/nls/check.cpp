@@ -53,8 +53,10 @@ void AddNlsCheckCommand( CLI::App& rFamily, ExitCode& rExitCode )
     pCommand->add_option( "DIR", pOptions->aFolders, "The folder of the language files; also several" )
         ->required()
         ->type_name( "" );
-    pCommand->add_option( "--key-length", pOptions->nKeyLength,
-                          "The longest FILE.GROUPKEY that is right, in bytes; nothing: any" );
+    pCommand
+        ->add_option( "--key-length", pOptions->nKeyLength,
+                      "The longest FILE.GROUPKEY that is right, in bytes; nothing: any" )
+        ->check( CLI::Range( 1, 0xFFFF ) );
     pCommand->add_flag( "--json", pOptions->fJson, "Print a JSON array instead" );
     pCommand->callback( [pOptions, &rExitCode] { rExitCode = Check( *pOptions ); } );
 }

@@ -57,9 +57,13 @@ private:
 
     void TakeHeader( const std::vector<Cell>& rRow )
     {
-        if ( rRow.size() == 1 )
+        // Spreadsheets fill it up to the longest row.
+        size_t nCells = rRow.size();
+        while ( nCells > 1 && Trimmed( rRow[nCells - 1].aText ).empty() )
+            nCells--;
+        if ( nCells == 1 )
             Add( rRow[0].aPlace, "the header names no language; it looks like Key;German=049;English=044" );
-        for ( size_t i = 1; i < rRow.size(); i++ )
+        for ( size_t i = 1; i < nCells; i++ )
             TakeLanguage( rRow[i] );
     }
 

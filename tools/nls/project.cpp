@@ -4,7 +4,10 @@
 #include "tools/errors/displaytext.h"
 #include "tools/toolfailure.h"
 
+#include <bxtools/errclient.h>
+
 #include <algorithm>
+#include <charconv>
 #include <filesystem>
 #include <map>
 #include <tuple>
@@ -46,6 +49,14 @@ size_t CountPlaces( std::string_view aText, std::string_view aToken )
     for ( size_t nAt = 0; ( nAt = aText.find( aToken, nAt ) ) != aText.npos; nAt += aToken.size() )
         nPlaces++;
     return nPlaces;
+}
+
+// A larger number would lead to another topic.
+bool IsHelpTopic( std::string_view aText )
+{
+    HELP_ID usTopic = 0;
+    const auto [pEnd, aError] = std::from_chars( aText.data(), aText.data() + aText.size(), usTopic );
+    return aError == std::errc() && pEnd == aText.data() + aText.size();
 }
 
 // What can be said of texts only when all of them are known.
@@ -158,12 +169,12 @@ private:
                         "the bracket begins a help section and is not closed: this error cannot be "
                         "translated" );
         const std::string_view aInner = aText.substr( nStart + 1, nEnd - nStart - 1 );
-        const size_t nTopic = std::min( aInner.find( ';' ), aInner.size() - 1 ) + 1;
-        if ( nTopic >= aInner.size() || aInner.find_first_not_of( "0123456789", nTopic ) != aInner.npos )
+        const size_t nSemicolon = aInner.find( ';' );
+        if ( nSemicolon == aInner.npos || !IsHelpTopic( aInner.substr( nSemicolon + 1 ) ) )
             Add( rFile, rText.aPlace,
                  Quoted( aText.substr( nStart, nEnd - nStart + 1 ) ) +
                      " is no help section, and is cut out: it looks like [help file;topic], with a "
-                     "number as topic" );
+                     "number up to 65535 as topic" );
     }
 
     Project& m_rProject;
