@@ -2,6 +2,7 @@
 
 #include <bxtools/error.h>
 #include <bxtools/nls.h>
+#include <bxtools/platform.h>
 
 namespace
 {
@@ -32,6 +33,8 @@ ErrorPages::Page ErrorPages::ReadPage( ULONG ulIndex, const MString& aStream )
 {
     Page aPage;
     ErrObjectClient aError;
+    // A system error of 0 would give the text of what failed last in here.
+    SetLastError( 0 );
     if ( !Error2ObjectFromStream( aError, ulIndex, aStream ) )
         aPage.aText = aStream.GetTokenStr( static_cast<USHORT>( ulIndex + 1 ), ERRSTREAM_RECORD_SEPARATOR );
     else if ( !aError.GetTranslatedErrText( aPage.aText ) )

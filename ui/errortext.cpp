@@ -1,6 +1,7 @@
 #include "ui/errortext.h"
 
 #include <string_view>
+#include <utility>
 
 namespace
 {
@@ -13,12 +14,28 @@ void ReplaceFirst( std::string& rText, std::string_view aPlace, ULONG ulValue )
         rText.replace( uFound, aPlace.size(), std::to_string( ulValue ) );
 }
 
+// Errors come from other processes, too, and are printed where there is no window: a terminal would act on these.
+std::string WithoutControls( std::string aText )
+{
+    for ( size_t i = 0; i < aText.size(); ++i )
+    {
+        const auto ucSign = static_cast<unsigned char>( aText[i] );
+        const auto ucNext = static_cast<unsigned char>( aText.c_str()[i + 1] );
+        if ( ucSign == 0xC2 && ucNext >= 0x80 && ucNext < 0xA0 )
+            aText.replace( i, 2, "?" );
+        else if ( ( ucSign < ' ' && ucSign != '\n' && ucSign != '\t' ) || ucSign == 0x7F )
+            aText[i] = '?';
+    }
+    return aText;
+}
+
 } // namespace
 
 std::string TrimLines( LPCSTR pText )
 {
     std::string aText( pText );
     std::erase( aText, '\r' );
+    aText = WithoutControls( std::move( aText ) );
     const size_t uFirst = aText.find_first_not_of( LINE_ENDS );
     if ( uFirst == std::string::npos )
         return {};
@@ -35,7 +52,7 @@ std::string FillPosition( LPCSTR pPosition, ULONG ulError, ULONG ulCount )
 
 std::string ComposeHelp( const WindowSystemError& rError )
 {
-    return std::string( rError.pHelpFile ) + ", " + std::to_string( rError.usHelpTopic );
+    return WithoutControls( rError.pHelpFile ) + ", " + std::to_string( rError.usHelpTopic );
 }
 
 std::string ComposeError( const WindowSystemError& rError, const WindowSystemErrorLabels& rLabels )

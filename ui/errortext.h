@@ -5,7 +5,7 @@
 
 #include <string>
 
-// Without empty lines around it, and with LF between the lines.
+// Without empty lines around it, with LF between the lines, and with question marks for control characters.
 std::string TrimLines( LPCSTR pText );
 
 // A text with "%1" and "%2" in it that stand for numbers.

@@ -41,6 +41,22 @@ QLabel* MakeLabel( const QString& rText )
     return pLabel;
 }
 
+// Copies what is selected in the text that has the focus; a shortcut of the window comes before the text's own.
+// Result: false when there is nothing.
+bool CopySelection()
+{
+    QWidget* const pFocus = QApplication::focusWidget();
+    auto* const pText = qobject_cast<QPlainTextEdit*>( pFocus );
+    const auto* const pLabel = qobject_cast<QLabel*>( pFocus );
+    if ( pText != nullptr && pText->textCursor().hasSelection() )
+        pText->copy();
+    else if ( pLabel != nullptr && pLabel->hasSelectedText() )
+        QApplication::clipboard()->setText( pLabel->selectedText() );
+    else
+        return false;
+    return true;
+}
+
 QString ToQt( const std::string& rText )
 {
     return QString::fromUtf8( rText.data(), static_cast<qsizetype>( rText.size() ) );
@@ -156,7 +172,12 @@ void QtErrorWindow::AddButtons( QDialogButtonBox& rBox, const QtErrors& rErrors 
     connect( pClose, &QPushButton::clicked, this, &QDialog::reject );
     connect( m_pPrevious, &QPushButton::clicked, this, GoBack );
     connect( m_pNext, &QPushButton::clicked, this, GoOn );
-    connect( new QShortcut( QKeySequence::Copy, this ), &QShortcut::activated, this, Copy );
+    connect( new QShortcut( QKeySequence::Copy, this ), &QShortcut::activated, this,
+             [Copy]
+             {
+                 if ( !CopySelection() )
+                     Copy();
+             } );
     connect( new QShortcut( Qt::ALT | Qt::Key_Left, this ), &QShortcut::activated, this, GoBack );
     connect( new QShortcut( Qt::ALT | Qt::Key_Right, this ), &QShortcut::activated, this, GoOn );
     const bool fSeveral = rErrors.aPages.size() > 1;

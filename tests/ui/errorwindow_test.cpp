@@ -91,6 +91,10 @@ TEST_F( QtErrorDisplay, HasAPageForEachError )
     EXPECT_EQ( "optional text", aTexts[1]->toPlainText() );
     QTest::keyClick( Window(), Qt::Key_C, Qt::ControlModifier );
     EXPECT_EQ( Whole(), QApplication::clipboard()->text().toStdString() );
+    aTexts[1]->setFocus();
+    aTexts[1]->selectAll();
+    QTest::keyClick( aTexts[1], Qt::Key_C, Qt::ControlModifier );
+    EXPECT_EQ( "optional text", QApplication::clipboard()->text() );
     QTest::keyClick( Window(), Qt::Key_Escape );
     QCoreApplication::sendPostedEvents( nullptr, QEvent::DeferredDelete );
     EXPECT_EQ( nullptr, Window() );
@@ -158,4 +162,11 @@ TEST( ErrorDisplay, PrintsInAProgramWithoutWindows )
     EXPECT_TRUE( DisplayError( NULL, FALSE ) );
     EXPECT_EQ( "Errors\nError 1 of 1\n" + std::string( FIRST ) + "\n\n",
                ::testing::internal::GetCapturedStderr() );
+
+    // Nothing in it acts on the terminal.
+    ::testing::internal::CaptureStderr();
+    EXPECT_TRUE( SetLastErr( "TEST.CLASS", 7, 0, "bell \a, \x1B and \xC2\x9B", "", "" ) );
+    EXPECT_TRUE( DisplayError( NULL, FALSE ) );
+    EXPECT_EQ( 0u,
+               ::testing::internal::GetCapturedStderr().find( "Errors\nError 1 of 1\nbell ?, ? and ?\n" ) );
 }
