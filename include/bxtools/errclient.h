@@ -51,6 +51,8 @@ public:
     //   A text that has another number of places than the record has parameters is taken as it stands, with one
     //   report; that is no failure.
     //   A class and number without a text give the origin text.
+    //   Help sections are looked for when the parameters are in their places, and in the origin text, too: a "[" in
+    //   one of those counts as the message's own; kept so.
     //   Of a text that brings its own CR LF, as the system's do, the CR stays in front of the frame's; kept so.
     //   ERRCLS_SYS_LASTERROR with a system error of 0 gives the text of the thread's last error; kept so.
     // FALSE: the record was never filled; a help section is opened and not closed; or the system's text cannot be

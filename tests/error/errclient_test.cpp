@@ -215,6 +215,11 @@ TEST_F( ErrClient, HelpIsCutOutOfTheMessage )
     EXPECT_TRUE( aHelpFile.IsEmpty() );
     EXPECT_EQ( 0, usTopic );
 
+    // So are those of parameters and origin texts.
+    EXPECT_EQ(
+        0u,
+        Translated( Record( "TEST.CLASS", "9", "0+?+file a[1].txt+?++?+" ) ).find( "\r\nfile a.txt\r\n" ) );
+
     EXPECT_TRUE( aClient.FromStream( ToMString( Record( "TEST.CLASS", "3" ) ) ) );
     aText = "unchanged";
     EXPECT_FALSE( aClient.GetTranslatedErrText( aText ) );
