@@ -94,6 +94,6 @@ TEST( ErrDisplay, ShowsTheStreamOrSaysWhyNot )
 {
     EXPECT_EQ( 0, RunBeside( BX_DISPLAY_FOLDER, "whole" ) );
     EXPECT_EQ( 0, RunBeside( BX_NO_DISPLAY_FOLDER, "without function" ) );
-    if ( const std::string strEmpty = BX_EMPTY_FOLDER; !strEmpty.empty() )
-        EXPECT_EQ( 0, RunBeside( strEmpty.c_str(), "missing" ) );
+    const std::string strEmpty = BX_EMPTY_FOLDER;
+    EXPECT_EQ( 0, strEmpty.empty() ? 0 : RunBeside( strEmpty.c_str(), "missing" ) );
 }
