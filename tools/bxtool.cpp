@@ -35,6 +35,8 @@ int ParseAndRun( int argc, char* argv[] )
     aProgram.set_version_flag( "--version", "bxtool " BXTOOLS_VERSION );
     aProgram.footer( std::string( EXAMPLES ) + EXIT_CODE_HELP );
     aProgram.require_subcommand( 1 );
+    // A path may begin with a slash on Windows, too.
+    aProgram.allow_windows_style_options( false );
     aProgram.fallthrough();
     for ( AddFamily pAddFamily : FAMILIES )
         pAddFamily( aProgram, aExitCode );

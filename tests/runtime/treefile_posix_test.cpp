@@ -227,3 +227,17 @@ TEST( TreeFileFaults, BuildingAMillionTextsTakesLittleMemory )
     EXPECT_GT( 200, nMegabytes );
 #endif
 }
+
+// Windows replaces no file that somebody has mapped.
+TEST( TreeFileFaults, ANewFileTakesThePlaceOfOneThatIsRead )
+{
+    const ScratchFolder aFolder;
+    const std::string strPath = aFolder.Path( "tree" );
+    EXPECT_TRUE( TreeFile( strPath ).Put( "old", "text" ) );
+    TreeFile aReader( strPath, "rb" );
+    for ( int i = 0; i < 20; ++i )
+        ASSERT_EQ( "text", aReader.Get( "old" ) ) << "before it is mapped and afterwards";
+    EXPECT_TRUE( TreeFile( strPath, "w+" ).Put( "new", "text" ) );
+    EXPECT_FALSE( TreeFile( strPath, "rb" ).Get( "old" ) );
+    EXPECT_EQ( "text", aReader.Get( "old" ) );
+}

@@ -234,9 +234,6 @@ TEST( TreeFile, OneWritesWhileOthersReadTheLastCompleteState )
         .seekp( aReaders[0]->aFile.GetStates().GetNextPage() * TREE_PAGE_SIZE + sizeof( TreePageHead ) )
         .put( '!' );
     EXPECT_EQ( "text", aReaders[0]->Get( "newest" ) );
-    EXPECT_TRUE( TreeFile( strPath, "w+" ).Put( "1", "new file" ) );
-    EXPECT_FALSE( TreeFile( strPath, "rb" ).Get( "11001" ) );
-    EXPECT_EQ( "11", aReaders[0]->Get( "11001" ) );
 }
 
 TEST( TreeFile, GrowsToWhatOffsetsReachAndNoFarther )
