@@ -1,5 +1,6 @@
 // What a person reads of an error: messages, their parameters and help, and the block behind them.
 #include "error/records.h"
+#include "support/languagefiles.h"
 #include "support/recorder.h"
 #include "support/scratchfolder.h"
 
@@ -36,14 +37,7 @@ protected:
     }
     ~ErrClient() override { SetNlsSettings( NULL ); }
 
-    void UseLanguage( USHORT usCode )
-    {
-        NlsSettings aSettings;
-        aSettings.fEditMode = TRUE;
-        aSettings.stLanguagePath = m_aFolder.Path().c_str();
-        aSettings.usCountryCode = usCode;
-        SetNlsSettings( &aSettings );
-    }
+    void UseLanguage( USHORT usCode ) { UseLanguageFiles( m_aFolder.Path(), usCode ); }
     // The common texts, which a new record reads.
     void WriteCommonTexts( const std::string& strToken )
     {

@@ -1,6 +1,7 @@
 // A Qt program without a display, with texts in two languages.
 #pragma once
 
+#include "support/languagefiles.h"
 #include "support/scratchfolder.h"
 
 #include <bxtools/nlsserver.h>
@@ -26,14 +27,7 @@ protected:
     }
     ~QtTest() override { SetNlsSettings( NULL ); }
 
-    void SetLanguage( USHORT usCountryCode )
-    {
-        NlsSettings aSettings;
-        aSettings.fEditMode = TRUE;
-        aSettings.stLanguagePath = m_aFolder.Path().c_str();
-        aSettings.usCountryCode = usCountryCode;
-        SetNlsSettings( &aSettings );
-    }
+    void SetLanguage( USHORT usCountryCode ) { UseLanguageFiles( m_aFolder.Path(), usCountryCode ); }
 
     // One text of a release file is all there is, in German. A help section's semicolon has no place in a language file.
     void UseReleaseFile( const char* pKey, const char* pText )
