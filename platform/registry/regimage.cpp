@@ -11,9 +11,6 @@
 
 namespace
 {
-constexpr size_t GOOD_STEP = 8;             // bytes for each bit
-constexpr size_t GOOD_BYTE = GOOD_STEP * 8; // bytes for each byte of bits
-
 // An image without anything but its root, whose number is always the first.
 struct EmptyImage
 {
@@ -261,10 +258,8 @@ LONG RegImage::CheckKey( const BYTE* pKey, ULONGLONG ullSize ) const noexcept
     return fGood ? ERROR_SUCCESS : ERROR_REGISTRY_CORRUPT;
 }
 
-bool RegImage::IsDataGood( const BYTE* pData, const RegValueEntry& rEntry ) const noexcept
+bool RegImage::CheckData( const BYTE* pData, const RegValueEntry& rEntry ) const noexcept
 {
-    if ( rEntry.dwSize == 0 || IsKnownGood( pData ) )
-        return true;
     if ( ChecksumOfReg( pData, rEntry.dwSize ) != rEntry.ullChecksum )
         return false;
     RememberGood( pData );
@@ -319,15 +314,6 @@ LONG RegImage::CheckAll() const noexcept
 void RegImage::MarkAllGood() const noexcept
 {
     m_fAllGood.store( true, std::memory_order_relaxed );
-}
-
-bool RegImage::IsKnownGood( const BYTE* pPlace ) const noexcept
-{
-    if ( m_fAllGood.load( std::memory_order_relaxed ) )
-        return true;
-    const size_t nPlace = static_cast<size_t>( pPlace - m_pBytes );
-    const BYTE ucBits = m_pGood[nPlace / GOOD_BYTE].load( std::memory_order_relaxed );
-    return ( ucBits >> ( nPlace / GOOD_STEP % 8 ) & 1 ) != 0;
 }
 
 void RegImage::RememberGood( const BYTE* pPlace ) const noexcept

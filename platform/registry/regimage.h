@@ -100,10 +100,24 @@ private:
     LONG CheckKey( const BYTE* pKey, ULONGLONG ullSize ) const noexcept;
     LONG CheckTree( const RegKeyView& rKey, size_t nDepth ) const noexcept;
     LONG CheckValue( const RegKeyView& rKey, size_t nIndex ) const noexcept;
-    bool IsDataGood( const BYTE* pData, const RegValueEntry& rEntry ) const noexcept;
+    // In each read of a value.
+    bool IsDataGood( const BYTE* pData, const RegValueEntry& rEntry ) const noexcept
+    {
+        return rEntry.dwSize == 0 || IsKnownGood( pData ) || CheckData( pData, rEntry );
+    }
+    bool CheckData( const BYTE* pData, const RegValueEntry& rEntry ) const noexcept;
 
     // One bit for each eight bytes: what begins there has been found good.
-    bool IsKnownGood( const BYTE* pPlace ) const noexcept;
+    static constexpr size_t GOOD_STEP = 8;             // bytes for each bit
+    static constexpr size_t GOOD_BYTE = GOOD_STEP * 8; // bytes for each byte of bits
+    bool IsKnownGood( const BYTE* pPlace ) const noexcept
+    {
+        if ( m_fAllGood.load( std::memory_order_relaxed ) )
+            return true;
+        const size_t nPlace = static_cast<size_t>( pPlace - m_pBytes );
+        const BYTE ucBits = m_pGood[nPlace / GOOD_BYTE].load( std::memory_order_relaxed );
+        return ( ucBits >> ( nPlace / GOOD_STEP % 8 ) & 1 ) != 0;
+    }
     void RememberGood( const BYTE* pPlace ) const noexcept;
 
     const BYTE* const m_pBytes;
