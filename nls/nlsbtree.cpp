@@ -144,3 +144,15 @@ DATABUFTYPE NlsBTreeOnDisk::ReadKeyStringPairFromFile( MYLPCSTR pKey, int& nFoun
         Perform( aReport, m_stKey, [&] { Assign( m_stValue, pPartialKey ); } );
     return m_stValue.data();
 }
+
+ULONGLONG NlsBTreeOnDisk::GetState() const noexcept
+{
+    try
+    {
+        return m_pbDiskTree != NULL ? m_pbDiskTree->FollowState() : 0;
+    }
+    catch ( const std::exception& )
+    {
+        return 0;
+    }
+}

@@ -3,6 +3,7 @@
 #include "core/taskname.h"
 #include "file/ownpath.h"
 #include "nls/keytext.h"
+#include "nls/textmemo.h"
 #include "nls/textview.h"
 #include "runtime/rwfilemanager.h"
 
@@ -30,6 +31,15 @@ void ReplaceOldFile( const MString& stReleaseFile )
     {
         // Where its folder does not let it be replaced, it is emptied.
     }
+}
+
+// A text that an earlier lookup has found in the state in which the release file is; NULL: there is none.
+DATABUFTYPE FindKept( TextMemo* pMemo, LPVOID lTree, std::string_view aSec, std::string_view aKey )
+{
+    if ( pMemo == NULL )
+        return NULL;
+    pMemo->Follow( static_cast<const NlsBTreeOnDisk*>( lTree )->GetState() );
+    return pMemo->Find( aSec, aKey );
 }
 
 } // namespace
@@ -61,6 +71,7 @@ NLSServer::~NLSServer()
     if ( m_lNlsBTreeOnDisk != NULL )
         BTreeOnDiskDelete( m_lNlsBTreeOnDisk );
     delete m_pCfgFiles;
+    delete m_pTextMemo;
 }
 
 BOOL NLSServer::OpenLanguageFiles( CallReport& rReport )
@@ -83,6 +94,8 @@ BOOL NLSServer::OpenReleaseFile( CallReport& rReport, USHORT MaxKeyLen, LPCTSTR 
     if ( m_lNlsBTreeOnDisk == NULL )
         return rReport.Fail(
             " Error: ( m_lNlsBTreeOnDisk = l( m_stReleaseFile, TempLen, 'rb', bDebug ) ) == 0" );
+    if ( MaxKeyLen == 0 )
+        m_pTextMemo = new ( std::nothrow ) TextMemo;
     return TRUE;
 }
 
@@ -145,13 +158,24 @@ BOOL NLSServer::ReadInUpperCase( std::string_view aSec, std::string_view aKey, B
 {
     if ( m_fEditMode )
         return Read( UpperText( aSec ).Text(), UpperText( aKey ).Text(), NULL, pbFound, ppData );
+    const DATABUFTYPE pKept = m_fStatus ? FindKept( m_pTextMemo, m_lNlsBTreeOnDisk, aSec, aKey ) : NULL;
+    if ( pKept != NULL )
+    {
+        *ppData = pKept;
+        *pbFound = TRUE;
+        return TRUE;
+    }
     KeyText aFullKey( m_stCountryCode.length() + aSec.size() + aKey.size() );
     if ( !aSec.empty() )
         aFullKey.Append( ViewOf( m_stCountryCode ) );
     aFullKey.AppendUpper( aSec );
     const LPCTSTR pKey = aFullKey.End();
     aFullKey.AppendUpper( aKey );
-    return Read( NULL, pKey, aFullKey.Text(), pbFound, ppData );
+    if ( !Read( NULL, pKey, aFullKey.Text(), pbFound, ppData ) )
+        return FALSE;
+    if ( *pbFound && m_pTextMemo != NULL )
+        m_pTextMemo->Keep( aSec, aKey, *ppData );
+    return TRUE;
 }
 
 // The full key is that of the release file.

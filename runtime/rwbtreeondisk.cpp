@@ -72,13 +72,19 @@ bool RWBTreeOnDisk::Find( const TreeKey& rKey, uint32_t ulHash, LeafSlot& rSlot 
     return pFound != nullptr;
 }
 
+uint64_t RWBTreeOnDisk::FollowState()
+{
+    if ( m_rFile.IsReadOnly() )
+        m_rFile.FollowStates();
+    return m_rFile.GetStates().GetRoot()->aHead.ullSequence;
+}
+
 bool RWBTreeOnDisk::findKeyAndValue( const char* pKey, RWCString& rFoundKey, RWoffset& rlValue )
 {
     const std::string_view aText( pKey != NULL ? pKey : "" );
     if ( m_fIgnoreNull && aText.empty() )
         return false;
-    if ( m_rFile.IsReadOnly() )
-        m_rFile.FollowStates();
+    FollowState();
     LeafSlot aSlot;
     if ( !Find( MakeKey( aText ), HashOf( aText ), aSlot ) )
         return false;

@@ -49,6 +49,8 @@ public:
     // used meanwhile; its file may be. What was inserted is completed first.
     RW_EXPORT void applyToKeyAndValue( void ( *pApply )( const char* pKey, RWoffset lValue, void* pContext ),
                                        void* pContext );
+    // Takes the state that another process may have completed meanwhile. Result: its number, more than that of any before.
+    RW_EXPORT uint64_t FollowState();
     // What was inserted is on the disk, as the file's last complete state.
     RW_EXPORT void Flush();
 

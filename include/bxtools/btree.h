@@ -103,6 +103,10 @@ public:
 
     BOOL IsStatusOk() const { return m_bStatusOk; }
 
+    // The number of the complete state that the next lookup will see; each state's is greater than that of the one before.
+    // Result: 0 when there is none, or it cannot be told.
+    ULONGLONG GetState() const noexcept;
+
 private:
     RWFileManager* m_pDataFile = NULL; // owned, as is the next one
     RWBTreeOnDisk* m_pbDiskTree = NULL;

@@ -188,6 +188,8 @@ private:
 
 // ---- the server -------------------------------------------------------------------------------------------
 
+class TextMemo;
+
 class DLL_EXPORT_MOD NLSServer : public BaseObject2
 {
 public:
@@ -219,7 +221,8 @@ public:
     // Result: TRUE, with or without a text; FALSE with one report when the server cannot be used.
     BOOL ReadStringValue( LPCTSTR pstSec, LPCTSTR pstKey, BOOL bWithCountryCode, BOOL* pbFound,
                           DATABUFTYPE* ppData, MString* pFullKey );
-    // The same with the country code, of a section and a key that are in any case.
+    // The same with the country code, of a section and a key that are in any case. pbFound is FALSE before; neither it nor
+    // ppData is NULL. The text is valid until the next call of this function, too.
     BOOL ReadInUpperCase( std::string_view aSec, std::string_view aKey, BOOL* pbFound, DATABUFTYPE* ppData );
     // Adds a pair to the release file that a writer makes. Of a key that is written twice the first text stays; kept so.
     //   pstKey  the whole key, with the country code.
@@ -247,5 +250,6 @@ private:
     BOOL m_fStatus = TRUE;
     BOOL m_fEditMode = FALSE;
     MyCfgFiles* m_pCfgFiles = NULL;
+    TextMemo* m_pTextMemo = NULL; // owned; NULL: none is needed, or there was no memory
     DATABUFTYPE m_pLastValue = NULL;
 };
