@@ -91,19 +91,18 @@ private:
 
 typedef ElfW( Ehdr ) ElfHeader;
 typedef ElfW( Phdr ) ElfSegment;
+} // namespace
 
+// This library's own header, put here by the linker.
+extern "C" __attribute__( ( visibility( "hidden" ) ) ) const ElfHeader __ehdr_start;
+
+namespace
+{
 // The header of a library for the very machine that runs this code.
 bool IsOwnKind( const ElfHeader& rHeader ) noexcept
 {
-    static const ElfHeader* const pOwn = []() -> const ElfHeader*
-    {
-        Dl_info aInfo{};
-        if ( dladdr( reinterpret_cast<const void*>( &ListLibraryCandidates ), &aInfo ) == 0 )
-            return nullptr;
-        return static_cast<const ElfHeader*>( aInfo.dli_fbase );
-    }();
-    return pOwn != nullptr && memcmp( rHeader.e_ident, pOwn->e_ident, EI_VERSION + 1 ) == 0 &&
-           rHeader.e_machine == pOwn->e_machine && rHeader.e_type == ET_DYN &&
+    return memcmp( rHeader.e_ident, __ehdr_start.e_ident, EI_VERSION + 1 ) == 0 &&
+           rHeader.e_machine == __ehdr_start.e_machine && rHeader.e_type == ET_DYN &&
            rHeader.e_phentsize == sizeof( ElfSegment );
 }
 
@@ -115,12 +114,17 @@ bool IsInside( const ElfSegment& rSegment, ULONGLONG ullFileSize ) noexcept
 
 bool AreSegmentsInside( int nFile, const ElfHeader& rHeader, ULONGLONG ullFileSize ) noexcept
 {
-    for ( unsigned nIndex = 0; nIndex < rHeader.e_phnum; ++nIndex )
+    constexpr size_t AT_ONCE = 16; // more than libraries have
+    std::array<ElfSegment, AT_ONCE> aSegments;
+    for ( size_t nIndex = 0; nIndex < rHeader.e_phnum; nIndex += AT_ONCE )
     {
-        ElfSegment aSegment{};
-        const auto nOffset = static_cast<off_t>( rHeader.e_phoff + nIndex * sizeof( aSegment ) );
-        if ( pread( nFile, &aSegment, sizeof( aSegment ), nOffset ) != sizeof( aSegment ) ||
-             !IsInside( aSegment, ullFileSize ) )
+        const size_t nNow = std::min( AT_ONCE, rHeader.e_phnum - nIndex );
+        const size_t nSize = nNow * sizeof( ElfSegment );
+        const auto nOffset = static_cast<off_t>( rHeader.e_phoff + nIndex * sizeof( ElfSegment ) );
+        if ( pread( nFile, aSegments.data(), nSize, nOffset ) != static_cast<ssize_t>( nSize ) ||
+             !std::all_of( aSegments.begin(), aSegments.begin() + nNow,
+                           [ullFileSize]( const ElfSegment& rSegment )
+                           { return IsInside( rSegment, ullFileSize ); } ) )
             return false;
     }
     return rHeader.e_phnum > 0;
