@@ -11,7 +11,8 @@
 // configured otherwise), null for win.ini there; "./name" is the one in the current folder. Links are followed.
 //
 // Errors, as last error: 2 no such file, 3 no such folder, 5 a folder, a device or a pipe, or not allowed (a file without any
-// right to write is read-only for root, too), 8 out of memory, 206 the path is too long, 223 a file of 2 GiB or more.
+// right to write is read-only for root, too), 8 out of memory, 32 a handle to the file does not allow it, 206 the path is too
+// long, 223 a file of 2 GiB or more.
 // Threads: any. Processes: any number, see WritePrivateProfileStringA.
 #pragma once
 
@@ -33,7 +34,8 @@
 // ends in two zeros wherever the cut fell.
 // Last error: 0 when the file could be read, whether or not the key was there; 87 no buffer, or a list into one byte.
 // A change is seen by the next read, whoever made it: the parsed file is kept only while device, inode, size and times stay
-// as they are, and never when it was younger than the file system's clock tells apart.
+// as they are, and never when it was younger than the file system's clock tells apart. While a handle does not share reading,
+// only a file that is kept so can be read.
 DLL_EXPORT_MOD DWORD GetPrivateProfileStringA( LPCSTR pSection, LPCSTR pKey, LPCSTR pDefault, LPSTR pBuffer,
                                                DWORD dwSize, LPCSTR pFileName );
 
@@ -45,11 +47,13 @@ DLL_EXPORT_MOD DWORD GetPrivateProfileStringA( LPCSTR pSection, LPCSTR pKey, LPC
 //             looked at, and make lines of their own.
 // A new file has lines that end in CR LF; otherwise a new line ends as the one before it. Deleting what is not there succeeds.
 // Writing the stored value again does not touch the file.
-// Result: TRUE when the file is on the disk. FALSE leaves the file as it was (112: no room).
+// Result: TRUE when every reader finds the change. FALSE leaves the file as it was (112: no room; 32: a handle to the file
+// writes, or does not share writing).
 // The new file replaces the old one in a single step, with its owner, mode and access list; a reader, and who looks after a
 // crash, finds the one or the other whole. Writers wait for each other, over all processes, and lose nothing. Other hard
-// links to the file keep the old text. Where the folder cannot be written, or owner, group or access list could not be kept,
-// the file is changed in place; debug output says so, and a crash may then leave it half-written.
+// links to the file keep the old text, as do handles that share everything. Where the folder cannot be written, or owner,
+// group or access list could not be kept, the file is changed in place; debug output says so, and a crash may then leave it
+// half-written.
 DLL_EXPORT_MOD BOOL WritePrivateProfileStringA( LPCSTR pSection, LPCSTR pKey, LPCSTR pValue,
                                                 LPCSTR pFileName );
 

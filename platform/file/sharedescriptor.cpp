@@ -3,6 +3,7 @@
 #include "platform/file/filecallscope.h"
 #include "platform/file/filepath.h"
 
+#include <bit>
 #include <sched.h>
 
 namespace
@@ -199,6 +200,19 @@ bool ShareDescriptor::MeetsClaims( unsigned uClaims ) const noexcept
         if ( ( uClaims & 1u << uArea ) != 0 &&
              IsLockedByOther( m_nDescriptor, AreaOf( uArea ), AreaOf( uArea + 1 ) ) )
             return true;
+    }
+    return false;
+}
+
+bool ShareDescriptor::IsReadingDenied( int nDescriptor ) noexcept
+{
+    const ULONGLONG ullArea =
+        AreaOf( static_cast<unsigned>( std::countr_zero( unsigned{ CLAIM_DENIES_READS } ) ) );
+    for ( int nRound = 0; IsLockedByOther( nDescriptor, ullArea, ullArea + AREA_BYTES ); ++nRound )
+    {
+        if ( nRound == MOST_ROUNDS || !IsLockedByOther( nDescriptor, GATE, GATE + 1 ) )
+            return true;
+        sched_yield();
     }
     return false;
 }

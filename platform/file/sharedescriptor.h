@@ -54,6 +54,8 @@ public:
 
     // Inside the gate: makes the claims unless another descriptor's claims are among the ones not to be met (32).
     DWORD Claim( unsigned uClaims, unsigned uNotToMeet ) noexcept;
+    // For any descriptor of a file: whether another one denies reads, and not only until it leaves the gate again.
+    static bool IsReadingDenied( int nDescriptor ) noexcept;
 
     // Locks, for itself alone, a range that it has not locked yet. Errors: 33 somebody else has a part of it, 50 there are
     // no locks in this file system.

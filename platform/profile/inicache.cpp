@@ -155,6 +155,12 @@ DWORD IniText::Read( int nFile, std::shared_ptr<IniText>& rText )
     return dwError;
 }
 
+bool IniText::IsStillIn( int nFile ) const noexcept
+{
+    struct stat aStatus;
+    return fstat( nFile, &aStatus ) == 0 && StampOf( aStatus ) == m_aStamp;
+}
+
 const IniIndex* IniText::Index() noexcept
 {
     const IniIndex* pIndex = m_pIndex.load( std::memory_order_acquire );
@@ -214,6 +220,9 @@ DWORD GetIniText( const char* pPath, std::shared_ptr<IniText>& rText )
     if ( nFile < 0 )
         return errno == ENOENT ? MissingIniError( pPath ) : ErrnoToWin32( errno );
     const DescriptorGuard aOpen( nFile );
+    // What is kept needs no such look: nobody has changed it since.
+    if ( ShareDescriptor::IsReadingDenied( nFile ) )
+        return ERROR_SHARING_VIOLATION;
     const DWORD dwError = IniText::Read( nFile, rText );
     if ( dwError == ERROR_SUCCESS )
         Keep( pPath, rText );

@@ -37,6 +37,8 @@ public:
     const IniStamp& Stamp() const noexcept { return m_aStamp; }
     // Whether the file was still so young that another change might leave its times as they are.
     bool IsYoung() const noexcept { return m_fYoung; }
+    // Whether an open file is the one that was read, and has not changed since, as far as its times tell.
+    bool IsStillIn( int nFile ) const noexcept;
 
     // Threads: any. The first search goes through the text, which is faster than making an index for it.
     bool FindSection( std::string_view aSection, size_t& rnBody ) noexcept;

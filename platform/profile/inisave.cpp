@@ -1,6 +1,8 @@
 #include "platform/profile/inisave.h"
 
 #include "platform/errno_to_win32.h"
+#include "platform/file/fileobject.h"
+#include "platform/file/filepath.h"
 #include "platform/forkhandlers.h"
 #include "platform/locked.h"
 #include "platform/profile/inicache.h"
@@ -167,31 +169,65 @@ DWORD WriteInPlace( const std::string& strPath, int nFile, std::string_view aOld
     return ErrnoToWin32( nErrno );
 }
 
-// Whether the reason is the folder, or what is not the caller's to give: then the file itself may still be written.
+// Whether the reason is the folder, or what is not the caller's to give, or a name too long for a longer one beside it: then
+// the file itself may still be written.
 bool IsRefusal( int nErrno ) noexcept
 {
-    return nErrno == EACCES || nErrno == EPERM || nErrno == EROFS || nErrno == EINVAL || nErrno == EBUSY;
+    return nErrno == EACCES || nErrno == EPERM || nErrno == EROFS || nErrno == EINVAL || nErrno == EBUSY ||
+           nErrno == ENAMETOOLONG;
 }
 
-DWORD WriteText( const std::string& strPath, int nFile, const struct stat& rStatus, std::string_view aOld,
+// Writes a file that is to take the place of an open one. 0 or an errno.
+int Prepare( IniNewFile& rNew, int nFile, const struct stat& rStatus, const NewText& rText )
+{
+    int nErrno = rNew.Open( S_IRUSR | S_IWUSR );
+    if ( nErrno == 0 )
+        nErrno = rNew.TakeAccessFrom( nFile, rStatus );
+    return nErrno == 0 ? rNew.Write( { rText.aBefore, rText.aInserted, rText.aBehind } ) : nErrno;
+}
+
+// Calls aChange where the file still is what was read, and no handle to it writes or forbids that others do: what went
+// through a handle to a file that is replaced would be lost.
+template <class Change>
+DWORD ChangeUnlessOpen( const std::string& strPath, const IniText& rOld, Change aChange )
+{
+    FilePath aPath;
+    if ( !aPath.Set( strPath.c_str() ) )
+        return ERROR_FILENAME_EXCED_RANGE;
+    const ForkHeldOff aForkHeldOff;
+    ShareDescriptor aShare;
+    if ( !aShare.Open( aPath, true ) )
+        return errno == ENOENT ? AGAIN : ErrnoToWin32( errno );
+    const ShareGate aGate( aShare );
+    if ( aGate.GetError() != ERROR_SUCCESS )
+        return aGate.GetError();
+    if ( !rOld.IsStillIn( aShare.Get() ) )
+        return AGAIN;
+    const DWORD dwError = aShare.Claim( CLAIM_WRITES | CLAIM_DENIES_WRITES,
+                                        CLAIM_WRITES | CLAIM_DENIES_READS | CLAIM_DENIES_WRITES );
+    return dwError == ERROR_SUCCESS ? aChange() : dwError;
+}
+
+DWORD WriteText( const std::string& strPath, int nFile, const struct stat& rStatus, const IniText& rOld,
                  const IniEdit& rEdit )
 {
+    const std::string_view aOld = rOld.Text();
     const NewText aText = { aOld.substr( 0, rEdit.nAt ), rEdit.strInserted,
                             aOld.substr( rEdit.nAt + rEdit.nRemoved ) };
     IniNewFile aNew( strPath );
-    int nErrno = aNew.Open( S_IRUSR | S_IWUSR );
-    if ( nErrno == 0 )
-        nErrno = aNew.TakeAccessFrom( nFile, rStatus );
-    if ( nErrno == 0 )
-        nErrno = aNew.Write( { aText.aBefore, aText.aInserted, aText.aBehind } );
-    if ( nErrno == 0 )
-        nErrno = aNew.Replace();
-    if ( nErrno == 0 )
-        return ERROR_SUCCESS;
-    // Somebody took away the new file, or the name that it was to have for a moment.
-    if ( nErrno == ENOENT || nErrno == EEXIST )
-        return AGAIN;
-    return IsRefusal( nErrno ) ? WriteInPlace( strPath, nFile, aOld, aText ) : ErrnoToWin32( nErrno );
+    int nErrno = Prepare( aNew, nFile, rStatus, aText );
+    const auto Change = [&]() -> DWORD
+    {
+        if ( nErrno == 0 )
+            nErrno = aNew.Replace();
+        if ( nErrno == 0 )
+            return ERROR_SUCCESS;
+        // Somebody took away the new file, or the name that it was to have for a moment.
+        if ( nErrno == ENOENT || nErrno == EEXIST )
+            return AGAIN;
+        return IsRefusal( nErrno ) ? WriteInPlace( strPath, nFile, aOld, aText ) : ErrnoToWin32( nErrno );
+    };
+    return ChangeUnlessOpen( strPath, rOld, Change );
 }
 
 DWORD TryToSave( const char* pPath, const IniChange& rChange )
@@ -226,7 +262,7 @@ DWORD TryToSave( const char* pPath, const IniChange& rChange )
     if ( dwError != ERROR_SUCCESS )
         return dwError;
     const IniEdit aEdit = EditIni( pOld->Text(), rChange );
-    return aEdit.IsNothing() ? ERROR_SUCCESS : WriteText( strPath, aFile.Get(), aNamed, pOld->Text(), aEdit );
+    return aEdit.IsNothing() ? ERROR_SUCCESS : WriteText( strPath, aFile.Get(), aNamed, *pOld, aEdit );
 }
 } // namespace
 

@@ -138,6 +138,37 @@ TEST_F( ProfileFile, EachReadSeesTheFileAsItIsThen )
     EXPECT_EQ( "none", Read( m_strFile, "a", "k" ) );
 }
 
+TEST_F( ProfileFile, HandlesThatDoNotShareAreRespected )
+{
+    const auto Open = [&]( DWORD dwAccess, DWORD dwShare )
+    { return CreateFileA( m_strFile.c_str(), dwAccess, dwShare, NULL, OPEN_EXISTING, 0, NULL ); };
+    constexpr DWORD SHARE_ALL = FILE_SHARE_READ | FILE_SHARE_WRITE;
+    struct Case
+    {
+        DWORD dwAccess;
+        DWORD dwShare;
+        const char* pRead;
+        BOOL fWritten;
+    };
+    for ( const Case& rCase : { Case{ GENERIC_READ, 0, "none", FALSE },
+                                { GENERIC_READ, FILE_SHARE_READ, "1", FALSE },
+                                { GENERIC_WRITE, SHARE_ALL, "1", FALSE },
+                                { GENERIC_READ, SHARE_ALL, "1", TRUE } } )
+    {
+        WriteBytes( m_strFile, "[a]\nk=1\n" );
+        const HANDLE hFile = Open( rCase.dwAccess, rCase.dwShare );
+        EXPECT_EQ( rCase.pRead, Read( m_strFile, "a", "k" ) );
+        EXPECT_EQ( rCase.fWritten, Write( m_strFile, "k", "2" ) );
+        EXPECT_TRUE( rCase.fWritten || GetLastError() == ERROR_SHARING_VIOLATION );
+        CloseHandle( hFile );
+        EXPECT_EQ( rCase.fWritten ? "2" : "1", Read( m_strFile, "a", "k" ) );
+    }
+    // Nor does a long name keep a file from being changed.
+    const std::string strLong = m_aFolder.Path( std::string( 253, 'n' ) );
+    EXPECT_TRUE( Write( strLong, "k", "1" ) && Write( strLong, "k", "2" ) );
+    EXPECT_EQ( "2", Read( strLong, "a", "k" ) );
+}
+
 TEST_F( ProfileFile, TwoWritersLoseNothing )
 {
     SecondProcess aFirst( "keyWriter", { m_strFile, "first" } );
