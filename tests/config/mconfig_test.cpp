@@ -13,13 +13,14 @@
 namespace
 {
 
-// The internal operations are the derived class's as well.
+// Reports to the hook recorder; the internal operations are the derived class's as well.
 class Config : public MConfig
 {
 public:
-    explicit Config( const std::string& strPath, BOOL fSafety = TRUE, BOOL fWin95Check = FALSE )
-        : MConfig( strPath.c_str(), fSafety, fWin95Check )
+    explicit Config( const std::string& strPath, BOOL fSafety = TRUE )
+        : MConfig( strPath.c_str(), fSafety, FALSE )
     {
+        SetDbgFunc( &HookRecorder::Debug );
     }
     using MConfig::InternalGetCount;
     using MConfig::InternalGetData;
@@ -37,6 +38,9 @@ private:
 class ConfigTest : public ::testing::Test
 {
 protected:
+    // Whatever a test has not looked at is unwanted.
+    ~ConfigTest() override { EXPECT_TRUE( m_aRecorder.Silent() ); }
+
     std::string Make( const std::string& strText )
     {
         WriteBytes( m_strFile, strText );
@@ -45,8 +49,8 @@ protected:
     // "key=value" lines of a group as an object sees them.
     static std::string Group( MConfig& rConfig, const char* pGroup )
     {
-        rConfig.SetGroup( pGroup );
         std::string strAll;
+        rConfig.SetGroup( pGroup );
         for ( USHORT i = 0; i < rConfig.GetKeyCount(); ++i )
             strAll += std::string( rConfig.ReadKey( i, TRUE, FALSE ) ) + "|";
         return strAll;
@@ -54,26 +58,20 @@ protected:
 
     ScratchFolder m_aFolder;
     const std::string m_strFile = m_aFolder.Path( "a.ini" );
+    HookRecorder m_aRecorder;
 };
 
 constexpr char READ_ALL[] = "From BOOL MConfig::ReadAllKeys()";
-const Report TOO_LARGE = {
-    "From DLL_EXPORT_MOD BOOL DLL_EXPORT EpandTCHARBuffer( BOOL fWithCopy, ULONG* puBufferSize, "
-    "ULONG uExpandSize, ULONG uMaxBufSize, LPTSTR* ppBuffer )",
-    " Error: uTempSize > uMaxBufSize"
-};
-const Report NOT_EXPANDED = { "From BOOL MConfig::EpandBuffer( LPTSTR* ppBuff, USHORT* pBuffLen )",
-                              " Error: !EpandTCHARBuffer(...) failed" };
-const Report NO_SAFE_READ = {
+const Report NOT_EXPANDED( "From BOOL MConfig::EpandBuffer( LPTSTR* ppBuff, USHORT* pBuffLen )",
+                           " Error: !EpandTCHARBuffer(...) failed" );
+const Report NO_SAFE_READ(
     "From inline MString MConfig::ReadKey( const MString& rKey, const MString& rDefault )",
-    " Warning: !( fStat = SafetyReadAll( &m_pDataBuff, &m_DataBufLen, &m_pSecondDataBuff, &m_SecondDataBufLen, rDefault, SAFE_READ_DATA ) )"
-};
+    " Warning: !( fStat = SafetyReadAll( &m_pDataBuff, &m_DataBufLen, &m_pSecondDataBuff, &m_SecondDataBufLen, rDefault, SAFE_READ_DATA ) )" );
 
 } // namespace
 
 TEST_F( ConfigTest, KeysAreReadAndWrittenInTheCurrentGroup )
 {
-    DebugRecorder aRecorder;
     Config aConfig( Make( "[A]\nOne=1\nYes=yEs\nT=true\nTwo=2\non=on\nEmpty=\nQuoted=\" q \"\n[B]\nx=y\n" ) );
     aConfig.SetGroup( "a" );
     EXPECT_STREQ( "1", aConfig.ReadKey( "ONE" ) );
@@ -103,7 +101,6 @@ TEST_F( ConfigTest, KeysAreReadAndWrittenInTheCurrentGroup )
     aConfig.Flush();
     EXPECT_EQ( "One=1|Yes=yEs|T=true|Two=Yes|on=No|New=q|", Group( aConfig, "A" ) );
     EXPECT_EQ( "from nothing=|", Group( aConfig, "B" ) );
-    EXPECT_TRUE( aRecorder.Silent() );
 }
 
 TEST_F( ConfigTest, GroupsAreCopiedAndRenamedNewNameFirst )
@@ -141,21 +138,16 @@ TEST_F( ConfigTest, AnswersComeBackWholeInSafetyModeAndCutWithoutIt )
     Config aPlain( m_strFile, FALSE );
     aSafe.SetGroup( "long" );
     aPlain.SetGroup( "long" );
-    DebugRecorder aRecorder;
     for ( const size_t uLength : { 1023u, 1024u, 31742u } )
     {
         const std::string strKey = "v" + std::to_string( uLength );
         EXPECT_EQ( uLength, aSafe.ReadKey( strKey.c_str() ).GetLength() );
         EXPECT_EQ( 1023u, aPlain.ReadKey( strKey.c_str() ).GetLength() );
     }
-    EXPECT_TRUE( aRecorder.Silent() );
     // The first buffer is now as long as the second one can get: each read reports, and gives what it should.
     EXPECT_EQ( 1024u, aSafe.ReadKey( "v1024" ).GetLength() );
-    EXPECT_TRUE( aRecorder.OnlyReports(
-        { TOO_LARGE,
-          NOT_EXPANDED,
-          { READ_ALL, " Error: !( fStat = ExpandBuffer( ppSecondBuff, pSecondBufLen ) )" },
-          NO_SAFE_READ } ) );
+    const Report NO_SECOND( READ_ALL, " Error: !( fStat = ExpandBuffer( ppSecondBuff, pSecondBufLen ) )" );
+    EXPECT_TRUE( m_aRecorder.OnlyReports( { NOT_EXPANDED, NO_SECOND, NO_SAFE_READ } ) );
     aSafe.SetGroup( "keys" );
     aPlain.SetGroup( "keys" );
     for ( int nTime = 0; nTime < 2; ++nTime )
@@ -164,7 +156,6 @@ TEST_F( ConfigTest, AnswersComeBackWholeInSafetyModeAndCutWithoutIt )
     EXPECT_EQ( 64, aPlain.GetKeyCount() );
     EXPECT_STREQ( "key number 10", MString( aPlain.GetKeyName( 63, FALSE ) ).Left( 13 ) );
     EXPECT_STREQ( "", aPlain.GetKeyName( 64, FALSE ) );
-    EXPECT_TRUE( aRecorder.Silent() );
 }
 
 TEST_F( ConfigTest, WhatExceedsTheBoundIsReported )
@@ -172,33 +163,30 @@ TEST_F( ConfigTest, WhatExceedsTheBoundIsReported )
     std::string strText = "[a]\nlong=" + std::string( 40000, 'x' ) + "\n[b]\n";
     for ( int i = 0; i < 4000; ++i )
         strText += "key" + std::to_string( 10000 + i ) + "=\n";
-    HookRecorder aRecorder;
     Config aConfig( Make( strText ) );
-    aConfig.SetDbgFunc( &HookRecorder::Debug );
     aConfig.SetGroup( "a" );
     DebugRecorder aOutput;
     EXPECT_EQ( 1023u, aConfig.ReadKey( "long" ).GetLength() );
-    const Report NOT_READ = { READ_ALL, " Error: !ExpandBuffer( ppSecondBuff, pSecondBufLen )" };
-    EXPECT_TRUE( aRecorder.OnlyReports( { NOT_EXPANDED, NOT_READ, NO_SAFE_READ } ) );
-    EXPECT_TRUE( aOutput.OnlyReports( { TOO_LARGE } ) );
+    const Report NOT_READ( READ_ALL, " Error: !ExpandBuffer( ppSecondBuff, pSecondBufLen )" );
+    EXPECT_TRUE( m_aRecorder.OnlyReports( { NOT_EXPANDED, NOT_READ, NO_SAFE_READ } ) );
+    EXPECT_TRUE( aOutput.OnlyReport(
+        "From DLL_EXPORT_MOD BOOL DLL_EXPORT EpandTCHARBuffer( BOOL fWithCopy, ULONG* puBufferSize, "
+        "ULONG uExpandSize, ULONG uMaxBufSize, LPTSTR* ppBuffer )",
+        " Error: uTempSize > uMaxBufSize" ) );
     aConfig.SetGroup( "b" );
-    const Report NO_KEYS = {
+    const Report NO_KEYS(
         READ_ALL,
-        " Error: !( fStat = SafetyReadAllKeys( ppBuff, pBufLen, ppSecondBuff, pSecondBufLen, szDefault, nMode ) )"
-    };
+        " Error: !( fStat = SafetyReadAllKeys( ppBuff, pBufLen, ppSecondBuff, pSecondBufLen, szDefault, nMode ) )" );
+    const Report NO_COUNT(
+        "From USHORT MConfig::GetKeyCount()",
+        " Error: !( fStat = ReadAll( &m_pKeyBuff, &m_KeyBufLen, &m_pSecondKeyBuff, &m_SecondKeyBufLen, '', SAFE_READ_KEY ) )" );
     EXPECT_FALSE( aConfig.KeyExists( "key10000" ) );
-    EXPECT_TRUE( aRecorder.OnlyReports(
-        { NOT_EXPANDED,
-          NOT_READ,
-          NO_KEYS,
-          { "From USHORT MConfig::GetKeyCount()",
-            " Error: !( fStat = ReadAll( &m_pKeyBuff, &m_KeyBufLen, &m_pSecondKeyBuff, &m_SecondKeyBufLen, '', SAFE_READ_KEY ) )" } } ) );
+    EXPECT_TRUE( m_aRecorder.OnlyReports( { NOT_EXPANDED, NOT_READ, NO_KEYS, NO_COUNT } ) );
 
-    USHORT uRead = 0;
-    USHORT uOffset = 0;
+    USHORT uRead = 0, uOffset = 0;
     TCHAR szBuffer[] = "12\0003";
     EXPECT_FALSE( aConfig.InternalGetData( szBuffer, 4, "", 3, &uRead, &uOffset ) );
-    EXPECT_TRUE( aRecorder.OnlyReport(
+    EXPECT_TRUE( m_aRecorder.OnlyReport(
         "From BOOL MConfig::InternalGetData( LPTSTR pBuff, USHORT uBufLen, LPCTSTR szDefault, int nMode, USHORT* puRead, USHORT* puOffset )",
         " Internal Error: switch ( nMode ) -> default" ) );
     // Never past the length, nor a name that has no end.
@@ -238,22 +226,18 @@ TEST_F( ConfigTest, CopyToTakesTheWholeFileAndNeverEmptiesItsOwn )
 {
     const std::string strText = "[a]\r\nx=1\r\n" + std::string( 100000, '\0' ) + "end";
     Config aConfig( Make( strText ) );
-    HookRecorder aRecorder;
-    aConfig.SetDbgFunc( &HookRecorder::Debug );
     const std::string strCopy = m_aFolder.Path( "copy.ini" );
     WriteBytes( strCopy, std::string( 200000, 'o' ) );
     EXPECT_TRUE( aConfig.CopyTo( strCopy.c_str() ) );
     EXPECT_EQ( strText, ReadBytes( strCopy ) );
-    EXPECT_TRUE( aRecorder.Silent() );
-    const Report NO_DESTINATION = {
+    const Report NO_DESTINATION(
         "From BOOL MConfig::CopyTo( const MString& rDestFile )",
-        " Error: ( hFileDest = CreateFile( aFullPath, GENERIC_WRITE, 0, NULL, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, NULL ) ) == INVALID_HANDLE_VALUE"
-    };
+        " Error: ( hFileDest = CreateFile( aFullPath, GENERIC_WRITE, 0, NULL, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, NULL ) ) == INVALID_HANDLE_VALUE" );
     for ( const std::string& strBad : { m_strFile, m_aFolder.Path( "./a.ini" ),
                                         m_aFolder.Path( "none/a.ini" ), std::string( 300, 'n' ) } )
     {
-        EXPECT_FALSE( aConfig.CopyTo( strBad.c_str() ) );
-        EXPECT_TRUE( aRecorder.OnlyReports( { NO_DESTINATION } ) ) << strBad;
+        EXPECT_FALSE( aConfig.CopyTo( strBad.c_str() ) ) << strBad;
+        EXPECT_TRUE( m_aRecorder.OnlyReports( { NO_DESTINATION } ) ) << strBad;
     }
     EXPECT_EQ( strText, ReadBytes( m_strFile ) );
     const std::string strMissing = m_aFolder.Path( "missing.ini" );
@@ -262,6 +246,7 @@ TEST_F( ConfigTest, CopyToTakesTheWholeFileAndNeverEmptiesItsOwn )
     EXPECT_EQ( "", ReadBytes( strCopy ) );
     aConfig.SetPathName( m_aFolder.Path().c_str() );
     EXPECT_FALSE( aConfig.CopyTo( strCopy.c_str() ) );
+    EXPECT_EQ( 1u, m_aRecorder.TakeReports().size() );
 }
 
 TEST_F( ConfigTest, WithoutMemoryReadsGiveLessAndNothingIsLost )
@@ -272,7 +257,6 @@ TEST_F( ConfigTest, WithoutMemoryReadsGiveLessAndNothingIsLost )
     ForEachFailingNew(
         [&]( NewFault& rFault )
         {
-            HookRecorder aRecorder;
             rFault.Arm();
             MConfig aConfig( aFile, TRUE, FALSE );
             aConfig.SetDbgFunc( &HookRecorder::Debug );
@@ -281,6 +265,7 @@ TEST_F( ConfigTest, WithoutMemoryReadsGiveLessAndNothingIsLost )
             const USHORT uKeys = aConfig.GetKeyCount();
             const BOOL fCopied = aConfig.CopyTo( aCopy );
             rFault.Disarm();
+            m_aRecorder.TakeReports();
             EXPECT_TRUE( uLength == 5000 || uLength == 1023 || uLength == 0 ) << uLength;
             EXPECT_TRUE( uKeys == 2 || uKeys == 0 ) << uKeys;
             EXPECT_TRUE( rFault.Hit() || ( uLength == 5000 && uKeys == 2 && fCopied ) );

@@ -81,14 +81,13 @@ TEST_F( Win95Config, ReadsACopyThatFollowsEveryChangeAndGoesWithItsLastOwner )
     // Without being asked for it there is none.
     MConfig( m_strFile.c_str(), TRUE, FALSE ).ReadKey( "k" );
     EXPECT_TRUE( Copies().empty() );
-}
 
-TEST_F( Win95Config, AnUnchangedFileIsNotCopiedAgain )
-{
+    // An unchanged file is not copied again.
+    Write( "1" );
     MConfig aConfig = Open();
     std::filesystem::last_write_time( m_strFile, std::filesystem::file_time_type::clock::now() -
                                                      std::chrono::hours( 1 ) );
-    aConfig.ReadKey( "k" );
+    EXPECT_STREQ( "1", aConfig.ReadKey( "k" ) );
     WriteBytes( Copies()[0], "[a]\nk=from the copy\n" );
     EXPECT_STREQ( "from the copy", aConfig.ReadKey( "k" ) );
 }
@@ -99,10 +98,9 @@ TEST_F( Win95Config, WhatFailsOnTheWayIsReportedAndTheFileItselfRead )
     MConfig aConfig = Open();
     aConfig.SetDbgFunc( &HookRecorder::Debug );
     constexpr char FROM[] = "From DWORD MConfig::InternalGetPrivateProfileString(...)";
-    const Report NO_FILE = {
+    const Report NO_FILE(
         FROM,
-        " Error: !CreateTempFile( szFullTempPath, _T('CFG'), NULL, m_aWin95FName.GetBuffer( MAX_PATH ), MAX_PATH )"
-    };
+        " Error: !CreateTempFile( szFullTempPath, _T('CFG'), NULL, m_aWin95FName.GetBuffer( MAX_PATH ), MAX_PATH )" );
     setenv( "TMPDIR", m_aFolder.Path( "missing" ).c_str(), 1 );
     EXPECT_STREQ( "1", aConfig.ReadKey( "k" ) );
     EXPECT_TRUE( aRecorder.OnlyReports( { NO_FILE } ) );

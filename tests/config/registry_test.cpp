@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <numeric>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -17,6 +17,48 @@ namespace
 {
 
 const HKEY MACHINE = (HKEY)CRegistry::keyLocalMachine;
+
+struct Texts : MStringArray
+{
+    Texts( std::initializer_list<const char*> aTexts )
+    {
+        for ( const char* pText : aTexts )
+            Add( pText );
+    }
+};
+
+struct Bytes : MByteArray
+{
+    explicit Bytes( const std::string& strBytes )
+    {
+        for ( const char cByte : strBytes )
+            Add( static_cast<BYTE>( cByte ) );
+    }
+};
+
+std::string Shown( DWORD dwNumber )
+{
+    return std::to_string( dwNumber );
+}
+
+std::string Shown( const MString& aText )
+{
+    return aText.data();
+}
+
+std::string Shown( const MByteArray& aArray )
+{
+    return std::string( reinterpret_cast<const char*>( aArray.GetData() ),
+                        static_cast<size_t>( aArray.GetSize() ) );
+}
+
+std::string Shown( const MStringArray& aArray )
+{
+    std::string strAll;
+    for ( int i = 0; i < aArray.GetSize(); i++ )
+        strAll += std::string( aArray.GetAt( i ) ) + "|";
+    return strAll;
+}
 
 // A connected object, and a key of its own that goes with it.
 template <class Base = CRegistry>
@@ -38,6 +80,8 @@ public:
                                reinterpret_cast<BYTE*>( strBytes.data() ),
                                static_cast<DWORD>( strBytes.size() ) );
     }
+    // The error of a call; 0 when it was done.
+    int Code( BOOL fDone ) { return fDone ? 0 : this->GetErrorCode(); }
     // Type and bytes, as the system has them.
     std::string Raw( const char* pName )
     {
@@ -48,38 +92,32 @@ public:
             return "error " + std::to_string( this->GetErrorCode() );
         return std::to_string( aType ) + ":" + std::string( reinterpret_cast<char*>( aBytes ), dwSize );
     }
-    using CRegistry::m_hKey;
+    // What the reader of a type makes of what was there, behind its code where it fails.
+    template <class Value>
+    std::string Read( const char* pName, Value aValue )
+    {
+        const BOOL fRead = this->GetValue( pName, aValue );
+        return ( fRead ? "" : "error " + std::to_string( this->GetErrorCode() ) + ":" ) + Shown( aValue );
+    }
 
     const std::string m_strRoot;
 };
 
-std::string Bytes( const MByteArray& aArray )
+std::string Asked( const CRegistry& rRegistry, void ( CRegistry::*pName )( MString& ) const )
 {
-    return std::string( reinterpret_cast<const char*>( aArray.GetData() ),
-                        static_cast<size_t>( aArray.GetSize() ) );
-}
-
-std::string Joined( const MStringArray& aArray )
-{
-    std::string strAll;
-    for ( int i = 0; i < aArray.GetSize(); i++ )
-        strAll += std::string( aArray.GetAt( i ) ) + "|";
-    return strAll;
-}
-
-void Fill( MStringArray& aArray, const std::initializer_list<const char*>& aTexts )
-{
-    aArray.RemoveAll();
-    for ( const char* pText : aTexts )
-        aArray.Add( pText );
+    MString aName( "older" );
+    ( rRegistry.*pName )( aName );
+    return aName.data();
 }
 
 std::string KeyName( const CRegistry& rRegistry )
 {
-    MString aName;
-    rRegistry.GetKeyName( aName );
-    return aName.data();
+    return Asked( rRegistry, &CRegistry::GetKeyName );
 }
+
+class Registry : public ::testing::Test, protected ScratchRegistry<>
+{
+};
 
 using namespace std::string_literals;
 
@@ -87,12 +125,8 @@ using namespace std::string_literals;
 
 TEST( StringArray, KeepsTheOrderHoweverItIsRead )
 {
-    MStringArray aArray;
-    EXPECT_EQ( 0, aArray.GetSize() );
-    EXPECT_EQ( "", aArray.GetAt( 0 ) );
-    Fill( aArray, { "a", "", "bc" } );
-    aArray.Add( NULL );
-    EXPECT_EQ( "a||bc||", Joined( aArray ) );
+    Texts aArray( { "a", "", "bc", NULL } );
+    EXPECT_EQ( "a||bc||", Shown( aArray ) );
     for ( const int nIndex : { 2, 0, 1, 2, 3 } )
         EXPECT_STREQ( nIndex == 0 ? "a" : nIndex == 2 ? "bc" : "", aArray.GetAt( nIndex ) );
     aArray.Add( "d" );
@@ -102,104 +136,56 @@ TEST( StringArray, KeepsTheOrderHoweverItIsRead )
     EXPECT_EQ( "a", aArray.GetAt( 0 ) );
     aArray.RemoveAll();
     EXPECT_EQ( 0, aArray.GetSize() );
+    EXPECT_EQ( "", MStringArray().GetAt( 0 ) );
 }
 
-TEST( Registry, TypedValuesComeBackAsTheyWereStored )
+TEST_F( Registry, TypedValuesComeBackAsTheyWereStored )
 {
-    ScratchRegistry aRegistry;
-    MString aText;
-    DWORD dwNumber = 0;
-    MByteArray aBytes;
-    MStringArray aTexts;
-    EXPECT_TRUE( aRegistry.SetValue( "text", MString( "C:\\data \xC3\xA4" ) ) );
-    EXPECT_TRUE( aRegistry.GetValue( "TEXT", aText ) );
-    EXPECT_EQ( "C:\\data \xC3\xA4", aText );
-    EXPECT_EQ( "1:C:\\data \xC3\xA4\0"s, aRegistry.Raw( "text" ) );
-    EXPECT_TRUE( aRegistry.SetValue( "number", 0x81020304u ) );
-    EXPECT_TRUE( aRegistry.GetValue( "number", dwNumber ) );
-    EXPECT_EQ( 0x81020304u, dwNumber );
-    EXPECT_EQ( "4:\x04\x03\x02\x81", aRegistry.Raw( "number" ) );
-    for ( const char cByte : "\1\0\xFF"s )
-        aBytes.Add( static_cast<BYTE>( cByte ) );
-    EXPECT_TRUE( aRegistry.SetValue( "bytes", aBytes ) );
-    MByteArray aRead;
-    EXPECT_TRUE( aRegistry.GetValue( "bytes", aRead ) );
-    EXPECT_EQ( "\1\0\xFF"s, Bytes( aRead ) );
-    EXPECT_TRUE( aRegistry.SetValue( "bytes", MByteArray() ) );
-    EXPECT_TRUE( aRegistry.GetValue( "bytes", aRead ) );
-    EXPECT_EQ( 0, aRead.GetSize() );
-
-    Fill( aTexts, { "a", "bc" } );
-    EXPECT_TRUE( aRegistry.SetValue( "texts", aTexts ) );
-    EXPECT_EQ( "7:a\0bc\0\0"s, aRegistry.Raw( "texts" ) );
-    Fill( aTexts, { "older" } );
-    EXPECT_TRUE( aRegistry.GetValue( "texts", aTexts ) );
-    EXPECT_EQ( "a|bc|", Joined( aTexts ) );
-    Fill( aTexts, {} );
-    EXPECT_TRUE( aRegistry.SetValue( "none", aTexts ) );
-    EXPECT_EQ( "7:\0"s, aRegistry.Raw( "none" ) );
-    Fill( aTexts, { "older" } );
-    EXPECT_TRUE( aRegistry.GetValue( "none", aTexts ) );
-    EXPECT_EQ( 0, aTexts.GetSize() );
-    EXPECT_TRUE( aRegistry.DeleteValue( "none" ) );
-    EXPECT_EQ( "error 2", aRegistry.Raw( "none" ) );
+    EXPECT_TRUE( SetValue( "text", MString( "C:\\data \xC3\xA4" ) ) );
+    EXPECT_EQ( "C:\\data \xC3\xA4", Read( "TEXT", MString() ) );
+    EXPECT_EQ( "1:C:\\data \xC3\xA4\0"s, Raw( "text" ) );
+    EXPECT_TRUE( SetValue( "number", 0x81020304u ) );
+    EXPECT_EQ( Shown( 0x81020304u ), Read( "number", DWORD( 0 ) ) );
+    EXPECT_EQ( "4:\x04\x03\x02\x81", Raw( "number" ) );
+    EXPECT_TRUE( SetValue( "bytes", Bytes( "\1\0\xFF"s ) ) );
+    EXPECT_EQ( "\1\0\xFF"s, Read( "bytes", MByteArray() ) );
+    EXPECT_TRUE( SetValue( "bytes", MByteArray() ) );
+    EXPECT_EQ( "", Read( "bytes", Bytes( "older" ) ) );
+    EXPECT_TRUE( SetValue( "texts", Texts( { "a", "bc" } ) ) );
+    EXPECT_EQ( "7:a\0bc\0\0"s, Raw( "texts" ) );
+    EXPECT_EQ( "a|bc|", Read( "texts", Texts( { "older" } ) ) );
+    EXPECT_TRUE( SetValue( "none", Texts( {} ) ) );
+    EXPECT_EQ( "7:\0"s, Raw( "none" ) );
+    EXPECT_EQ( "", Read( "none", Texts( { "older" } ) ) );
+    EXPECT_TRUE( DeleteValue( "none" ) );
+    EXPECT_EQ( "error 2", Raw( "none" ) );
 }
 
-TEST( Registry, TypedReadersTakeAnyType )
+TEST_F( Registry, TypedReadersTakeAnyTypeAndEmptyStringsOnlyWhenTheyFail )
 {
-    ScratchRegistry aRegistry;
-    MString aText( "older" );
-    DWORD dwNumber = 0xAABBCCDD;
-    MByteArray aBytes;
-    MStringArray aTexts;
-    ASSERT_TRUE( aRegistry.SetRaw( "binary", 3, "\x01\x02" ) );
-    EXPECT_TRUE( aRegistry.GetValue( "binary", dwNumber ) );
-    EXPECT_EQ( 0xAABB0201u, dwNumber ) << "two bytes are two bytes";
-    EXPECT_TRUE( aRegistry.GetValue( "binary", aText ) );
-    EXPECT_EQ( "\x01\x02", aText );
-    EXPECT_TRUE( aRegistry.GetValue( "binary", aTexts ) );
-    EXPECT_EQ( "\x01\x02|", Joined( aTexts ) ) << "the end of the data ends a text";
-    ASSERT_TRUE( aRegistry.SetRaw( "binary", 3, "\0ab"s ) );
-    EXPECT_TRUE( aRegistry.GetValue( "binary", aTexts ) );
-    EXPECT_EQ( 0, aTexts.GetSize() );
-    ASSERT_TRUE( aRegistry.SetValue( "text", MString( "long text" ) ) );
-    EXPECT_TRUE( aRegistry.GetValue( "text", aBytes ) );
-    EXPECT_EQ( "long text\0"s, Bytes( aBytes ) );
-    EXPECT_FALSE( aRegistry.GetValue( "text", dwNumber ) );
-    EXPECT_EQ( ERROR_MORE_DATA, aRegistry.GetErrorCode() );
+    ASSERT_TRUE( SetRaw( "binary", 3, "\x01\x02" ) );
+    EXPECT_EQ( Shown( 0xAABB0201u ), Read( "binary", DWORD( 0xAABBCCDD ) ) ) << "two bytes are two";
+    EXPECT_EQ( "\x01\x02", Read( "binary", MString( "older" ) ) );
+    EXPECT_EQ( "\x01\x02|", Read( "binary", Texts( {} ) ) ) << "the end of the data ends a text";
+    ASSERT_TRUE( SetRaw( "binary", 3, "\0ab"s ) );
+    EXPECT_EQ( "", Read( "binary", Texts( { "older" } ) ) );
+    ASSERT_TRUE( SetValue( "text", MString( "long text" ) ) );
+    EXPECT_EQ( "long text\0"s, Read( "text", MByteArray() ) );
+    EXPECT_TRUE( Read( "text", DWORD( 7 ) ).starts_with( "error 234:" ) );
+
+    EXPECT_EQ( "error 2:older", Read( "missing", Bytes( "older" ) ) );
+    EXPECT_EQ( "error 2:older|", Read( "missing", Texts( { "older" } ) ) );
+    EXPECT_EQ( "error 2:7", Read( "missing", DWORD( 7 ) ) );
+    EXPECT_EQ( "error 2:", Read( "missing", MString( "older" ) ) );
+    EXPECT_TRUE( SetValue( "text", MString( 'x', 2047 ) ) );
+    EXPECT_EQ( std::string( 2047, 'x' ), Read( "text", MString() ) );
+    EXPECT_TRUE( SetValue( "text", MString( 'x', 2048 ) ) );
+    EXPECT_EQ( "error 234:", Read( "text", MString( "older" ) ) );
 }
 
-TEST( Registry, AFailedReadEmptiesStringsOnly )
+TEST_F( Registry, NullNamesAreRefusedBeforeTheSystemIsAsked )
 {
-    ScratchRegistry aRegistry;
-    MString aText( "older" );
-    DWORD dwNumber = 7;
-    MByteArray aBytes;
-    MStringArray aTexts;
-    aBytes.Add( 7 );
-    aTexts.Add( "older" );
-    EXPECT_FALSE( aRegistry.GetValue( "missing", aBytes ) );
-    EXPECT_EQ( ERROR_FILE_NOT_FOUND, aRegistry.GetErrorCode() );
-    EXPECT_FALSE( aRegistry.GetValue( "missing", aTexts ) );
-    EXPECT_FALSE( aRegistry.GetValue( "missing", dwNumber ) );
-    EXPECT_FALSE( aRegistry.GetValue( "missing", aText ) );
-    EXPECT_EQ( 1, aBytes.GetSize() );
-    EXPECT_EQ( 1, aTexts.GetSize() );
-    EXPECT_EQ( 7u, dwNumber );
-    EXPECT_EQ( "", aText );
-
-    EXPECT_TRUE( aRegistry.SetValue( "text", MString( 'x', 2047 ) ) );
-    EXPECT_TRUE( aRegistry.GetValue( "text", aText ) );
-    EXPECT_EQ( 2047u, aText.GetLength() );
-    EXPECT_TRUE( aRegistry.SetValue( "text", MString( 'x', 2048 ) ) );
-    EXPECT_FALSE( aRegistry.GetValue( "text", aText ) );
-    EXPECT_EQ( ERROR_MORE_DATA, aRegistry.GetErrorCode() );
-    EXPECT_EQ( "", aText );
-}
-
-TEST( Registry, NullNamesAreRefusedBeforeTheSystemIsAsked )
-{
-    CRegistry aRegistry; // without a key, any call to the system would give 6
+    ASSERT_TRUE( Close() ); // any call to the system would give 6
     MString aText( "older" );
     DWORD dwNumber = 0;
     MByteArray aBytes;
@@ -207,53 +193,46 @@ TEST( Registry, NullNamesAreRefusedBeforeTheSystemIsAsked )
     BYTE aData[4] = {};
     CRegistry::KeyValueTypes aType = CRegistry::typeString;
     const CRegistry::CreatePermissions aRead = CRegistry::permissionRead;
-    const auto Refused = [&]( BOOL fResult ) { return !fResult && aRegistry.GetErrorCode() == 87; };
-    EXPECT_TRUE( Refused( aRegistry.GetValue( NULL, aTexts ) ) );
-    EXPECT_TRUE( Refused( aRegistry.GetValue( NULL, aText ) ) );
-    EXPECT_TRUE( Refused( aRegistry.GetValue( NULL, dwNumber ) ) );
-    EXPECT_TRUE( Refused( aRegistry.GetValue( NULL, aBytes ) ) );
+    EXPECT_EQ( 87, Code( GetValue( NULL, aText ) ) );
     EXPECT_EQ( "older", aText );
-    EXPECT_TRUE( Refused( aRegistry.GetStringValue( NULL, aText ) ) );
+    EXPECT_EQ( 87, Code( GetStringValue( NULL, aText ) ) );
     EXPECT_EQ( "", aText );
-    EXPECT_TRUE( Refused( aRegistry.GetStringArrayValue( NULL, aTexts ) ) );
-    EXPECT_TRUE( Refused( aRegistry.GetDoubleWordValue( NULL, dwNumber ) ) );
-    EXPECT_TRUE( Refused( aRegistry.GetBinaryValue( NULL, aBytes ) ) );
-    EXPECT_TRUE( Refused( aRegistry.SetValue( NULL, aTexts ) ) );
-    EXPECT_TRUE( Refused( aRegistry.SetValue( NULL, aText ) ) );
-    EXPECT_TRUE( Refused( aRegistry.SetValue( NULL, dwNumber ) ) );
-    EXPECT_TRUE( Refused( aRegistry.SetValue( NULL, aBytes ) ) );
-    EXPECT_TRUE( Refused( aRegistry.SetValue( NULL, aType, aData, 4 ) ) );
-    EXPECT_TRUE( Refused( aRegistry.SetValue( "name", aType, NULL, 0 ) ) );
-    EXPECT_TRUE( Refused( aRegistry.QueryValue( NULL, aType, aData, dwNumber ) ) );
-    EXPECT_TRUE( Refused( aRegistry.DeleteValue( NULL ) ) );
-    EXPECT_TRUE( Refused( aRegistry.Create( NULL ) ) );
-    EXPECT_TRUE( Refused( aRegistry.Open( NULL, aRead ) ) );
+    EXPECT_EQ( 87, Code( GetStringArrayValue( NULL, aTexts ) ) );
+    EXPECT_EQ( 87, Code( GetDoubleWordValue( NULL, dwNumber ) ) );
+    EXPECT_EQ( 87, Code( GetBinaryValue( NULL, aBytes ) ) );
+    EXPECT_EQ( 87, Code( SetValue( NULL, aTexts ) ) );
+    EXPECT_EQ( 87, Code( SetValue( NULL, aText ) ) );
+    EXPECT_EQ( 87, Code( SetValue( NULL, dwNumber ) ) );
+    EXPECT_EQ( 87, Code( SetValue( NULL, aBytes ) ) );
+    EXPECT_EQ( 87, Code( SetValue( NULL, aType, aData, 4 ) ) );
+    EXPECT_EQ( 87, Code( SetValue( "name", aType, NULL, 0 ) ) );
+    EXPECT_EQ( 87, Code( QueryValue( NULL, aType, aData, dwNumber ) ) );
+    EXPECT_EQ( 87, Code( DeleteValue( NULL ) ) );
+    EXPECT_EQ( 87, Code( Create( NULL ) ) );
+    EXPECT_EQ( 87, Code( Open( NULL, aRead ) ) );
     for ( const char* pPath : { static_cast<const char*>( NULL ), "", "a\\" } )
-        EXPECT_TRUE( Refused( aRegistry.DeleteKey( pPath ) ) );
-    EXPECT_TRUE( Refused( aRegistry.GetSecurity( 4, NULL, dwNumber ) ) );
-    EXPECT_TRUE( Refused( aRegistry.SetSecurity( 4, NULL ) ) );
-    EXPECT_TRUE( Refused( aRegistry.Load( "key", NULL ) ) );
-    EXPECT_TRUE( Refused( aRegistry.Load( NULL, "file" ) ) );
-    EXPECT_TRUE( Refused( aRegistry.UnLoad( NULL ) ) );
-    EXPECT_TRUE( Refused( aRegistry.Replace( "key", "new", NULL ) ) );
-    EXPECT_TRUE( Refused( aRegistry.Restore( NULL, 0 ) ) );
-    EXPECT_TRUE( Refused( aRegistry.Save( NULL, NULL ) ) );
-    EXPECT_FALSE( aRegistry.Open( "Software", aRead ) );
-    EXPECT_EQ( ERROR_INVALID_HANDLE, aRegistry.GetErrorCode() );
-    EXPECT_TRUE( aRegistry.Close() );
-    EXPECT_EQ( ERROR_INVALID_HANDLE, aRegistry.GetErrorCode() ) << "nothing to close, nothing reset";
+        EXPECT_EQ( 87, Code( DeleteKey( pPath ) ) );
+    EXPECT_EQ( 87, Code( GetSecurity( 4, NULL, dwNumber ) ) );
+    EXPECT_EQ( 87, Code( SetSecurity( 4, NULL ) ) );
+    EXPECT_EQ( 87, Code( Load( "key", NULL ) ) );
+    EXPECT_EQ( 87, Code( Load( NULL, "file" ) ) );
+    EXPECT_EQ( 87, Code( UnLoad( NULL ) ) );
+    EXPECT_EQ( 87, Code( Replace( "key", "new", NULL ) ) );
+    EXPECT_EQ( 87, Code( Restore( NULL, 0 ) ) );
+    EXPECT_EQ( 87, Code( Save( NULL, NULL ) ) );
+    EXPECT_EQ( ERROR_INVALID_HANDLE, Code( Open( "Software", aRead ) ) );
+    EXPECT_TRUE( Close() );
+    EXPECT_EQ( ERROR_INVALID_HANDLE, GetErrorCode() ) << "nothing to close, nothing reset";
+    EXPECT_TRUE( Connect( MACHINE ) );
 }
 
-TEST( Registry, RootsAreRecognisedInEitherWidth )
+TEST_F( Registry, RootsAreRecognisedInEitherWidth )
 {
-    ScratchRegistry aRegistry;
-    ASSERT_TRUE( aRegistry.SetValue( "number", 7u ) );
+    ASSERT_TRUE( SetValue( "number", 7u ) );
     const auto Names = []( const CRegistry& rRegistry )
     {
-        MString aRoot, aComputer;
-        rRegistry.GetRegistryName( aRoot );
-        rRegistry.GetComputerName( aComputer );
-        return std::string( aRoot ) + ( aComputer.IsEmpty() ? "" : " somewhere" );
+        return Asked( rRegistry, &CRegistry::GetRegistryName ) +
+               ( Asked( rRegistry, &CRegistry::GetComputerName ).empty() ? "" : " somewhere" );
     };
     for ( const ULONG_PTR ulRoot :
           { ULONG_PTR( 0x80000002u ), ULONG_PTR( LONG_PTR( LONG( 0x80000002u ) ) ) } )
@@ -261,7 +240,7 @@ TEST( Registry, RootsAreRecognisedInEitherWidth )
         CRegistry aOther;
         EXPECT_TRUE( aOther.Connect( reinterpret_cast<HKEY>( ulRoot ) ) );
         EXPECT_EQ( "HKEY_LOCAL_MACHINE somewhere", Names( aOther ) );
-        EXPECT_TRUE( aOther.Open( aRegistry.m_strRoot.c_str(), CRegistry::permissionRead ) );
+        EXPECT_TRUE( aOther.Open( m_strRoot.c_str(), CRegistry::permissionRead ) );
         EXPECT_TRUE( aOther.Close() );
         EXPECT_EQ( "", Names( aOther ) + KeyName( aOther ) );
         EXPECT_EQ( 0u, aOther.GetNumberOfValues() );
@@ -274,85 +253,76 @@ TEST( Registry, RootsAreRecognisedInEitherWidth )
     EXPECT_FALSE( aUser.Open( "", CRegistry::permissionRead ) ) << "no handle was set";
 
     DWORD dwNumber = 0;
-    EXPECT_TRUE( aRegistry.Connect( hUser ) );
-    EXPECT_EQ( "HKEY_CURRENT_USER somewhere", Names( aRegistry ) );
-    EXPECT_TRUE( aRegistry.GetValue( "number", dwNumber ) ) << "connecting again closes nothing";
-    EXPECT_TRUE( aRegistry.Connect( MACHINE ) );
+    EXPECT_TRUE( Connect( hUser ) );
+    EXPECT_EQ( "HKEY_CURRENT_USER somewhere", Names( *this ) );
+    EXPECT_TRUE( GetValue( "number", dwNumber ) ) << "connecting again closes nothing";
+    EXPECT_TRUE( Connect( MACHINE ) );
 }
 
-TEST( Registry, KeysAreMadeCountedAndGoneThrough )
+TEST_F( Registry, KeysAreMadeCountedAndGoneThrough )
 {
-    ScratchRegistry aRegistry;
     CRegistry::CreationDisposition aDisposition = CRegistry::dispositionNone;
     const auto Again = [&]( const char* pName )
     {
-        return aRegistry.Create( aRegistry.Path( pName ).c_str(), NULL, CRegistry::optionVolatile,
-                                 CRegistry::permissionRead, NULL, &aDisposition );
+        return Create( Path( pName ).c_str(), NULL, CRegistry::optionVolatile, CRegistry::permissionRead,
+                       NULL, &aDisposition );
     };
     EXPECT_TRUE( Again( "one" ) );
     EXPECT_EQ( CRegistry::dispositionCreatedNewKey, aDisposition );
     EXPECT_TRUE( Again( "ONE" ) );
     EXPECT_EQ( CRegistry::dispositionOpenedExistingKey, aDisposition );
-    EXPECT_EQ( aRegistry.Path( "ONE" ), KeyName( aRegistry ) );
-    EXPECT_FALSE( aRegistry.SetValue( "n", 1u ) );
-    EXPECT_EQ( ERROR_ACCESS_DENIED, aRegistry.GetErrorCode() ) << "the permission was handed on";
+    EXPECT_EQ( Path( "ONE" ), KeyName( *this ) );
+    EXPECT_EQ( ERROR_ACCESS_DENIED, Code( SetValue( "n", 1u ) ) ) << "the permission was handed on";
     EXPECT_TRUE( Again( "two" ) );
 
-    ASSERT_TRUE( aRegistry.Open( aRegistry.m_strRoot.c_str(), CRegistry::permissionAllAccess ) );
-    EXPECT_TRUE( aRegistry.SetValue( "", MString( "default" ) ) );
-    EXPECT_EQ( 2u, aRegistry.GetNumberOfSubkeys() );
-    EXPECT_EQ( 0u, aRegistry.GetNumberOfValues() );
-    EXPECT_TRUE( aRegistry.Flush() );
-    EXPECT_TRUE( aRegistry.QueryInfo() );
-    EXPECT_EQ( 1u, aRegistry.GetNumberOfValues() );
+    ASSERT_TRUE( Open( m_strRoot.c_str(), CRegistry::permissionAllAccess ) );
+    EXPECT_TRUE( SetValue( "", MString( "default" ) ) );
+    EXPECT_EQ( 2u, GetNumberOfSubkeys() );
+    EXPECT_EQ( 0u, GetNumberOfValues() );
+    EXPECT_TRUE( Flush() );
+    EXPECT_TRUE( QueryInfo() );
+    EXPECT_EQ( 1u, GetNumberOfValues() );
+    EXPECT_EQ( "own class", Asked( *this, &CRegistry::GetClassName ) );
     MString aName, aClass( "older" );
-    aRegistry.GetClassName( aClass );
-    EXPECT_EQ( "own class", aClass );
-    EXPECT_TRUE( aRegistry.EnumerateKeys( 1, aName, aClass ) );
+    EXPECT_TRUE( EnumerateKeys( 1, aName, aClass ) );
     EXPECT_EQ( "two", aName );
     EXPECT_EQ( "", aClass );
-    EXPECT_FALSE( aRegistry.EnumerateKeys( 2, aName, aClass ) );
-    EXPECT_EQ( ERROR_NO_MORE_ITEMS, aRegistry.GetErrorCode() );
+    EXPECT_EQ( ERROR_NO_MORE_ITEMS, Code( EnumerateKeys( 2, aName, aClass ) ) );
     EXPECT_EQ( "two", aName );
 
     CRegistry::KeyValueTypes aType = CRegistry::typeNone;
     BYTE aData[8];
     DWORD dwSize = sizeof( aData );
-    EXPECT_TRUE( aRegistry.EnumerateValues( 0, aName, aType, aData, dwSize ) );
+    EXPECT_TRUE( EnumerateValues( 0, aName, aType, aData, dwSize ) );
     EXPECT_EQ( 8u, dwSize );
     EXPECT_EQ( CRegistry::typeString, aType );
     EXPECT_EQ( "", aName );
     EXPECT_STREQ( "default", reinterpret_cast<char*>( aData ) );
     dwSize = 0;
-    EXPECT_EQ( ERROR_INSUFFICIENT_BUFFER,
-               ( aRegistry.GetSecurity( 4, aData, dwSize ), aRegistry.GetErrorCode() ) );
-    EXPECT_NE( 0u, dwSize );
+    EXPECT_FALSE( GetSecurity( 4, aData, dwSize ) );
+    EXPECT_TRUE( GetErrorCode() == ERROR_INSUFFICIENT_BUFFER && dwSize != 0 );
 }
 
-TEST( Registry, DeletingTakesTheSubtreeAndStaysOnTheParent )
+TEST_F( Registry, DeletingTakesTheSubtreeAndStaysOnTheParent )
 {
-    ScratchRegistry aRegistry;
     for ( const char* pKey : { "A\\B\\C\\D\\E", "A\\B\\C\\D2", "A\\B\\C\\D3\\E", "A\\B\\kept" } )
-        ASSERT_TRUE( aRegistry.Add( pKey ) );
-    EXPECT_TRUE( aRegistry.DeleteKey( aRegistry.Path( "A\\B\\C" ).c_str() ) );
-    EXPECT_EQ( ERROR_SUCCESS, aRegistry.GetErrorCode() );
-    EXPECT_EQ( aRegistry.Path( "A\\B" ), KeyName( aRegistry ) );
-    EXPECT_EQ( 2u, aRegistry.GetNumberOfSubkeys() ) << "as counted when the parent was opened";
-    EXPECT_TRUE( aRegistry.QueryInfo() );
-    EXPECT_EQ( 1u, aRegistry.GetNumberOfSubkeys() );
-    EXPECT_TRUE( aRegistry.SetValue( "open", 1u ) ) << "with all rights";
-    EXPECT_TRUE( aRegistry.DeleteKey( "KEPT" ) );
-    EXPECT_FALSE( aRegistry.DeleteKey( "kept" ) );
-    EXPECT_EQ( ERROR_FILE_NOT_FOUND, aRegistry.GetErrorCode() );
+        ASSERT_TRUE( Add( pKey ) );
+    EXPECT_TRUE( DeleteKey( Path( "A\\B\\C" ).c_str() ) );
+    EXPECT_EQ( ERROR_SUCCESS, GetErrorCode() );
+    EXPECT_EQ( Path( "A\\B" ), KeyName( *this ) );
+    EXPECT_EQ( 2u, GetNumberOfSubkeys() ) << "as counted when the parent was opened";
+    EXPECT_TRUE( QueryInfo() );
+    EXPECT_EQ( 1u, GetNumberOfSubkeys() );
+    EXPECT_TRUE( SetValue( "open", 1u ) ) << "with all rights";
+    EXPECT_TRUE( DeleteKey( "KEPT" ) );
+    EXPECT_EQ( ERROR_FILE_NOT_FOUND, Code( DeleteKey( "kept" ) ) );
 
-    EXPECT_FALSE( aRegistry.DeleteKey( aRegistry.Path( "missing\\C" ).c_str() ) );
-    EXPECT_EQ( ERROR_FILE_NOT_FOUND, aRegistry.GetErrorCode() );
-    EXPECT_EQ( aRegistry.Path( "A\\B" ), KeyName( aRegistry ) ) << "though it is open no more";
-    EXPECT_FALSE( aRegistry.QueryInfo() );
-    EXPECT_EQ( ERROR_INVALID_HANDLE, aRegistry.GetErrorCode() );
+    EXPECT_EQ( ERROR_FILE_NOT_FOUND, Code( DeleteKey( Path( "missing\\C" ).c_str() ) ) );
+    EXPECT_EQ( Path( "A\\B" ), KeyName( *this ) ) << "though it is open no more";
+    EXPECT_EQ( ERROR_INVALID_HANDLE, Code( QueryInfo() ) );
 }
 
-TEST( Registry, LoadAndUnLoadWorkOnDifferentKeys )
+TEST_F( Registry, LoadAndUnLoadWorkOnDifferentKeys )
 {
     CRegistry aRegistry;
     ASSERT_TRUE( aRegistry.Connect( MACHINE ) );
@@ -362,7 +332,7 @@ TEST( Registry, LoadAndUnLoadWorkOnDifferentKeys )
     EXPECT_EQ( ERROR_INVALID_HANDLE, aRegistry.GetErrorCode() ) << "no key is open";
 }
 
-TEST( Registry, TypedOperationsGoThroughTheTable )
+TEST_F( Registry, TypedOperationsGoThroughTheTable )
 {
     struct Recording : CRegistry
     {
@@ -374,9 +344,7 @@ TEST( Registry, TypedOperationsGoThroughTheTable )
         BOOL QueryInfo() override
         {
             m_strCalls += "info ";
-            if ( m_fThrow )
-                throw std::runtime_error( "override" );
-            return CRegistry::QueryInfo();
+            return m_fThrow ? throw std::runtime_error( "override" ) : CRegistry::QueryInfo();
         }
         BOOL QueryValue( LPCTSTR pName, KeyValueTypes& aType, BYTE* pData, DWORD& dwSize ) override
         {
@@ -389,7 +357,6 @@ TEST( Registry, TypedOperationsGoThroughTheTable )
             return CRegistry::SetValue( pName, aType, pData, dwSize );
         }
         using CRegistry::SetValue;
-        std::string Calls() { return std::exchange( m_strCalls, "" ); }
         std::string m_strCalls;
         bool m_fThrow = false;
     };
@@ -401,13 +368,12 @@ TEST( Registry, TypedOperationsGoThroughTheTable )
     MStringArray aTexts;
     EXPECT_TRUE( rBase.SetValue( "n", aText ) && rBase.SetValue( "n", aTexts ) &&
                  rBase.SetValue( "n", aBytes ) && rBase.SetValue( "n", dwNumber ) );
-    EXPECT_EQ( "set1 set7 set3 set4 ", aRegistry.Calls() );
+    EXPECT_EQ( "set1 set7 set3 set4 ", std::exchange( aRegistry.m_strCalls, "" ) );
     EXPECT_TRUE( rBase.GetValue( "n", aText ) && rBase.GetValue( "n", aTexts ) &&
                  rBase.GetValue( "n", aBytes ) && rBase.GetValue( "n", dwNumber ) );
-    EXPECT_EQ( "query1 info query7 info query3 query4 ", aRegistry.Calls() );
     aRegistry.Add( "A" );
     EXPECT_TRUE( rBase.DeleteKey( aRegistry.Path( "A" ).c_str() ) );
-    EXPECT_EQ( "open info ", aRegistry.Calls() );
+    EXPECT_EQ( "query1 info query7 info query3 query4 open info ", aRegistry.m_strCalls );
 
     aRegistry.m_fThrow = true;
     EXPECT_FALSE( rBase.Open( aRegistry.m_strRoot.c_str(), CRegistry::permissionRead ) );
@@ -417,7 +383,7 @@ TEST( Registry, TypedOperationsGoThroughTheTable )
     aRegistry.m_fThrow = false;
 }
 
-TEST( Registry, SlotsOfTheTableStandInTheirOrder )
+TEST_F( Registry, SlotsOfTheTableStandInTheirOrder )
 {
     using R = CRegistry;
     const std::vector<size_t> aSlots = SlotsOf(
@@ -436,9 +402,9 @@ TEST( Registry, SlotsOfTheTableStandInTheirOrder )
         static_cast<BOOL ( R::* )( LPCTSTR, const MStringArray& )>( &R::SetValue ),
         static_cast<BOOL ( R::* )( LPCTSTR, DWORD )>( &R::SetValue ),
         static_cast<BOOL ( R::* )( LPCTSTR, const MByteArray& )>( &R::SetValue ), &R::UnLoad );
-    ASSERT_EQ( 43u, aSlots.size() );
-    for ( size_t i = 0; i < aSlots.size(); i++ )
-        EXPECT_EQ( i + 2, aSlots[i] ) << "operation " << i + 1;
+    std::vector<size_t> aExpected( 43 );
+    std::iota( aExpected.begin(), aExpected.end(), 2 );
+    EXPECT_EQ( aExpected, aSlots );
 }
 
 TEST( OutOfMemory, RegistryOperationsFailWithACode )
@@ -447,9 +413,8 @@ TEST( OutOfMemory, RegistryOperationsFailWithACode )
     ScratchRegistry aRegistry;
     const std::string strLongName( 100, 'n' );
     ASSERT_TRUE( aRegistry.Add( strLongName ) );
-    MStringArray aTexts;
+    Texts aTexts( { strLongName.c_str(), "b" } );
     MByteArray aBytes;
-    Fill( aTexts, { strLongName.c_str(), "b" } );
     aBytes.SetSize( 100 );
     // How often the class itself ran out, and not the system's call below it.
     const auto OwnFailures = [&]( int nOwnCode, auto aOperation )
@@ -474,16 +439,12 @@ TEST( OutOfMemory, RegistryOperationsFailWithACode )
     EXPECT_NE( 0, OwnFailures( 1234, [&] { return aRegistry.SetValue( "texts", aTexts ); } ) );
     EXPECT_NE( 0, OwnFailures( 1234, [&] { return aRegistry.SetValue( "bytes", aBytes ); } ) );
     EXPECT_NE( 0, OwnFailures( 1234, [&] { return aRegistry.GetValue( "texts", aTexts ); } ) );
-    EXPECT_NE( 0, OwnFailures( 1234,
-                               [&]
-                               {
-                                   MByteArray aNew;
-                                   return aRegistry.GetValue( "bytes", aNew );
-                               } ) );
-    EXPECT_EQ( strLongName + "|b|", Joined( aTexts ) );
+    MByteArray aRead;
+    EXPECT_NE( 0, OwnFailures( 1234, [&] { return aRegistry.GetValue( "bytes", aRead ); } ) );
+    EXPECT_EQ( strLongName + "|b|", Shown( aTexts ) );
 
     aReports.Take();
-    const std::string strReport = "From void MStringArray::Add( LPCTSTR pNewString )";
+    // The list, the string, its text; then the list's own node, which it reports itself; then none.
     std::vector<bool> aOwn;
     ForEachFailingNew(
         [&]( NewFault& rFault )
@@ -495,10 +456,9 @@ TEST( OutOfMemory, RegistryOperationsFailWithACode )
             EXPECT_EQ( rFault.Hit() ? 0 : 1, aNew.GetSize() );
             const std::string strSaid = aReports.Take();
             EXPECT_EQ( rFault.Hit(), !strSaid.empty() );
-            aOwn.push_back(
-                strSaid.find( strReport + "\r\n Error: m_pMStringList = new MStringList() failed" ) !=
-                std::string::npos );
+            aOwn.push_back( strSaid.find( "From void MStringArray::Add( LPCTSTR pNewString )\r\n"
+                                          " Error: m_pMStringList = new MStringList() failed" ) !=
+                            std::string::npos );
         } );
-    // The list, the string, its text; then the list's own node, which it reports itself; then none.
     EXPECT_EQ( std::vector<bool>( { true, true, true, false, false } ), aOwn );
 }
