@@ -52,27 +52,25 @@ public:
         const bool fOwn = Number( 2 ) == 0;
         const char* pSource = fOwn ? rText.data() + ulStart : strOther.data();
         const std::string strSource( pSource, fOwn ? ulCount : strOther.size() );
-        const std::vector<std::function<void()>> aSteps = {
-            [&] { rText.append( pSource, strSource.size() ), rExpected += strSource; },
-            [&]
-            {
-                rText.replace( ulPlace, ulCount, pSource, strSource.size() ),
-                    rExpected.replace( ulPlace, ulCount, strSource );
-            },
-            [&] { rText.assign( pSource, strSource.size() ), rExpected = strSource; },
-            [&] { rText = m_aTexts[0], rExpected = std::string( m_aExpected[0] ); },
-            [&] { rText = RWCString( m_aTexts[1] ), rExpected = std::string( m_aExpected[1] ); },
-            [&] {
-                rText.toUpper(),
-                    std::transform( rExpected.begin(), rExpected.end(), rExpected.begin(), UpperCase );
-            },
-            [&]
-            {
-                if ( ulStart < rExpected.size() )
-                    rText.setAt( ulStart, 'X' ), rExpected[ulStart] = 'X';
-            },
+        const std::pair<std::function<void()>, std::function<void()>> aSteps[] = {
+            { [&] { rText.append( pSource, strSource.size() ); }, [&] { rExpected += strSource; } },
+            { [&] { rText.replace( ulPlace, ulCount, pSource, strSource.size() ); },
+              [&] { rExpected.replace( ulPlace, ulCount, strSource ); } },
+            { [&] { rText.assign( pSource, strSource.size() ); }, [&] { rExpected = strSource; } },
+            { [&] { rText = m_aTexts[0]; }, [&] { rExpected = std::string( m_aExpected[0] ); } },
+            { [&] { rText = RWCString( m_aTexts[1] ); }, [&] { rExpected = std::string( m_aExpected[1] ); } },
+            { [&] { rText.toUpper(); },
+              [&] { std::ranges::transform( rExpected, rExpected.begin(), UpperCase ); } },
+            { [&]
+              {
+                  if ( ulStart < rExpected.size() )
+                      rText.setAt( ulStart, 'X' );
+              },
+              [&] { rExpected.replace( ulStart, 1, ulStart < rExpected.size() ? "X" : "" ); } },
         };
-        aSteps[Number( aSteps.size() )]();
+        const auto& [aStep, aModelStep] = aSteps[Number( std::size( aSteps ) )];
+        aStep();
+        aModelStep();
     }
     void Check() const
     {

@@ -1,7 +1,10 @@
-// A tree file as the tests use it.
+// A tree file as the tests use it, and the place of one.
 #pragma once
 
 #include "runtime/rwbtreeondisk.h"
+#include "support/scratchfolder.h"
+
+#include <gtest/gtest.h>
 
 #include <optional>
 #include <string>
@@ -36,4 +39,11 @@ struct TreeFile
 
     RWFileManager aFile;
     RWBTreeOnDisk aTree;
+};
+
+class TreeFileTest : public ::testing::Test
+{
+protected:
+    const ScratchFolder m_aFolder;
+    const std::string m_strPath = m_aFolder.Path( "tree" );
 };
