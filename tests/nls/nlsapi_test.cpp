@@ -31,7 +31,6 @@ protected:
         EXPECT_EQ( "-oNLY", LoadEx( "A.S", "oNLY" ) );
         EXPECT_EQ( "-Missing Key", LoadEx( "A.S", "Missing Key", "A.COM" ) );
         EXPECT_EQ( "-", LoadEx( "A.S", "" ) );
-        EXPECT_TRUE( aRecorder.Silent() );
         // Once for each of the two calls, without asking the server.
         EXPECT_EQ( "-Title", LoadEx( "", "Title", "A.S" ) );
         const Report aWarning( EX_FROM, " Warning: sSec.IsEmpty()" );
@@ -90,48 +89,37 @@ TEST_F( NlsApi, PlainCGetsWhatFitsAndTheSizeOfTheWhole )
 {
     Release(
         { { m_strCode + "A.SNINE", "123456789" }, { m_strCode + "A.SLONG", std::string( 65536, 'x' ) } } );
-    SetNlsSettings( &m_aSettings );
     DebugRecorder aRecorder;
-    struct Case
-    {
-        const char* pKey;
-        USHORT usSize;
-        BOOL fFound;
-        std::string strText;
-        USHORT usNeeded;
+    const std::tuple<const char*, USHORT, BOOL, const char*, USHORT> aCases[] = {
+        { "nine", 20, TRUE, "123456789", 10 },
+        { "nine", 10, TRUE, "123456789", 10 },
+        { "nine", 9, TRUE, "12345678", 10 },
+        { "nine", 5, TRUE, "1234", 10 },
+        { "nine", 1, TRUE, "", 10 },
+        { "None", 4, FALSE, "Non", 5 },
+        { "", 4, FALSE, "", 1 },
+        { NULL, 4, FALSE, "", 1 },
+        { "long", 4, TRUE, "xxx", 1 }, // modulo 65,536
     };
-    for ( const Case& rCase : std::initializer_list<Case>{
-              { "nine", 20, TRUE, "123456789", 10 },
-              { "nine", 10, TRUE, "123456789", 10 },
-              { "nine", 9, TRUE, "12345678", 10 },
-              { "nine", 5, TRUE, "1234", 10 },
-              { "nine", 1, TRUE, "", 10 },
-              { "None", 4, FALSE, "Non", 5 },
-              { "", 4, FALSE, "", 1 },
-              { NULL, 4, FALSE, "", 1 },
-              { "long", 4, TRUE, "xxx", 1 }, // modulo 65,536
-          } )
+    for ( const auto& [pKey, usSize, fFound, pText, usWhole] : aCases )
     {
-        TCHAR szText[20];
-        std::fill( std::begin( szText ), std::end( szText ), '#' );
+        std::string strBuffer( 21, '#' );
         USHORT usNeeded = 0;
-        EXPECT_EQ( rCase.fFound,
-                   C_LoadNlsString( "A.S", NULL, rCase.pKey, szText, rCase.usSize, &usNeeded ) );
-        EXPECT_STREQ( rCase.strText.c_str(), szText );
-        EXPECT_EQ( rCase.usNeeded, usNeeded );
-        EXPECT_TRUE( rCase.usSize == 20 || szText[rCase.usSize] == '#' );
+        EXPECT_EQ( fFound, C_LoadNlsString( "A.S", NULL, pKey, strBuffer.data(), usSize, &usNeeded ) );
+        EXPECT_STREQ( pText, strBuffer.c_str() );
+        EXPECT_EQ( usWhole, usNeeded );
+        EXPECT_EQ( '#', strBuffer[usSize] );
     }
-    EXPECT_TRUE( aRecorder.Silent() );
     TCHAR szText[] = "untouched";
     USHORT usNeeded = 7;
-    EXPECT_FALSE( C_LoadNlsString( NULL, "", "K", NULL, 0, &usNeeded ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( C_FROM, " Error: lpszString == NULL || pusNeededSize == NULL" ) );
-    EXPECT_FALSE( C_LoadNlsString( NULL, "", "K", szText, 0, &usNeeded ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( C_FROM, " Error: usStringSize == 0" ) );
-    EXPECT_FALSE( C_LoadNlsString( NULL, "", "K", szText, 10, &usNeeded ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( C_FROM, " Error: lpszSec == NULL" ) );
-    EXPECT_FALSE( C_LoadNlsString( "", "", "K", szText, 10, &usNeeded ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( C_FROM, " Error: *lpszSec == NIL" ) );
+    EXPECT_FALSE( C_LoadNlsString( NULL, "", "K", NULL, 0, &usNeeded ) ||
+                  C_LoadNlsString( NULL, "", "K", szText, 0, &usNeeded ) ||
+                  C_LoadNlsString( NULL, "", "K", szText, 10, &usNeeded ) ||
+                  C_LoadNlsString( "", "", "K", szText, 10, &usNeeded ) );
+    EXPECT_TRUE( aRecorder.OnlyReports( { { C_FROM, " Error: lpszString == NULL || pusNeededSize == NULL" },
+                                          { C_FROM, " Error: usStringSize == 0" },
+                                          { C_FROM, " Error: lpszSec == NULL" },
+                                          { C_FROM, " Error: *lpszSec == NIL" } } ) );
     EXPECT_STREQ( "untouched", szText );
     EXPECT_EQ( 7, usNeeded );
 }

@@ -74,7 +74,6 @@ TEST_F( NlsServer, SettingsAreTheRegistrys )
         Store( pEditMode, strFolder + MYCH_DELIMDIR, m_strCode );
         EXPECT_EQ( strMode + " " + strFolder + " " + m_strCode, Settings() );
     }
-    EXPECT_TRUE( aRecorder.Silent() );
     Store( "1", strFolder + "/none", m_strCode );
     EXPECT_EQ( "1  " + m_strCode, Settings() );
     EXPECT_TRUE( aRecorder.OnlyReport( "From QRN.INI -> CSVPath", strFolder + "/none Directory not found" ) );
@@ -82,40 +81,32 @@ TEST_F( NlsServer, SettingsAreTheRegistrys )
 
 TEST_F( NlsServer, CountryCodesHaveThreeDigitsAndADefault )
 {
-    struct Case
-    {
-        std::string strGiven;
-        USHORT usCode;
-        std::string strText;
-        std::string strWarning;
-    };
     const auto NotSupported = []( const std::string& strCode )
     { return " Warning: CountryCode = " + strCode + " not supported"; };
     const std::string strDefault = " Warning: CountryCode set to default value = 49";
-    for ( const Case& rCase : std::initializer_list<Case>{
-              { "7", 7, "007", "" },
-              { "500", 500, "500", NotSupported( "500" ) },
-              { "1000", 1000, "1000", NotSupported( "1000" ) },
-              { "1234", 49, "049", NotSupported( "1234" ) + strDefault },
-              { "65585", 49, "049", NotSupported( "65585" ) + strDefault }, // 49 in 16 bits
-              { "", 49, "049", NotSupported( "0" ) + strDefault },
-              { "abc", 49, "049", NotSupported( "abc" ) + strDefault },
-          } )
+    const std::tuple<const char*, USHORT, const char*, std::string> aCases[] = {
+        { "7", 7, "007", "" },
+        { "500", 500, "500", NotSupported( "500" ) },
+        { "1000", 1000, "1000", NotSupported( "1000" ) },
+        { "1234", 49, "049", NotSupported( "1234" ) + strDefault },
+        { "65585", 49, "049", NotSupported( "65585" ) + strDefault }, // 49 in 16 bits
+        { "", 49, "049", NotSupported( "0" ) + strDefault },
+        { "abc", 49, "049", NotSupported( "abc" ) + strDefault },
+    };
+    for ( const auto& [pGiven, usExpected, pText, strWarning] : aCases )
     {
-        const std::string strUnlike =
-            rCase.usCode == m_usCode
-                ? ""
-                : " Warning: system CountryCode = " + std::to_string( m_usCode ) +
-                      " unlike requested CountryCode = " + std::to_string( rCase.usCode );
         USHORT usCode = 0;
-        MString stCode( rCase.strGiven.c_str() );
+        MString stCode( pGiven );
         DebugRecorder aRecorder;
         EXPECT_TRUE( CheckCountryCode( &usCode, &stCode, TRUE ) );
-        EXPECT_EQ( rCase.usCode, usCode );
-        EXPECT_STREQ( rCase.strText.c_str(), stCode );
-        const std::string strReport = rCase.strWarning + strUnlike;
+        EXPECT_EQ( usExpected, usCode );
+        EXPECT_STREQ( pText, stCode );
+        const std::string strReport =
+            usCode == m_usCode ? strWarning
+                               : strWarning + " Warning: system CountryCode = " + std::to_string( m_usCode ) +
+                                     " unlike requested CountryCode = " + std::to_string( usCode );
         EXPECT_TRUE( strReport.empty() ? aRecorder.Silent() : aRecorder.OnlyReport( CODE_FROM, strReport ) )
-            << rCase.strGiven;
+            << pGiven;
     }
     DebugRecorder aRecorder;
     USHORT usCode = 5;
@@ -159,7 +150,6 @@ TEST_F( NlsServer, WriterMakesAFileThatReadersFindByCodeSectionAndKey )
                { "044A.STITLE", "Title" },
                { "A.STITLE", "none" },
                { "KEY", "key" } } );
-    SetNlsSettings( &m_aSettings );
     DebugRecorder aRecorder;
     NLSServer aServer( 0, NULL );
     EXPECT_TRUE( aServer.IsStatusOk() && !aServer.IsEditMode() );
@@ -195,7 +185,6 @@ TEST_F( NlsServer, WriterMakesAFileThatReadersFindByCodeSectionAndKey )
 TEST_F( NlsServer, EachThreadHasItsOwnAndTakesItsSettingsWhenItIsMade )
 {
     Release( { { m_strCode + "A.STITLE", "Titel" }, { "044A.STITLE", "Title" } } );
-    SetNlsSettings( &m_aSettings );
     EXPECT_EQ( "Titel", Load( "A.S", "TITLE" ) );
     NLSServer* const pServer = GetNLSServer();
     OnOtherThread(

@@ -38,7 +38,7 @@ protected:
     {
         WriteBytes( m_aFolder.Path( strName ), strText );
     }
-    // Makes a release file of pairs, and the settings those that read it.
+    // Makes a release file of pairs, and the settings in force those that read it.
     void Release( const std::vector<std::pair<std::string, std::string>>& aPairs )
     {
         m_aSettings.fEditMode = FALSE;
@@ -48,6 +48,7 @@ protected:
         ASSERT_TRUE( aWriter.IsStatusOk() );
         for ( const auto& rPair : aPairs )
             EXPECT_TRUE( aWriter.WriteStringValue( rPair.first.c_str(), rPair.second.c_str() ) );
+        SetNlsSettings( &m_aSettings );
     }
     static std::string Load( const char* pSec, const char* pKey, const char* pSecCom = "" )
     {
