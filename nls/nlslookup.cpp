@@ -2,10 +2,7 @@
 
 #include "core/guards.h"
 #include "nls/keytext.h"
-#include "nls/nlsperthread.h"
 #include "nls/textview.h"
-
-#include <bxtools/nlsserver.h>
 
 namespace
 {
@@ -30,7 +27,10 @@ BOOL AskServer( NLSServer& rServer, std::string_view aSection, std::string_view 
     if ( !rServer.ReadInUpperCase( aSection, aKey, &fFound, &pData ) )
         return FALSE;
     if ( fFound )
-        rText = { pData, TRUE, NULL };
+    {
+        rText.pText = pData;
+        rText.fFound = TRUE;
+    }
     else if ( rServer.IsDebugMessages() )
         AppendNote( rNote, rServer, aSection, aKey );
     return TRUE;
@@ -66,7 +66,7 @@ NlsText LookUpNlsText( std::string_view aSection, std::string_view aCommonSectio
     NLSServer* const pLocalNLSServer = GetNLSServer();
     if ( pLocalNLSServer == NULL )
         return { aKey.data(), FALSE, " Error: ( pLocalNLSServer = GetNLSServer() ) == NULL" };
-    NlsText aText = { aKey.data(), FALSE, NULL };
+    NlsText aText = { aKey.data(), FALSE, NULL, HeldNLSServer( pLocalNLSServer ) };
     MString aNote;
     aText.pError = AskSections( *pLocalNLSServer, aSection, aCommonSection, aKey, aNote, aText );
     if ( !aText.fFound && !aNote.IsEmpty() )

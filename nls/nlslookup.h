@@ -2,18 +2,21 @@
 // common section.
 #pragma once
 
-#include <bxtools/wintypes.h>
+#include "nls/nlsperthread.h"
 
 #include <string_view>
 
 struct NlsText
 {
-    // The text; the caller's own key where there is none, NULL for a null key. Valid until the thread's next lookup.
+    // The text; the caller's own key where there is none, NULL for a null key. Valid as long as this object, and until the
+    // thread's next lookup.
     LPCTSTR pText = NULL;
     // Whether it is the text of one of the sections.
     BOOL fFound = FALSE;
     // Why nothing could be looked up, NULL otherwise. Told to nobody: the key stands in for the text.
     LPCTSTR pError = NULL;
+    // Whose the text is.
+    HeldNLSServer aServer{};
 };
 
 //   pstSec     the section; NULL is "".

@@ -3,8 +3,6 @@
 #include "core/callreport.h"
 #include "core/threadregistry.h"
 
-#include <bxtools/nlsserver.h>
-
 #include <new>
 
 namespace
@@ -12,16 +10,17 @@ namespace
 
 LPVOID DLL_EXPORT CreateNLSServer()
 {
-    return new ( std::nothrow ) NLSServer( 0, NULL );
+    NLSServer* const pNLSServer = new ( std::nothrow ) ThreadNLSServer;
+    return pNLSServer;
 }
 
 BOOL DLL_EXPORT DeleteNLSServer( LPVOID lValue )
 {
     CallReport aReport( "From static BOOL DLL_EXPORT DeleteNLSServer( LPVOID lValue )" );
-    const NLSServer* pNLSServer = static_cast<NLSServer*>( lValue );
+    NLSServer* const pNLSServer = static_cast<NLSServer*>( lValue );
     if ( pNLSServer == NULL )
         return aReport.Fail( " Error: pNLSServer == NULL" );
-    delete pNLSServer;
+    static_cast<ThreadNLSServer*>( pNLSServer )->Release();
     return TRUE;
 }
 

@@ -94,30 +94,6 @@ BOOL ReadValue( CallReport& rReport, CRegistry& aCRegistry, LPCTSTR pName, MStri
     return FALSE;
 }
 
-void ReadValues( CallReport& rReport, CRegistry& aCRegistry, FoundSettings& rSettings )
-{
-    MString stTemp;
-    if ( ReadValue( rReport, aCRegistry, QRN_CTRL_REG_NLS_EDITMODE, stTemp,
-                    " Error: !aCRegistry.GetValue( QRN_CTRL_REG_NLS_EDITMODE, stTemp )",
-                    " QRN_CTRL_REG_NLS_EDITMODE = " ) )
-        rSettings.fEditMode = MeansEditMode( stTemp );
-    if ( ReadValue( rReport, aCRegistry, QRN_CTRL_REG_NLS_PATH, stTemp,
-                    " Error: !aCRegistry.GetValue( QRN_CTRL_REG_NLS_PATH, stTemp )",
-                    " QRN_CTRL_REG_NLS_PATH = " ) )
-        rSettings.stLanguagePath = stTemp;
-    if ( ReadValue( rReport, aCRegistry, QRN_CTRL_REG_NLS_LANGUAGE, stTemp,
-                    " Error: !aCRegistry.GetValue( QRN_CTRL_REG_NLS_LANGUAGE, stTemp )",
-                    " QRN_CTRL_REG_NLS_LANGUAGE = " ) )
-        rSettings.ulCountryCode = static_cast<ULONG>( stTemp );
-}
-
-void ReadRegistry( CallReport& rReport, FoundSettings& rSettings )
-{
-    CRegistry aCRegistry;
-    if ( OpenSettingsKey( rReport, aCRegistry, NLS_SETTINGS_KEY ) )
-        ReadValues( rReport, aCRegistry, rSettings );
-}
-
 // The folder as it is given, without one delimiter at its end; empty when it is none.
 MString CheckedPath( const MString& stPath )
 {
@@ -135,6 +111,30 @@ MString CheckedPath( const MString& stPath )
     const std::string_view aPath( szPath );
     const bool fDelimited = aPath.ends_with( MYCH_DELIMDIR ) || aPath.ends_with( '\\' );
     return MString( szPath, static_cast<int>( aPath.size() - fDelimited ) );
+}
+
+void ReadValues( CallReport& rReport, CRegistry& aCRegistry, FoundSettings& rSettings )
+{
+    MString stTemp;
+    if ( ReadValue( rReport, aCRegistry, QRN_CTRL_REG_NLS_EDITMODE, stTemp,
+                    " Error: !aCRegistry.GetValue( QRN_CTRL_REG_NLS_EDITMODE, stTemp )",
+                    " QRN_CTRL_REG_NLS_EDITMODE = " ) )
+        rSettings.fEditMode = MeansEditMode( stTemp );
+    if ( ReadValue( rReport, aCRegistry, QRN_CTRL_REG_NLS_PATH, stTemp,
+                    " Error: !aCRegistry.GetValue( QRN_CTRL_REG_NLS_PATH, stTemp )",
+                    " QRN_CTRL_REG_NLS_PATH = " ) )
+        rSettings.stLanguagePath = CheckedPath( stTemp );
+    if ( ReadValue( rReport, aCRegistry, QRN_CTRL_REG_NLS_LANGUAGE, stTemp,
+                    " Error: !aCRegistry.GetValue( QRN_CTRL_REG_NLS_LANGUAGE, stTemp )",
+                    " QRN_CTRL_REG_NLS_LANGUAGE = " ) )
+        rSettings.ulCountryCode = static_cast<ULONG>( stTemp );
+}
+
+void ReadRegistry( CallReport& rReport, FoundSettings& rSettings )
+{
+    CRegistry aCRegistry;
+    if ( OpenSettingsKey( rReport, aCRegistry, NLS_SETTINGS_KEY ) )
+        ReadValues( rReport, aCRegistry, rSettings );
 }
 
 } // namespace
@@ -163,11 +163,13 @@ BOOL GetNlsContentsFromIniFile( BOOL* pfDebugMessages, BOOL* pfEditMode, MString
 {
     CallReport aReport( "From void GetNlsContentsFromIniFile(...)" );
     FoundSettings aSettings;
-    if ( !TheProcessSettings().Get( aSettings ) )
+    if ( TheProcessSettings().Get( aSettings ) )
+        aSettings.stLanguagePath = CheckedPath( aSettings.stLanguagePath );
+    else
         ReadRegistry( aReport, aSettings );
     *pfDebugMessages = aSettings.fDebugMessages;
     *pfEditMode = aSettings.fEditMode;
-    *pstCSVFilesPath = CheckedPath( aSettings.stLanguagePath );
+    *pstCSVFilesPath = aSettings.stLanguagePath;
     pstIniFile->Empty();
     *pstReleaseFile = aSettings.stReleaseFile;
     USHORT usCountryCode = 0;

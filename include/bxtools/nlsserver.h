@@ -52,8 +52,9 @@ struct NlsSettings
 
 // Makes settings those of this process, in the place of the registry's.
 //   pSettings  copied. NULL: the registry's again.
-// The calling thread's server is destroyed, so that its next lookup has them; other threads take them when their servers are
-// made. Short of memory everything stays as it was, with one report.
+// The calling thread's server is given up, so that its next lookup has them; a lookup under way, out of whose reports this is
+// called, ends with the old ones. Other threads take them when their servers are made. Short of memory everything stays as it
+// was, with one report.
 // Threads: any. Never throws.
 DLL_EXPORT_MOD void DLL_EXPORT SetNlsSettings( const NlsSettings* pSettings );
 

@@ -77,6 +77,10 @@ TEST_F( NlsServer, SettingsAreTheRegistrys )
     Store( "1", strFolder + "/none", m_strCode );
     EXPECT_EQ( "1  " + m_strCode, Settings() );
     EXPECT_TRUE( aRecorder.OnlyReport( "From QRN.INI -> CSVPath", strFolder + "/none Directory not found" ) );
+    m_aRegistry.DeleteValue( "Language" );
+    Settings();
+    const std::string strReports = aRecorder.Take();
+    EXPECT_LT( strReports.find( "Directory not found" ), strReports.find( " QRN_CTRL_REG_NLS_LANGUAGE" ) );
 }
 
 TEST_F( NlsServer, CountryCodesHaveThreeDigitsAndADefault )
@@ -217,6 +221,23 @@ TEST_F( NlsServer, EachThreadHasItsOwnAndTakesItsSettingsWhenItIsMade )
     EXPECT_NE( std::string::npos, strOutput.find( "Development = No\r\nActive NlsFiles = " +
                                                   std::string( m_aSettings.stReleaseFile.data() ) ) );
     EXPECT_NE( std::string::npos, strOutput.find( "Object NlsBTreeOnDisk removed" ) );
+}
+
+TEST_F( NlsServer, ItsSettingsMayChangeInTheMiddleOfALookup )
+{
+    WriteFile( "A.CSV", m_strHeader + "[S]\nTitle=Titel;Title\n" );
+    static const NlsSettings* pNext;
+    pNext = &m_aSettings;
+    NlsSettings aNowhere;
+    SetNlsSettings( &aNowhere );
+    const auto ChangeThem = []( LPCTSTR, LPCTSTR )
+    {
+        SetNlsSettings( pNext );
+        EXPECT_EQ( "Titel", Load( "A.S", "Title" ) );
+    };
+    GetNLSServer()->SetFuncPtr( ChangeThem, NULL );
+    EXPECT_EQ( "Title", Load( "A.S", "Title" ) );
+    EXPECT_EQ( "Titel", Load( "A.S", "Title" ) );
 }
 
 // Whatever fails, the text is there or the key stands in for it.
