@@ -62,6 +62,7 @@ DLL_EXPORT_MOD HANDLE OpenFileMappingA( DWORD dwAccess, BOOL fInherit, LPCSTR pN
 DLL_EXPORT_MOD LPVOID MapViewOfFile( HANDLE hMapping, DWORD dwAccess, DWORD dwOffsetHigh, DWORD dwOffsetLow,
                                      SIZE_T nBytes );
 // Gets room for the first bytes of a view of reserved memory, for all views of it; what has room already keeps it and its bytes.
+//   nBytes     not 0 (87).
 //   dwType     MEM_COMMIT alone (87).
 //   dwProtect  what the view may do: PAGE_READWRITE or PAGE_READONLY (87).
 // Result: the view, null on failure. Errors: 487 no view of that length begins there, 112 the folder's file system is full.

@@ -245,12 +245,12 @@ BOOL UnmapViewOfFile( LPCVOID pView )
 LPVOID VirtualAlloc( LPVOID pView, SIZE_T nBytes, DWORD dwType, DWORD dwProtect )
 {
     size_t nViewBytes = 0;
-    if ( dwType != MEM_COMMIT || ( dwProtect != PAGE_READONLY && dwProtect != PAGE_READWRITE ) )
+    if ( dwType != MEM_COMMIT || ( dwProtect != PAGE_READONLY && dwProtect != PAGE_READWRITE ) || nBytes == 0 )
     {
         SetLastError( ERROR_INVALID_PARAMETER );
         return nullptr;
     }
-    if ( nBytes == 0 || !FindView( pView, nViewBytes ) || nBytes > nViewBytes )
+    if ( !FindView( pView, nViewBytes ) || nBytes > nViewBytes )
     {
         SetLastError( ERROR_INVALID_ADDRESS );
         return nullptr;

@@ -3,6 +3,7 @@
 // compared.
 #pragma once
 
+#include "platform/callrecord.h"
 #include "support/threads.h"
 
 #include <bxtools/platform.h>
@@ -19,6 +20,7 @@
     std::vprintf( pFormat, aArguments );
     va_end( aArguments );
     std::printf( "\n" );
+    RecordLine( pName );
 }
 
 // The outcome of a call that fails with FALSE or null: "ok", or the last error.
@@ -34,3 +36,6 @@ void SayOutcome( const char* pName, Result aResult )
 
 // A value that no call sets, so that a call that leaves the last error alone shows.
 constexpr DWORD UNTOUCHED = 4711;
+
+// From here on each call of the platform layer is recorded, natively.
+#include "recordedcalls.h"

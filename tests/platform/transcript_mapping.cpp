@@ -135,6 +135,24 @@ void SayUnmap()
     SayView( "view of an event", hEvent, FILE_MAP_READ );
     CloseHandle( hEvent );
 }
+
+// Memory without room, which is asked for page by page.
+void SayReserved()
+{
+    const HANDLE hMapping = Make( BYTES, NULL, PAGE_READWRITE | SEC_RESERVE );
+    char* const pView = View( hMapping, FILE_MAP_WRITE );
+    SayOutcome( "room for a byte", VirtualAlloc( pView, 1, MEM_COMMIT, PAGE_READWRITE ) );
+    std::strcpy( pView + 4000, "kept" );
+    Say( "room is where it was asked for", "%d",
+         VirtualAlloc( pView, BYTES, MEM_COMMIT, PAGE_READWRITE ) == pView );
+    Say( "what was there stays, what comes is zero", "%s %d", pView + 4000, pView[BYTES - 1] );
+    SayOutcome( "room that is there already", VirtualAlloc( pView, BYTES, MEM_COMMIT, PAGE_READWRITE ) );
+    SayOutcome( "room beyond the view", VirtualAlloc( pView, 2 * BYTES, MEM_COMMIT, PAGE_READWRITE ) );
+    SayOutcome( "room for nothing", VirtualAlloc( pView, 0, MEM_COMMIT, PAGE_READWRITE ) );
+    SayOutcome( "room of no kind", VirtualAlloc( pView, 1, MEM_COMMIT, 0 ) );
+    UnmapViewOfFile( pView );
+    CloseHandle( hMapping );
+}
 } // namespace
 
 int main()
@@ -146,5 +164,6 @@ int main()
     SayNames();
     SayRights();
     SayUnmap();
+    SayReserved();
     return 0;
 }

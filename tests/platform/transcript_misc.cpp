@@ -1,4 +1,4 @@
-// The system, the process and the thread; handles; debug output.
+// The system, its country, the process and the thread; handles; debug output.
 
 #include "platform/transcript.h"
 
@@ -39,6 +39,23 @@ void SayComputerName()
     Say( "needed for null", "%d", dwSize == dwLength + 1 );
 }
 
+// The country itself is the machine's.
+void SayLocale()
+{
+    char szCode[16] = "";
+    const int nSize = GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY, szCode, sizeof( szCode ) );
+    Say( "size of the country's code", "%d",
+         nSize == static_cast<int>( std::strlen( szCode ) ) + 1 && nSize > 1 );
+    Say( "size that is needed", "%d",
+         GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY, NULL, 0 ) == nSize );
+    SayOutcome( "a country's code", GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY, szCode, nSize ) );
+    SayOutcome( "its size one too small",
+                GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY, szCode, nSize - 1 ) );
+    SayOutcome( "its size negative", GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY, szCode, -1 ) );
+    SayOutcome( "no buffer for it", GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY, NULL, nSize ) );
+    SayOutcome( "of no kind", GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, 0x7FFF, szCode, sizeof( szCode ) ) );
+}
+
 void SayIds()
 {
     const DWORD dwThread = GetCurrentThreadId();
@@ -69,6 +86,7 @@ int main()
 {
     SayVersion();
     SayComputerName();
+    SayLocale();
     SayIds();
     SayHandles();
     SayDebugOutput();

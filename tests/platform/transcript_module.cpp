@@ -72,7 +72,7 @@ void SaySymbols()
     FreeLibrary( hModule );
 }
 
-void WriteFile( const std::string& strPath, const std::string& strText )
+void WriteTextFile( const std::string& strPath, const std::string& strText )
 {
     std::ofstream( strPath, std::ios::binary ) << strText;
 }
@@ -82,10 +82,10 @@ void SayFailures( const std::string& strFolder )
     SayOutcome( "missing, plain name", LoadLibraryA( "NOSUCHLIBRARY.DLL" ) != NULL );
     SayOutcome( "missing, with folder", LoadLibraryA( ( strFolder + "/nosuch.dll" ).c_str() ) != NULL );
     SayOutcome( "missing folder", LoadLibraryA( ( strFolder + "/nosuch/nosuch.dll" ).c_str() ) != NULL );
-    WriteFile( strFolder + "/text.dll",
-               "This is a text file and no library at all, but long enough for a header.\n" );
+    WriteTextFile( strFolder + "/text.dll",
+                   "This is a text file and no library at all, but long enough for a header.\n" );
     SayOutcome( "text file", LoadLibraryA( ( strFolder + "/text.dll" ).c_str() ) != NULL );
-    WriteFile( strFolder + "/empty.dll", "" );
+    WriteTextFile( strFolder + "/empty.dll", "" );
     SayOutcome( "empty file", LoadLibraryA( ( strFolder + "/empty.dll" ).c_str() ) != NULL );
     SayOutcome( "folder", LoadLibraryA( strFolder.c_str() ) != NULL );
     SayOutcome( "empty name to load", LoadLibraryA( "" ) != NULL );

@@ -294,6 +294,12 @@ void SayTheRest( HKEY hRoot )
          static_cast<long>( RegGetKeySecurity( NULL, DACL_SECURITY_INFORMATION, NULL, &dwSize ) ) );
     Say( "load a missing file", "%ld",
          static_cast<long>( RegLoadKeyA( HKEY_LOCAL_MACHINE, "BXLoaded", "missing.file" ) ) );
+    Say( "unload what is not loaded", "%ld",
+         static_cast<long>( RegUnLoadKeyA( HKEY_LOCAL_MACHINE, "BXLoaded" ) ) );
+    Say( "restore a missing file", "%ld", static_cast<long>( RegRestoreKeyA( hRoot, "missing.file", 0 ) ) );
+    Say( "replace by a missing file", "%ld",
+         static_cast<long>( RegReplaceKeyA( hRoot, NULL, "missing.file", "old.file" ) ) );
+    Say( "save null", "%ld", static_cast<long>( RegSaveKeyA( NULL, "saved.file", NULL ) ) );
     SetLastError( UNTOUCHED );
     Open( hRoot, "Missing" );
     Say( "last error", "%u", static_cast<unsigned>( GetLastError() ) );
