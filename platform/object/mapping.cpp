@@ -245,7 +245,8 @@ BOOL UnmapViewOfFile( LPCVOID pView )
 LPVOID VirtualAlloc( LPVOID pView, SIZE_T nBytes, DWORD dwType, DWORD dwProtect )
 {
     size_t nViewBytes = 0;
-    if ( dwType != MEM_COMMIT || ( dwProtect != PAGE_READONLY && dwProtect != PAGE_READWRITE ) || nBytes == 0 )
+    if ( dwType != MEM_COMMIT || ( dwProtect != PAGE_READONLY && dwProtect != PAGE_READWRITE ) ||
+         nBytes == 0 )
     {
         SetLastError( ERROR_INVALID_PARAMETER );
         return nullptr;

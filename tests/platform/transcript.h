@@ -38,4 +38,4 @@ void SayOutcome( const char* pName, Result aResult )
 constexpr DWORD UNTOUCHED = 4711;
 
 // From here on each call of the platform layer is recorded, natively.
-#include "recordedcalls.h"
+#include <recordedcalls.h>
