@@ -12,6 +12,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <tuple>
+
 namespace
 {
 
@@ -50,30 +53,20 @@ protected:
 
 TEST_F( DebugSettings, AreReadToTheLetter )
 {
-    struct Case
-    {
-        LPCTSTR pOut;
-        LPCTSTR pLevel;
-        BOOL fOn;
-        ULONG ulLevel;
-    };
     DebugRecorder aRecorder;
-    for ( const Case& rCase : std::initializer_list<Case>{
-              { "Yes", "1;3", TRUE, 0x101 },
-              { "TRUE", "2;all;1", TRUE, 0x11111 },
-              { "yEs", "1;2;3;4;5;1", TRUE, 0x11111 },
-              { "1", "6;x", TRUE, 0 },
-              { "no", "5", FALSE, 0x10000 },
-              { "Yes ", "01;1 ;4", FALSE, 0x1000 },
-              { "", "", FALSE, 0 },
-              { "true", ";;1;2;3;4", TRUE, 0x111 },
-              { "1", "1;1;1;1;1;2", TRUE, 0x1 },
-              { "1", "3;ALL;0123456789012345678901234567890123456789012", TRUE, 0x100 }, // 49 characters
+    using Case = std::tuple<LPCTSTR, LPCTSTR, BOOL, ULONG>;
+    for ( const auto& [pOut, pLevel, fOn, ulLevel] : {
+              Case{ "Yes", "1;3", TRUE, 0x101 }, Case{ "TRUE", "2;all;1", TRUE, 0x11111 },
+              Case{ "yEs", "1;2;3;4;5;1", TRUE, 0x11111 }, Case{ "1", "6;x", TRUE, 0 },
+              Case{ "no", "5", FALSE, 0x10000 }, Case{ "Yes ", "01;1 ;4", FALSE, 0x1000 },
+              Case{ "", "", FALSE, 0 }, Case{ "true", ";;1;2;3;4", TRUE, 0x111 },
+              Case{ "1", "1;1;1;1;1;2", TRUE, 0x1 },
+              Case{ "1", "3;ALL;0123456789012345678901234567890123456789012", TRUE, 0x100 }, // 49 characters
           } )
     {
-        Store( rCase.pOut, rCase.pLevel );
-        EXPECT_EQ( rCase.fOn, IsDbgMessage() ) << rCase.pOut;
-        EXPECT_EQ( rCase.ulLevel, GetDebugLevel() ) << rCase.pLevel;
+        Store( pOut, pLevel );
+        EXPECT_EQ( fOn, IsDbgMessage() ) << pOut;
+        EXPECT_EQ( ulLevel, GetDebugLevel() ) << pLevel;
         EXPECT_TRUE( aRecorder.Silent() );
     }
 }

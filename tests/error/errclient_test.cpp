@@ -146,30 +146,23 @@ TEST_F( ErrClient, EachKindOfClassHasItsText )
 
 TEST_F( ErrClient, PlacesWithoutTheirParametersAreReportedAndLeft )
 {
-    const std::string strPlain =
-        "\r\nFile % not found on %.\r\n" + Block( "CLASS", "1 (hex: 0x00000001)", "The test" );
-    const auto Reports = [&]( const std::string& strParameters )
+    const std::string strNone =
+        " Error: ( lCount = m_paStrList->ItemCount() ) <= 0 -> wrong format, string with replace values for NLS error message has not been set, usCount = 3";
+    const std::string strWrong =
+        " Error: (long)( usCount - 1 ) != lCount -> wrong NLS error message format, lCount = ";
+    for ( const auto& [strParameters, strReason] :
+          std::vector<std::pair<std::string, std::string>>{ { "", strNone },
+                                                            { "one", strWrong + "1, usCount = 3" },
+                                                            { "1!;!2!;!3", strWrong + "3, usCount = 3" } } )
     {
         ErrObjectClient aClient;
         MString aText;
-        EXPECT_TRUE(
-            aClient.FromStream( ToMString( Record( "TEST.CLASS", "1", "0+?++?++?+" + strParameters ) ) ) );
+        aClient.FromStream( ToMString( Record( "TEST.CLASS", "1", "0+?++?++?+" + strParameters ) ) );
         EXPECT_TRUE( aClient.GetTranslatedErrText( aText ) );
-        EXPECT_EQ( strPlain, ToText( aText ) );
-        return Dump( aClient );
-    };
-    EXPECT_EQ(
-        FORMAT +
-            std::string(
-                " Error: ( lCount = m_paStrList->ItemCount() ) <= 0 -> wrong format, string with replace values for NLS error message has not been set, usCount = 3" ),
-        Reports( "" ) );
-    for ( const char* pParameters : { "one", "1!;!2!;!3" } )
-        EXPECT_EQ(
-            FORMAT +
-                std::string(
-                    " Error: (long)( usCount - 1 ) != lCount -> wrong NLS error message format, lCount = " ) +
-                ( *pParameters == 'o' ? "1" : "3" ) + ", usCount = 3",
-            Reports( pParameters ) );
+        EXPECT_EQ( "\r\nFile % not found on %.\r\n" + Block( "CLASS", "1 (hex: 0x00000001)", "The test" ),
+                   ToText( aText ) );
+        EXPECT_EQ( FORMAT + strReason, Dump( aClient ) );
+    }
 
     // Another token, of several characters: percent signs are signs as others.
     WriteCommonTexts( "not" );
@@ -195,13 +188,12 @@ TEST_F( ErrClient, HelpIsCutOutOfTheMessage )
     MString aText( "unchanged" );
     MString aHelpFile( "unchanged" );
     HELP_ID usTopic = 7;
-    const std::string strEnd = Block( "CLASS", "2 (hex: 0x00000002)" );
     EXPECT_TRUE( aClient.FromStream( ToMString( Record( "TEST.CLASS", "2" ) ) ) );
     EXPECT_TRUE( aClient.GetHelpData( aHelpFile, usTopic ) );
     EXPECT_STREQ( "platte.hlp", aHelpFile );
     EXPECT_EQ( 70000 % 65536, usTopic ) << "16 bits of it";
     EXPECT_TRUE( aClient.GetTranslatedErrText( aText ) );
-    EXPECT_EQ( "\r\nPlatte voll\r\n" + strEnd, ToText( aText ) );
+    EXPECT_EQ( "\r\nPlatte voll\r\n" + Block( "CLASS", "2 (hex: 0x00000002)" ), ToText( aText ) );
 
     // A new fill forgets it.
     EXPECT_TRUE( aClient.FromStream( ToMString( Record( "TEST.CLASS", "-4" ) ) ) );
@@ -229,7 +221,6 @@ TEST_F( ErrClient, HelpIsCutOutOfTheMessage )
 
 TEST_F( ErrClient, TextsAreMadeOnceAndForgottenWithTheValues )
 {
-    const std::string strOne = Record( "TEST.CLASS", "-4", "0+?+origin+?+optional+?+" );
     ErrObjectClient aClient;
     MString aText( "unchanged" );
     MString aDetails( "unchanged" );
@@ -241,33 +232,30 @@ TEST_F( ErrClient, TextsAreMadeOnceAndForgottenWithTheValues )
         Dump( aClient ) )
         << "the details empty the dump string";
 
-    EXPECT_TRUE( aClient.FromStream( ToMString( strOne ) ) );
+    EXPECT_TRUE(
+        aClient.FromStream( ToMString( Record( "TEST.CLASS", "-4", "0+?+origin+?+optional+?+" ) ) ) );
     EXPECT_TRUE( aClient.GetDetailsErrText( aDetails ) );
     EXPECT_STREQ( "optional\r\n", aDetails );
     EXPECT_TRUE( aClient.GetTranslatedErrText( aText ) );
-    EXPECT_EQ( 0u, ToText( aText ).find( "\r\nPlain\r\n" ) );
-
+    const auto ExpectText = [&]( ErrObjectClient& rClient, const std::string& strStart, LPCTSTR pDetails )
+    {
+        EXPECT_TRUE( rClient.GetTranslatedErrText( aText ) && rClient.GetDetailsErrText( aDetails ) );
+        EXPECT_TRUE( ToText( aText ).starts_with( strStart ) ) << aText.data();
+        EXPECT_STREQ( pDetails, aDetails );
+    };
     // Kept, in a copy, too, when the texts have gone; a record that is filled by assignment has its own.
     SetNlsSettings( NULL );
     ErrObjectClient aCopy( aClient );
     ErrObjectClient aAssigned;
     aAssigned = aClient;
     for ( ErrObjectClient* pClient : { &aClient, &aCopy, &aAssigned } )
-    {
-        EXPECT_TRUE( pClient->GetTranslatedErrText( aText ) );
-        EXPECT_EQ( 0u, ToText( aText ).find( "\r\nPlain\r\n" ) );
-    }
+        ExpectText( *pClient, "\r\nPlain\r\n", "optional\r\n" );
     UseLanguage( 44 );
     const OpenRecord aOther( Record( "TEST.CLASS", "8", "0+?+other+?++?+a!;!b" ) );
     aClient = aOther;
     static_cast<ErrObjectBase&>( aCopy ) = aOther;
     for ( ErrObjectClient* pClient : { &aClient, &aCopy } )
-    {
-        EXPECT_TRUE( pClient->GetTranslatedErrText( aText ) );
-        EXPECT_EQ( 0u, ToText( aText ).find( "\r\nother\r\n" ) );
-        EXPECT_TRUE( pClient->GetDetailsErrText( aDetails ) );
-        EXPECT_STREQ( "", aDetails );
-    }
+        ExpectText( *pClient, "\r\nother\r\n", "" );
 }
 
 TEST_F( ErrClient, AStreamGoesToTheDebugMessagesTranslated )

@@ -35,21 +35,19 @@ TEST( ErrServer, KeepsTheFirstSeventyErrors )
 TEST( ErrServer, SlotsAreMadeInOrder )
 {
     DebugRecorder aDebug;
-    const auto Refused = [&aDebug]( ULONG ulSlot, const char* pReason )
-    {
-        EXPECT_TRUE( GetERRServer( ulSlot ) == NULL );
-        EXPECT_TRUE( aDebug.OnlyReport( "From ERRServer* GetERRServer( ULONG ulSlotID )", pReason ) );
-    };
     const auto UseSlots = [&]
     {
         ERRServer* pFirst = GetERRServer( 3 );
         EXPECT_EQ( pFirst, GetERRServer( 0 ) ) << "the first one, whatever was asked for";
-        Refused( 3, " Error: ( pERRServer = pErrList->GetItem( ulSlotID ) ) == NULL" );
+        EXPECT_TRUE( GetERRServer( 3 ) == NULL );
         for ( ULONG ulSlot = 1; ulSlot < MAX_ERROR_SLOTS_ONSTACK; ++ulSlot )
             EXPECT_TRUE( GetERRServer( ulSlot ) != NULL );
-        Refused(
-            10,
-            " Error: lCount >= MAX_ERROR_SLOTS_ONSTACK -> STACK OVERFLOW; too many ERRServer objects on stack" );
+        EXPECT_TRUE( GetERRServer( 10 ) == NULL );
+        constexpr char SLOT_HEADER[] = "From ERRServer* GetERRServer( ULONG ulSlotID )";
+        EXPECT_TRUE( aDebug.OnlyReports(
+            { { SLOT_HEADER, " Error: ( pERRServer = pErrList->GetItem( ulSlotID ) ) == NULL" },
+              { SLOT_HEADER,
+                " Error: lCount >= MAX_ERROR_SLOTS_ONSTACK -> STACK OVERFLOW; too many ERRServer objects on stack" } } ) );
     };
     // A thread of its own has no slots yet.
     OnOtherThread( UseSlots );
@@ -68,10 +66,10 @@ TEST( ErrServer, TakesTheLastErrorOfTheCaller )
             EXPECT_TRUE( SetLastErr( ERRCLS_SYS_LASTERROR, 9, 0, "", "", "" ) );
             EXPECT_EQ( 0u, GetLastError() );
             MString aText;
-            ERR lNumber = 0;
-            DWORD dwTaken = 0;
-            EXPECT_TRUE( GetOriginErrorValues( aText, lNumber, dwTaken, 1 ) );
-            EXPECT_EQ( dwError, dwTaken );
+            EXPECT_TRUE( Error2Stream( aText, 1 ) );
+            EXPECT_EQ( "1.0.0+?+BXTOOLS.ERRCLS_SYS_LASTERROR+?+9+?+" + std::to_string( dwError ) +
+                           "+?++?++?+",
+                       ToText( aText ) );
             EXPECT_TRUE( ClearErrors() );
         }
     };

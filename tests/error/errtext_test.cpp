@@ -39,14 +39,12 @@ TEST( ErrText, SystemTextIsAppendedBehindALineEnd )
     EXPECT_EQ( "\r\n" + SystemText( 2 ), ToText( aText ) );
     EXPECT_TRUE( aDebug.Silent() );
 
-    HookRecorder aHook;
-    BaseObject aObject( &HookRecorder::Debug, NULL );
     {
-        CallReport aFailing( aObject, "From F()" );
+        CallReport aFailing( "From F()" );
         aFailing.Fail( " Error: x" );
         EXPECT_FALSE( TailLastErrMsg( aFailing, 2 ) );
     }
-    EXPECT_TRUE( aHook.OnlyReport( "From F()", " Error: x\r\n" + SystemText( 2 ) ) );
+    EXPECT_TRUE( aDebug.OnlyReport( "From F()", " Error: x\r\n" + SystemText( 2 ) ) );
 }
 
 // 193 has a text with an insert: the second look is for the error of the first, 87, which has a text.
@@ -95,17 +93,6 @@ TEST( ErrText, EachConversionBecomesOneParameter )
     aText = "old";
     EXPECT_FALSE( SetErrorTextParams( aText, "%s", std::string( 40000, 'x' ).c_str() ) );
     EXPECT_STREQ( "", aText );
-}
-
-TEST( ErrText, NumbersInDecimalAndHexadecimal )
-{
-    MString aText( "old" );
-    Error2StrHex( -2147024882, 1, aText, FALSE );
-    EXPECT_STREQ( "-2147024882 (hex: 0x8007000E)", aText );
-    Error2StrHex( 1, 0, aText, TRUE );
-    EXPECT_STREQ( "0 (hex: 0x00000000)", aText );
-    Error2StrHex( 0, 0xFFFFFFFF, aText, TRUE );
-    EXPECT_STREQ( "4294967295 (hex: 0xFFFFFFFF)", aText );
 }
 
 } // namespace
