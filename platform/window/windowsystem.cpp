@@ -65,19 +65,27 @@ bool IsWhole( const WindowSystem& r ) noexcept
                    r.ShowErrors );
 }
 
-// Once in the process; the module stays, since windows may be open in it.
-void LoadToolkitModule()
+const WindowSystem* LoadToolkitModule()
 {
-    if ( !IsToolkitLoaded() || g_fLookedFor.exchange( true ) )
-        return;
     const HMODULE hModule = LoadLibraryA( TOOLKIT_MODULE );
     if ( hModule == nullptr )
-        return;
+        return nullptr;
     const auto pFunction = reinterpret_cast<ToolkitFunction>(
         reinterpret_cast<LPVOID>( GetProcAddress( hModule, TOOLKIT_FUNCTION ) ) );
     const WindowSystem* const pFound = pFunction != nullptr ? pFunction() : nullptr;
-    if ( pFound != nullptr && IsWhole( *pFound ) )
+    return pFound != nullptr && IsWhole( *pFound ) ? pFound : nullptr;
+}
+
+// Once in the process; the module stays, since windows may be open in it. Each thread that asks meanwhile asks the loader, too:
+// that makes it wait for the module, unless it is in the loader itself, which lets it through. What there is is the same for
+// all of them.
+void LookForToolkit()
+{
+    if ( !IsToolkitLoaded() )
+        return;
+    if ( const WindowSystem* const pFound = LoadToolkitModule() )
         g_pFound.store( pFound, std::memory_order_release );
+    g_fLookedFor.store( true, std::memory_order_release );
 }
 
 const WindowSystem* FindToolkit()
@@ -85,7 +93,7 @@ const WindowSystem* FindToolkit()
     if ( !g_fLookedFor.load( std::memory_order_acquire ) )
     {
         const DWORD dwLastError = GetLastError();
-        LoadToolkitModule();
+        LookForToolkit();
         SetLastError( dwLastError );
     }
     return g_pFound.load( std::memory_order_acquire );

@@ -68,6 +68,11 @@ protected:
 
 } // namespace
 
+TEST_F( QtWindows, AreFoundByAllThreadsThatAskAtOnce )
+{
+    OnThreads( 8, [] { EXPECT_NE( nullptr, GetWindowSystem() ); } );
+}
+
 TEST_F( QtWindows, AreFoundInTheirOrderUntilTheyAreGone )
 {
     QWidget aWindow;
