@@ -1,11 +1,19 @@
 #include "ui/errorpages.h"
 
-#include <bxtools/error.h>
+#include "error/errstream.h"
+
 #include <bxtools/nls.h>
 #include <bxtools/platform.h>
 
 namespace
 {
+
+MString ToMString( std::string_view aText )
+{
+    MString aCopy;
+    aCopy.assign( aText.data(), aText.size() );
+    return aCopy;
+}
 
 MString LoadLabel( LPCTSTR pKey )
 {
@@ -16,27 +24,27 @@ MString LoadLabel( LPCTSTR pKey )
 
 ErrorPages::ErrorPages( LPCTSTR szErrStream )
 {
-    const MString aStream( szErrStream );
-    ULONG ulCount = 0;
-    if ( IsErrorStream( aStream ) )
-        GetAvailableErrorCountFromStream( ulCount, aStream );
-    else if ( !aStream.IsEmpty() )
-        m_aPages.push_back( { aStream, {}, {} } );
-    for ( ULONG ulIndex = 0; ulIndex < ulCount; ++ulIndex )
-        m_aPages.push_back( ReadPage( ulIndex, aStream ) );
+    const std::string_view aStream( szErrStream != NULL ? szErrStream : "" );
+    ErrStreamReader aReader( aStream );
+    if ( !aReader.IsStream() && !aStream.empty() )
+        m_aPages.push_back( { ToMString( aStream ), {}, {} } );
+    // One by one: a stream that is asked for its errors by their numbers is read from its start for each.
+    for ( std::string_view aRecord; aReader.Next( aRecord ); )
+        m_aPages.push_back( ReadPage( aRecord ) );
     for ( const Page& rPage : m_aPages )
         m_aErrors.push_back( { rPage.aText, rPage.aDetails, rPage.aHelpFile, rPage.usHelpID } );
 }
 
 // An error that cannot be translated is shown by its record's text: somebody may still make sense of it.
-ErrorPages::Page ErrorPages::ReadPage( ULONG ulIndex, const MString& aStream )
+ErrorPages::Page ErrorPages::ReadPage( std::string_view aRecord )
 {
     Page aPage;
     ErrObjectClient aError;
     // A system error of 0 would give the text of what failed last in here.
     SetLastError( 0 );
-    if ( !Error2ObjectFromStream( aError, ulIndex, aStream ) )
-        aPage.aText = aStream.GetTokenStr( static_cast<USHORT>( ulIndex + 1 ), ERRSTREAM_RECORD_SEPARATOR );
+    const MString aText = ToMString( aRecord );
+    if ( !aError.FromStream( aText ) )
+        aPage.aText = aText;
     else if ( !aError.GetTranslatedErrText( aPage.aText ) )
         aError.ToStream( aPage.aText );
     else

@@ -4,6 +4,7 @@
 #include <bxtools/errclient.h>
 #include <bxtools/window_system.h>
 
+#include <string_view>
 #include <vector>
 
 class ErrorPages
@@ -26,7 +27,7 @@ private:
         HELP_ID usHelpID = 0;
     };
 
-    static Page ReadPage( ULONG ulIndex, const MString& aStream );
+    static Page ReadPage( std::string_view aRecord );
 
     std::vector<Page> m_aPages;
     std::vector<WindowSystemError> m_aErrors;

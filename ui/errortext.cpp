@@ -1,7 +1,6 @@
 #include "ui/errortext.h"
 
 #include <string_view>
-#include <utility>
 
 namespace
 {
@@ -15,18 +14,20 @@ void ReplaceFirst( std::string& rText, std::string_view aPlace, ULONG ulValue )
 }
 
 // Errors come from other processes, too, and are printed where there is no window: a terminal would act on these.
-std::string WithoutControls( std::string aText )
+std::string WithoutControls( std::string_view aText )
 {
+    std::string aOut;
+    aOut.reserve( aText.size() );
     for ( size_t i = 0; i < aText.size(); ++i )
     {
         const auto ucSign = static_cast<unsigned char>( aText[i] );
-        const auto ucNext = static_cast<unsigned char>( aText.c_str()[i + 1] );
-        if ( ucSign == 0xC2 && ucNext >= 0x80 && ucNext < 0xA0 )
-            aText.replace( i, 2, "?" );
-        else if ( ( ucSign < ' ' && ucSign != '\n' && ucSign != '\t' ) || ucSign == 0x7F )
-            aText[i] = '?';
+        const auto ucNext = static_cast<unsigned char>( i + 1 < aText.size() ? aText[i + 1] : '\0' );
+        const bool fTwoBytes = ucSign == 0xC2 && ucNext >= 0x80 && ucNext < 0xA0;
+        const bool fControl = ( ucSign < ' ' && ucSign != '\n' && ucSign != '\t' ) || ucSign == 0x7F;
+        aOut += fTwoBytes || fControl ? '?' : aText[i];
+        i += fTwoBytes;
     }
-    return aText;
+    return aOut;
 }
 
 } // namespace
@@ -35,7 +36,7 @@ std::string TrimLines( LPCSTR pText )
 {
     std::string aText( pText );
     std::erase( aText, '\r' );
-    aText = WithoutControls( std::move( aText ) );
+    aText = WithoutControls( aText );
     const size_t uFirst = aText.find_first_not_of( LINE_ENDS );
     if ( uFirst == std::string::npos )
         return {};

@@ -14,8 +14,7 @@
 #include <QStackedWidget>
 #include <QStyle>
 #include <QVBoxLayout>
-#include <algorithm>
-#include <memory>
+#include <utility>
 
 namespace
 {
@@ -62,19 +61,19 @@ QString ToQt( const std::string& rText )
     return QString::fromUtf8( rText.data(), static_cast<qsizetype>( rText.size() ) );
 }
 
-void ShowModeless( const QtErrors& rErrors, HWND hParent )
+void ShowModeless( const std::shared_ptr<const QtErrors>& pErrors, HWND hParent )
 {
     QWidget* const pParent = QtHandles::Get().Find( reinterpret_cast<uintptr_t>( hParent ) ).pWidget;
-    auto* const pWindow = new QtErrorWindow( rErrors, pParent );
+    auto* const pWindow = new QtErrorWindow( pErrors, pParent );
     pWindow->setAttribute( Qt::WA_DeleteOnClose );
     pWindow->show();
 }
 
-void ShowModal( const QtErrors& rErrors, HWND hParent )
+void ShowModal( const std::shared_ptr<const QtErrors>& pErrors, HWND hParent )
 {
     QWidget* const pParent = QtHandles::Get().Find( reinterpret_cast<uintptr_t>( hParent ) ).pWidget;
     // Its parent may be destroyed, and take it along, while it waits.
-    const QPointer<QtErrorWindow> pWindow( new QtErrorWindow( rErrors, pParent ) );
+    const QPointer<QtErrorWindow> pWindow( new QtErrorWindow( pErrors, pParent ) );
     pWindow->exec();
     delete pWindow.data();
 }
@@ -87,7 +86,7 @@ DWORD ShowLater( std::shared_ptr<const QtErrors> pErrors, HWND hParent )
         return ERROR_CALL_NOT_IMPLEMENTED;
     const bool fQueued = QMetaObject::invokeMethod(
         pApplication,
-        [pErrors, hParent] { Guarded( [&]() -> DWORD { return ShowModeless( *pErrors, hParent ), 0; } ); },
+        [pErrors, hParent] { Guarded( [&]() -> DWORD { return ShowModeless( pErrors, hParent ), 0; } ); },
         Qt::QueuedConnection );
     return fQueued ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY;
 }
@@ -110,15 +109,17 @@ QtErrors::QtErrors( const WindowSystemError* pErrors, ULONG ulCount, const Windo
     }
 }
 
-QtErrorWindow::QtErrorWindow( const QtErrors& rErrors, QWidget* pParent )
+QtErrorWindow::QtErrorWindow( std::shared_ptr<const QtErrors> pErrors, QWidget* pParent )
     : QDialog( pParent ),
+      m_pErrors( std::move( pErrors ) ),
+      m_aPages( m_pErrors->aPages.size() ),
       m_pPosition( MakeLabel( {} ) ),
       m_pPages( new QStackedWidget ),
-      m_pPrevious( new QPushButton( rErrors.aLabels.aPrevious ) ),
-      m_pNext( new QPushButton( rErrors.aLabels.aNext ) )
+      m_pPrevious( new QPushButton( m_pErrors->aLabels.aPrevious ) ),
+      m_pNext( new QPushButton( m_pErrors->aLabels.aNext ) )
 {
     setObjectName( "BXErrorWindow" );
-    setWindowTitle( rErrors.aLabels.aTitle );
+    setWindowTitle( m_pErrors->aLabels.aTitle );
     auto* const pLayout = new QVBoxLayout( this );
     auto* const pHead = new QHBoxLayout;
     auto* const pIcon = new QLabel;
@@ -129,15 +130,14 @@ QtErrorWindow::QtErrorWindow( const QtErrors& rErrors, QWidget* pParent )
     pLayout->addLayout( pHead );
     pLayout->addWidget( m_pPages, 1 );
     pLayout->addWidget( pButtons );
-    for ( const QtErrors::Page& rPage : rErrors.aPages )
-        AddPage( rPage, rErrors.aLabels );
-    AddButtons( *pButtons, rErrors );
     TurnTo( 0 );
+    AddButtons( *pButtons );
     resize( WINDOW_SIZE );
 }
 
-void QtErrorWindow::AddPage( const QtErrors::Page& rPage, const QtErrors::Labels& rLabels )
+QWidget* QtErrorWindow::MakePage( const QtErrors::Page& rPage ) const
 {
+    const QtErrors::Labels& rLabels = m_pErrors->aLabels;
     auto* const pPage = new QWidget;
     auto* const pLayout = new QVBoxLayout( pPage );
     pLayout->setContentsMargins( 0, 0, 0, 0 );
@@ -153,21 +153,28 @@ void QtErrorWindow::AddPage( const QtErrors::Page& rPage, const QtErrors::Labels
         pHelp->setTextInteractionFlags( Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard );
         pLayout->addWidget( pHelp );
     }
-    m_pPages->addWidget( pPage );
-    m_aPositions.push_back( rPage.aPosition );
+    return pPage;
 }
 
-void QtErrorWindow::AddButtons( QDialogButtonBox& rBox, const QtErrors& rErrors )
+void QtErrorWindow::AddButtons( QDialogButtonBox& rBox )
 {
-    QPushButton* const pCopy = new QPushButton( rErrors.aLabels.aCopy );
-    QPushButton* const pClose = new QPushButton( rErrors.aLabels.aClose );
+    QPushButton* const pCopy = new QPushButton( m_pErrors->aLabels.aCopy );
+    QPushButton* const pClose = new QPushButton( m_pErrors->aLabels.aClose );
     rBox.addButton( m_pPrevious, QDialogButtonBox::ActionRole );
     rBox.addButton( m_pNext, QDialogButtonBox::ActionRole );
     rBox.addButton( pCopy, QDialogButtonBox::ActionRole );
     rBox.addButton( pClose, QDialogButtonBox::RejectRole );
-    const auto Copy = [aWhole = rErrors.aWhole] { QApplication::clipboard()->setText( aWhole ); };
-    const auto GoBack = [this] { TurnTo( m_pPages->currentIndex() - 1 ); };
-    const auto GoOn = [this] { TurnTo( m_pPages->currentIndex() + 1 ); };
+    const auto Copy = [this] { QApplication::clipboard()->setText( m_pErrors->aWhole ); };
+    const auto GoBack = [this]
+    {
+        if ( m_nShown > 0 )
+            TurnTo( m_nShown - 1 );
+    };
+    const auto GoOn = [this]
+    {
+        if ( m_nShown + 1 < m_aPages.size() )
+            TurnTo( m_nShown + 1 );
+    };
     connect( pCopy, &QPushButton::clicked, this, Copy );
     connect( pClose, &QPushButton::clicked, this, &QDialog::reject );
     connect( m_pPrevious, &QPushButton::clicked, this, GoBack );
@@ -180,20 +187,27 @@ void QtErrorWindow::AddButtons( QDialogButtonBox& rBox, const QtErrors& rErrors 
              } );
     connect( new QShortcut( Qt::ALT | Qt::Key_Left, this ), &QShortcut::activated, this, GoBack );
     connect( new QShortcut( Qt::ALT | Qt::Key_Right, this ), &QShortcut::activated, this, GoOn );
-    const bool fSeveral = rErrors.aPages.size() > 1;
+    const bool fSeveral = m_aPages.size() > 1;
     m_pPrevious->setVisible( fSeveral );
     m_pNext->setVisible( fSeveral );
     pClose->setDefault( true );
     pClose->setFocus();
 }
 
-void QtErrorWindow::TurnTo( int nPage )
+void QtErrorWindow::TurnTo( size_t nPage )
 {
-    const int nShown = std::clamp( nPage, 0, m_pPages->count() - 1 );
-    m_pPages->setCurrentIndex( nShown );
-    m_pPosition->setText( m_aPositions.at( static_cast<size_t>( nShown ) ) );
-    m_pPrevious->setEnabled( nShown > 0 );
-    m_pNext->setEnabled( nShown < m_pPages->count() - 1 );
+    const QtErrors::Page& rPage = m_pErrors->aPages.at( nPage );
+    QWidget*& rpWidget = m_aPages.at( nPage );
+    if ( rpWidget == nullptr )
+    {
+        rpWidget = MakePage( rPage );
+        m_pPages->addWidget( rpWidget );
+    }
+    m_nShown = nPage;
+    m_pPages->setCurrentWidget( rpWidget );
+    m_pPosition->setText( rPage.aPosition );
+    m_pPrevious->setEnabled( nPage > 0 );
+    m_pNext->setEnabled( nPage + 1 < m_aPages.size() );
 }
 
 DWORD ShowQtErrors( HWND hParent, BOOL fModeless, const WindowSystemError* pErrors, ULONG ulCount,
@@ -209,7 +223,7 @@ DWORD ShowQtErrors( HWND hParent, BOOL fModeless, const WindowSystemError* pErro
             const auto pShown = std::make_shared<const QtErrors>( pErrors, ulCount, *pLabels );
             if ( !IsWindowThread() )
                 return ShowLater( pShown, hParent );
-            ( fModeless ? ShowModeless : ShowModal )( *pShown, hParent );
+            ( fModeless ? ShowModeless : ShowModal )( pShown, hParent );
             return ERROR_SUCCESS;
         } );
 }

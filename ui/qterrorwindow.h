@@ -5,7 +5,7 @@
 
 #include <QDialog>
 #include <QString>
-#include <QStringList>
+#include <memory>
 #include <vector>
 
 class QDialogButtonBox;
@@ -46,14 +46,16 @@ struct QtErrors
 class QtErrorWindow : public QDialog
 {
 public:
-    QtErrorWindow( const QtErrors& rErrors, QWidget* pParent );
+    QtErrorWindow( std::shared_ptr<const QtErrors> pErrors, QWidget* pParent );
 
 private:
-    void AddPage( const QtErrors::Page& rPage, const QtErrors::Labels& rLabels );
-    void AddButtons( QDialogButtonBox& rBox, const QtErrors& rErrors );
-    void TurnTo( int nPage );
+    QWidget* MakePage( const QtErrors::Page& rPage ) const;
+    void AddButtons( QDialogButtonBox& rBox );
+    void TurnTo( size_t nPage );
 
-    std::vector<QString> m_aPositions;
+    const std::shared_ptr<const QtErrors> m_pErrors;
+    std::vector<QWidget*> m_aPages; // null until it is shown: there may be tens of thousands
+    size_t m_nShown = 0;
     QLabel* m_pPosition;
     QStackedWidget* m_pPages;
     QPushButton* m_pPrevious;

@@ -79,6 +79,8 @@ TEST_F( QtErrorDisplay, HasAPageForEachError )
     EXPECT_EQ( &aParent, Window()->parent() );
     EXPECT_FALSE( Window()->isModal() );
     EXPECT_EQ( FIRST, ShownText() );
+    EXPECT_EQ( 1, Window()->findChild<QStackedWidget*>()->count() )
+        << "the others are made when they are shown";
 
     EXPECT_TRUE( QTest::qWaitForWindowActive( Window() ) );
     QTest::keyClick( Window(), Qt::Key_Left, Qt::AltModifier );
