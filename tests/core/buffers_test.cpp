@@ -1,14 +1,19 @@
+// Text buffers and what is written into them: formatted texts, copies, escapes.
 #include "core/buffserver.h"
+#include "support/failnew.h"
 #include "support/recorder.h"
 #include "support/threads.h"
 
 #include <bxtools/buffers.h>
+#include <bxtools/mstring.h>
 
 #include <gtest/gtest.h>
 
 #include <cstdarg>
 #include <cstring>
 #include <string>
+#include <tuple>
+#include <utility>
 
 namespace
 {
@@ -38,13 +43,34 @@ LPCTSTR BuildLength( int nLength )
     return Build( "%*d", nLength, 7 );
 }
 
+// Both forms give the same.
+std::string Converted( const std::string& strText )
+{
+    std::string strInPlace( strText );
+    ReplaceAllBackSlashChars( strInPlace.data() );
+    strInPlace.resize( std::char_traits<char>::length( strInPlace.c_str() ) );
+    MString aString( strText.c_str() );
+    ReplaceAllBackSlashChars( aString );
+    EXPECT_EQ( strInPlace, static_cast<LPCTSTR>( aString ) );
+    return strInPlace;
+}
+
+// What a test does not look at was not to be reported.
+class TextBuffers : public ::testing::Test
+{
+protected:
+    void TearDown() override { EXPECT_TRUE( m_aDebug.Silent() ); }
+
+    DebugRecorder m_aDebug;
+};
+
 } // namespace
 
-TEST( TextBuffers, GrowWithAndWithoutTheirContents )
+TEST_F( TextBuffers, GrowWithAndWithoutTheirContents )
 {
-    DebugRecorder aRecorder;
-    ULONG uSize = 4;
-    LPTSTR pBuffer = MyTCHARFactory( uSize );
+    LPTSTR pBuffer = NULL;
+    ULONG uSize = 0;
+    EXPECT_TRUE( EpandTCHARBuffer( TRUE, &uSize, 4, 4, &pBuffer ) ) << "from nothing";
     std::memcpy( pBuffer, "abc", 4 );
     EXPECT_TRUE( EpandTCHARBuffer( TRUE, &uSize, 3, 7, &pBuffer ) );
     EXPECT_EQ( 7u, uSize );
@@ -52,61 +78,46 @@ TEST( TextBuffers, GrowWithAndWithoutTheirContents )
     EXPECT_TRUE( EpandTCHARBuffer( FALSE, &uSize, 31737, 32000, &pBuffer ) );
     EXPECT_EQ( 31744u, uSize );
     std::memset( pBuffer, 'x', uSize );
-    EXPECT_TRUE( aRecorder.Silent() );
 
     const LPTSTR pBefore = pBuffer;
-    EXPECT_FALSE( EpandTCHARBuffer( FALSE, &uSize, 1024, 32000, &pBuffer ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( EXPAND, TOO_LARGE ) );
-    EXPECT_FALSE( EpandTCHARBuffer( TRUE, &uSize, 0xFFFFFFFF, 0xFFFFFFFF, &pBuffer ) ) << "beyond 32 bits";
-    EXPECT_TRUE( aRecorder.OnlyReport( EXPAND, TOO_LARGE ) );
+    for ( const auto& [uExpand, uLimit] : { std::pair( 1024u, 32000u ), std::pair( ~0u, ~0u ) } )
+    {
+        EXPECT_FALSE( EpandTCHARBuffer( TRUE, &uSize, uExpand, uLimit, &pBuffer ) );
+        EXPECT_TRUE( m_aDebug.OnlyReport( EXPAND, TOO_LARGE ) );
+    }
     EXPECT_EQ( pBefore, pBuffer );
     EXPECT_EQ( 31744u, uSize );
-    EXPECT_TRUE( MyTCHARDeleter( pBuffer ) );
-
-    pBuffer = NULL;
-    uSize = 0;
-    EXPECT_TRUE( EpandTCHARBuffer( TRUE, &uSize, 10, 10, &pBuffer ) ) << "from nothing";
-    EXPECT_TRUE( MyTCHARDeleter( pBuffer ) );
-    EXPECT_TRUE( MyTCHARDeleter( NULL ) );
-    EXPECT_TRUE( aRecorder.Silent() );
     EXPECT_FALSE( EpandTCHARBuffer( TRUE, NULL, 1, 1, &pBuffer ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( EXPAND, " Error: puBufferSize == NULL || ppBuffer == NULL" ) );
+    EXPECT_TRUE( m_aDebug.OnlyReport( EXPAND, " Error: puBufferSize == NULL || ppBuffer == NULL" ) );
+    EXPECT_TRUE( MyTCHARDeleter( pBuffer ) && MyTCHARDeleter( NULL ) );
 }
 
-TEST( SafeCopy, CutsTerminatesAndSaysSo )
+TEST_F( TextBuffers, SafeCopyCutsTerminatesAndSaysSo )
 {
     constexpr char CUT[] = " Warning: lLenSource > ( lDestSize - 1 ) -> destination buffer is too small";
     constexpr char NOTHING_GIVEN[] = " Error: pDest == NULL || pSource == NULL";
-    struct Case
-    {
-        LPCTSTR pSource;
-        LONG lSize;
-        LPCTSTR pCopied;
-        LPCTSTR pReport; // NULL: none
-    };
-    DebugRecorder aRecorder;
+    // What is copied to how many characters, what then stands there, and the report; NULL: none.
+    using Case = std::tuple<LPCTSTR, LONG, LPCTSTR, LPCTSTR>;
     char szDest[8];
-    for ( const Case& rCase :
+    for ( const auto& [pSource, lSize, pCopied, pReport] :
           { Case{ "abcdefg", 8, "abcdefg", NULL }, Case{ "", 1, "", NULL },
             Case{ "abcdefgh", 8, "abcdefg", CUT }, Case{ "x", 1, "", CUT },
             Case{ "x", 0, "#", " Error: lDestSize <= 0" }, Case{ NULL, 5, "#", NOTHING_GIVEN } } )
     {
         std::strcpy( szDest, "#" );
-        EXPECT_EQ( rCase.pReport == NULL, SafeCopy( szDest, rCase.pSource, rCase.lSize ) != FALSE );
-        EXPECT_STREQ( rCase.pCopied, szDest );
-        EXPECT_TRUE( rCase.pReport == NULL ? aRecorder.Silent()
-                                           : aRecorder.OnlyReport( SAFE_COPY, rCase.pReport ) );
+        EXPECT_EQ( pReport == NULL, SafeCopy( szDest, pSource, lSize ) != FALSE );
+        EXPECT_STREQ( pCopied, szDest );
+        EXPECT_TRUE( pReport == NULL ? m_aDebug.Silent() : m_aDebug.OnlyReport( SAFE_COPY, pReport ) );
     }
     EXPECT_FALSE( SafeCopy( NULL, "x", 5 ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( SAFE_COPY, NOTHING_GIVEN ) );
+    EXPECT_TRUE( m_aDebug.OnlyReport( SAFE_COPY, NOTHING_GIVEN ) );
     EXPECT_TRUE( SafeCopy( szDest, std::string( 65536 + 3, 'y' ).c_str(), 8 ) )
         << "the length counts modulo 65,536";
     EXPECT_STREQ( "yyy", szDest );
 }
 
-TEST( BuildStr, FormatsIntoTheThreadsBuffer )
+TEST_F( TextBuffers, FormatGoesIntoTheThreadsBuffer )
 {
-    DebugRecorder aRecorder;
     const LPCTSTR pText = Build( "%s|%lu|%-4hd|%08.3f|%lld|%zu", "text", 4294967295ul,
                                  static_cast<short>( -7 ), 2.5, -5000000000LL, static_cast<size_t>( 9 ) );
     EXPECT_STREQ( "text|4294967295|-7  |0002.500|-5000000000|9", pText );
@@ -114,49 +125,42 @@ TEST( BuildStr, FormatsIntoTheThreadsBuffer )
     EXPECT_STREQ( "1", pText );
     OnOtherThread( [&] { EXPECT_NE( pText, Build( "%d", 2 ) ); } );
     EXPECT_STREQ( "1", pText );
-    EXPECT_TRUE( aRecorder.Silent() );
-
     EXPECT_STREQ( "", Build( "%s", "" ) );
     EXPECT_EQ( NULL, Build( NULL ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( BUILD, " Error: argptr == NULL || pFormat == NULL" ) );
+    EXPECT_TRUE( m_aDebug.OnlyReport( BUILD, " Error: argptr == NULL || pFormat == NULL" ) );
     EXPECT_EQ( NULL, Build( "" ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( BUILD, " Error: STRLEN( pFormat ) == 0" ) );
+    EXPECT_TRUE( m_aDebug.OnlyReport( BUILD, " Error: STRLEN( pFormat ) == 0" ) );
 }
 
-// Each on a thread of its own, whose scratch buffers are fresh.
-TEST( BuildStr, GrowsInStepsAndKeepsWhatItReached )
+TEST_F( TextBuffers, FormatGrowsInStepsAndKeepsWhatItReached )
 {
     const auto Grow = []
     {
-        DebugRecorder aRecorder;
         BUFFServer& rServer = *GetBUFFServer();
-        const std::pair<int, ULONG> aSteps[] = { { 1022, 1024 },
-                                                 { 1023, 2048 } /* one less counts as not fitting */,
-                                                 { 3000, 3072 } };
-        for ( const auto& [nLength, ulSize] : aSteps )
+        // One character less than the buffer holds counts as not fitting.
+        for ( const auto& [nLength, ulSize] :
+              { std::pair( 1022, 1024u ), std::pair( 1023, 2048u ), std::pair( 3000, 3072u ) } )
         {
             EXPECT_EQ( size_t( nLength ), std::strlen( BuildLength( nLength ) ) );
             EXPECT_EQ( ulSize, rServer.GetTextBufferSize( OBJTYPE_BUF_FUNC_VSNPRINTF ) );
         }
         EXPECT_EQ( BuildLength( 3000 ), rServer.GetTextBuffer( OBJTYPE_BUF_FUNC_VSNPRINTF ) );
         EXPECT_EQ( 1024u, rServer.GetTextBufferSize( 2 ) ) << "each function id has a buffer of its own";
-        EXPECT_TRUE( aRecorder.Silent() );
     };
+    // A thread of its own has fresh buffers.
     OnOtherThread( Grow );
 }
 
-TEST( BuildStr, GivesUpAfterTwentyAttempts )
+TEST_F( TextBuffers, FormatGivesUpAfterTwentyAttempts )
 {
     OnOtherThread( [] { EXPECT_EQ( 20478u, std::strlen( BuildLength( 20478 ) ) ); } );
-    const auto GiveUp = []
+    const auto GiveUp = [&]
     {
-        DebugRecorder aRecorder;
         EXPECT_EQ( NULL, BuildLength( 20479 ) );
-        EXPECT_TRUE( aRecorder.OnlyReport( BUILD, " Error: ++i >= MAX_ATTEMPT" ) );
+        EXPECT_TRUE( m_aDebug.OnlyReport( BUILD, " Error: ++i >= MAX_ATTEMPT" ) );
         EXPECT_EQ( 20479u, std::strlen( BuildLength( 20479 ) ) ) << "a buffer that has grown reaches further";
-        EXPECT_TRUE( aRecorder.Silent() );
         EXPECT_EQ( NULL, BuildLength( 40000 ) );
-        EXPECT_TRUE( aRecorder.OnlyReports(
+        EXPECT_TRUE( m_aDebug.OnlyReports(
             { { EXPAND, TOO_LARGE },
               { OBJECT_EXPAND, " Error: !EpandTCHARBuffer(...) failed" },
               { BUILD,
@@ -165,9 +169,8 @@ TEST( BuildStr, GivesUpAfterTwentyAttempts )
     OnOtherThread( GiveUp );
 }
 
-TEST( BufferObject, GrowsByOneStepAndCutsTheTextToIt )
+TEST_F( TextBuffers, BufferObjectGrowsByOneStepAndCutsTheTextToIt )
 {
-    DebugRecorder aRecorder;
     HookRecorder aHooks;
     BUFFServer aServer;
     internalBufferObj& rBuffer = *aServer.GetObject( 7 );
@@ -191,26 +194,107 @@ TEST( BufferObject, GrowsByOneStepAndCutsTheTextToIt )
     EXPECT_TRUE( aHooks.OnlyReport( ASSIGN, " Warning: m_pDbgTextBuffer == pData" ) );
     while ( rBuffer.GetTextBufferSize() < 31744 )
         ASSERT_TRUE( rBuffer.EpandBuffer( TRUE ) );
-    EXPECT_TRUE( aRecorder.Silent() );
     rBuffer.BufferObj::operator=( std::string( 40000, 'x' ).c_str() );
     EXPECT_TRUE(
         aHooks.OnlyReports( { { OBJECT_EXPAND, " Error: !EpandTCHARBuffer(...) failed" },
                               { "From BOOL BufferObj::SetNewBufferSize( ULONG uNewSize, BOOL fWithCopy )",
                                 " Error: !EpandBuffer( fWithCopy )" },
                               { ASSIGN, " Error: !SetNewBufferSize( uNewSize + 1, FALSE )" } } ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( EXPAND, TOO_LARGE ) );
+    EXPECT_TRUE( m_aDebug.OnlyReport( EXPAND, TOO_LARGE ) );
     EXPECT_STREQ( "short", aServer.GetTextBuffer( 7 ) );
 }
 
-TEST( BufferObject, CopyingIsNotWritten )
+TEST_F( TextBuffers, BufferObjectIsNotCopied )
 {
-    DebugRecorder aRecorder;
     const BufferObj aOriginal;
     BufferObj aCopy( aOriginal );
     EXPECT_EQ(
         "BXTOOLS.DLL -> BufferObj( const BufferObj& aCopyConstObj ) -> !!!!!!!!!!! THIS FUNCTION NEEDS SOME "
         "CODING !!!!!!!!!!!\r\n",
-        aRecorder.Take() );
+        m_aDebug.Take() );
     EXPECT_TRUE( aCopy.EpandBuffer( TRUE ) ) << "it has no buffer, and can get one";
     EXPECT_EQ( 1024u, aCopy.GetTextBufferSize() );
+}
+
+TEST_F( TextBuffers, EscapesBecomeTheirCharacters )
+{
+    for ( const auto& [strText, strExpected] : std::initializer_list<std::pair<std::string, std::string>>{
+              { "a\\tb", "a\tb" },
+              { "\\a\\b\\f\\n\\r\\t\\v", "\a\b\f\n\r\t\v" },
+              { "\\A\\N\\T", "\a\n\t" },
+              { "one\\0two", "one" },
+              { "", "" },
+              { "%zx\\ty%Z", "x\\ty" },
+              { "%z%z\\t", "\t" },
+              { "\\t%z\\t%z\\t", "\t\\t\t" },
+              { "50%", "50" },
+              { "50% x%y", "50% x%y" },
+              { "path\\", "path" },
+              { "%zpath\\", "path" },
+              { "\\", "\\" },
+              { "%z", "%z" },
+              { "%z%z", "%z%z" },
+              { "%", "%" },
+          } )
+        EXPECT_EQ( strExpected, Converted( strText ) ) << strText;
+}
+
+TEST_F( TextBuffers, UnknownEscapesAreReportedAndStay )
+{
+    constexpr char HEADER[] = "From static BOOL GetValidSign( TCHAR& cSign )";
+    char szText[] = "\\Q\\\\n\\\xE4";
+    ReplaceAllBackSlashChars( szText );
+    EXPECT_STREQ( "\\Q\\\n\\\xE4", szText );
+    EXPECT_TRUE( m_aDebug.OnlyReports( { { HEADER, "LocalSign = Q not supported" },
+                                         { HEADER, "LocalSign = \\ not supported" },
+                                         { HEADER, "LocalSign = \xE4 not supported" } } ) );
+    ReplaceAllBackSlashChars( static_cast<LPTSTR>( NULL ) );
+    EXPECT_TRUE( m_aDebug.OnlyReport( "From ReplaceAllBackSlashChars(...)", " Error: pszStr == NULL" ) );
+}
+
+TEST( OutOfMemory, TextBuffersReportAndStayConsistent )
+{
+    DebugRecorder aRecorder;
+    for ( const BOOL fWithCopy : { TRUE, FALSE } )
+    {
+        const auto Expand = [&]( NewFault& rFault )
+        {
+            ULONG uSize = 4;
+            LPTSTR pBuffer = MyTCHARFactory( uSize );
+            std::memcpy( pBuffer, "abc", 4 );
+            const BOOL fDone =
+                rFault.During( [&] { return EpandTCHARBuffer( fWithCopy, &uSize, 4, 8, &pBuffer ); } );
+            EXPECT_NE( rFault.Hit(), fDone != FALSE );
+            EXPECT_EQ( fDone ? 8u : fWithCopy ? 4u : 0u, uSize );
+            EXPECT_EQ( !fDone && !fWithCopy, pBuffer == NULL );
+            MyTCHARDeleter( pBuffer );
+        };
+        EXPECT_EQ( 1u, ForEachFailingNew( Expand ) );
+    }
+    EXPECT_TRUE( aRecorder.Take().starts_with(
+        "BXTOOLS.DLL -> From DLL_EXPORT_MOD LPTSTR DLL_EXPORT MyTCHARFactory( ULONG ulSize )\r\n"
+        " Error: pRet = aFactory.CreateVector( usSize ) failed -> memory exception\r\n" ) );
+}
+
+TEST( OutOfMemory, AThreadThatRanOutFormatsAgainWhenThereIsMemory )
+{
+    DebugRecorder aRecorder;
+    unsigned long ulFailures = 0;
+    // Each time a new thread, which has no buffers yet. What it makes for itself first may be tried twice, so that a
+    // failed allocation need not fail the call.
+    const auto FormatOnce = [&]( NewFault& rFault )
+    {
+        const LPCTSTR pText = rFault.During( [] { return BuildLength( 5000 ); } );
+        EXPECT_TRUE( rFault.Hit() ? pText != NULL || !aRecorder.Take().empty()
+                                  : pText != NULL && aRecorder.Silent() );
+        ulFailures += pText == NULL;
+        BuildLength( 1 );
+        EXPECT_STREQ( "7", BuildLength( 1 ) );
+        const unsigned long ulBefore = NewCount();
+        BuildLength( 900 );
+        EXPECT_EQ( ulBefore, NewCount() ) << "nothing is allocated in the steady state";
+        aRecorder.Take();
+    };
+    ForEachFailingNew( [&]( NewFault& rFault ) { OnOtherThread( [&] { FormatOnce( rFault ); } ); } );
+    EXPECT_GE( ulFailures, 5u );
 }

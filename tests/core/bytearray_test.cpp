@@ -1,3 +1,6 @@
+#include "support/failnew.h"
+#include "support/recorder.h"
+
 #include <bxtools/bytearray.h>
 
 #include <gtest/gtest.h>
@@ -44,9 +47,8 @@ std::vector<int> MovesUpTo( MByteArray& aBytes, int nSize )
 TEST( ByteArray, GrowsByAnEighthOfItsSizeButFourAtLeast )
 {
     MByteArray aBytes;
-    const std::vector<int> anExpected = { 1,  2,  6,  10, 14, 18, 22, 26, 30, 34,
-                                          38, 42, 47, 52, 58, 65, 73, 82, 92 };
-    EXPECT_EQ( anExpected, MovesUpTo( aBytes, 100 ) );
+    EXPECT_EQ( ( std::vector{ 1, 2, 6, 10, 14, 18, 22, 26, 30, 34, 38, 42, 47, 52, 58, 65, 73, 82, 92 } ),
+               MovesUpTo( aBytes, 100 ) );
     MByteArray aStepped;
     aStepped.SetSize( 1, 50 );
     EXPECT_EQ( ( std::vector<int>{ 2, 52 } ), MovesUpTo( aStepped, 100 ) );
@@ -136,4 +138,41 @@ TEST( ByteArray, CopiesShareTheBufferUntilOneGrowsOutOfIt )
     aFirst = *&aFirst;
     aSecond.RemoveAll();
     EXPECT_EQ( 'x', aFirst.GetAt( 0 ) );
+}
+
+TEST( OutOfMemory, ByteArraysStayAsTheyWereAndCopiesAreEmpty )
+{
+    static const MByteArray aOther = Bytes( std::string( 100, 'o' ) );
+    const Report aNotGrown( "From void MByteArray::SetSize( int nNewSize, int nGrowBy )",
+                            " Error: pNewData = new BYTE[nNewMaxSize] failed" );
+    const Report aNotCut( "From void MByteArray::FreeExtra()",
+                          " Error: pNewData = new BYTE[m_nSize] failed" );
+    const Report aNotShared( "From MByteArray::MByteArray( const MByteArray& aByteArray )",
+                             " Error: m_pShare = new ByteArrayShare() failed" );
+    const std::pair<Report, void ( * )( MByteArray& )> aChanges[] = {
+        { aNotGrown, []( MByteArray& rBytes ) { rBytes.InsertAt( 0, 'x', 1000 ); } },
+        { aNotGrown, []( MByteArray& rBytes ) { rBytes.InsertAt( 0, &aOther ); } },
+        { aNotGrown, []( MByteArray& rBytes ) { rBytes.Append( aOther ); } },
+        { aNotGrown, []( MByteArray& rBytes ) { rBytes.Copy( aOther ); } },
+        { aNotCut, []( MByteArray& rBytes ) { rBytes.FreeExtra(); } },
+    };
+    DebugRecorder aRecorder;
+    for ( const auto& rChange : aChanges )
+    {
+        const auto ChangeOnce = [&]( NewFault& rFault )
+        {
+            MByteArray aBytes = Bytes( "abc" );
+            rFault.Arm();
+            rChange.second( aBytes );
+            rFault.Disarm();
+            EXPECT_TRUE( rFault.Hit() ? aRecorder.OnlyReports( { rChange.first } ) : aRecorder.Silent() );
+            EXPECT_TRUE( !rFault.Hit() || Text( aBytes ) == "abc" );
+        };
+        EXPECT_LE( 1u, ForEachFailingNew( ChangeOnce ) );
+    }
+    MByteArray aFull = Bytes( "a" );
+    EXPECT_EQ( -1, NewFault( 1 ).During( [&] { return aFull.Add( 'b' ); } ) );
+    EXPECT_EQ( 0, NewFault( 1 ).During( [&] { return MByteArray( aFull ).GetSize(); } ) );
+    EXPECT_TRUE( aRecorder.OnlyReports( { aNotGrown, aNotShared } ) );
+    EXPECT_EQ( "a", Text( aFull ) );
 }

@@ -21,156 +21,134 @@ public:
 
     LPCTSTR Header() const { return m_pHeader; }
     LPCTSTR Out() const { return m_pOut; }
+};
 
-    template <class Body>
-    auto Call( Body aBody )
+class Hooks : public ::testing::Test
+{
+protected:
+    void TearDown() override
     {
-        CallReport aReport( *this, HEADER );
-        return aBody( aReport );
+        EXPECT_TRUE( m_aHooks.Silent() );
+        EXPECT_TRUE( m_aDebug.Silent() );
     }
-    void CallConst() const { CallReport( *this, HEADER ); }
+
+    HookRecorder m_aHooks;
+    DebugRecorder m_aDebug;
+    Probe m_aProbe{ &HookRecorder::Debug, NULL };
 };
 
 } // namespace
 
-TEST( Hooks, DebugPutsTheStoredTextsInWhereThereIsADebugHook )
+TEST_F( Hooks, DebugPutsTheStoredTextsInWhereThereIsADebugHook )
 {
-    HookRecorder aHooks;
-    Probe aProbe( &HookRecorder::Debug, NULL );
-    aProbe.SetHeader( "h" );
-    aProbe.SetOut( "o" );
-    aProbe.Debug( NULL, NULL, FALSE );
-    EXPECT_TRUE( aHooks.OnlyReport( "h", "o" ) );
-    aProbe.Debug( "H", "O", FALSE );
-    EXPECT_TRUE( aHooks.OnlyReport( "H", "O" ) );
+    m_aProbe.SetHeader( "h" );
+    m_aProbe.SetOut( "o" );
+    m_aProbe.Debug( NULL, NULL, FALSE );
+    m_aProbe.Debug( "H", "O", FALSE );
+    EXPECT_TRUE( m_aHooks.OnlyReports( { { "h", "o" }, { "H", "O" } } ) );
 
-    aProbe.SetLogFunc( &HookRecorder::Log );
-    aProbe.Debug( NULL, "O", TRUE );
-    EXPECT_EQ( ( std::vector<std::string>{ "%s\r\n%s\r\n|h|O" } ), aHooks.TakeLogLines() );
-    EXPECT_EQ( 1u, aHooks.TakeReports().size() );
+    m_aProbe.SetLogFunc( &HookRecorder::Log );
+    m_aProbe.Debug( NULL, "O", TRUE );
+    EXPECT_EQ( ( std::vector<std::string>{ "%s\r\n%s\r\n|h|O" } ), m_aHooks.TakeLogLines() );
+    EXPECT_EQ( 1u, m_aHooks.TakeReports().size() );
 
-    aProbe.SetDbgFunc( NULL );
-    aProbe.Debug( NULL, "O", TRUE );
-    EXPECT_EQ( ( std::vector<std::string>{ "%s\r\n%s\r\n|(null)|O" } ), aHooks.TakeLogLines() );
-    aProbe.Debug( "H", "O", FALSE );
-    EXPECT_TRUE( aHooks.Silent() );
+    m_aProbe.SetDbgFunc( NULL );
+    m_aProbe.Debug( NULL, "O", TRUE );
+    EXPECT_EQ( ( std::vector<std::string>{ "%s\r\n%s\r\n|(null)|O" } ), m_aHooks.TakeLogLines() );
+    m_aProbe.Debug( "H", "O", FALSE );
+    EXPECT_TRUE( m_aHooks.Silent() );
 
-    aProbe.OnInit( &HookRecorder::Debug, NULL );
-    EXPECT_EQ( NULL, aProbe.Header() );
-    EXPECT_STREQ( "Nothing", aProbe.Out() );
+    m_aProbe.OnInit( &HookRecorder::Debug, NULL );
+    EXPECT_EQ( NULL, m_aProbe.Header() );
+    EXPECT_STREQ( "Nothing", m_aProbe.Out() );
 }
 
-TEST( Hooks, OnlyTheSecondBaseHasAHookOfItsOwn )
+TEST_F( Hooks, OnlyTheSecondBaseHasAHookOfItsOwn )
 {
-    struct Second : BaseObject2
-    {
-        using BaseObject2::BaseObject2;
-        void Fail() { CallReport( *this, HEADER ).Fail( " Error: x" ); }
-    };
-    DebugRecorder aRecorder;
-    Probe( NULL, NULL ).Call( []( CallReport& aReport ) { return aReport.Fail( " Error: x" ); } );
-    EXPECT_TRUE( aRecorder.Silent() );
-    Second().Fail();
-    EXPECT_TRUE( aRecorder.OnlyReport( HEADER, " Error: x" ) );
-    Second aSecond( NULL, NULL );
+    const auto Fail = []( HookFields& rObject ) { CallReport( rObject, HEADER ).Fail( " Error: x" ); };
+    Probe aWithout( NULL, NULL );
+    Fail( aWithout );
+    EXPECT_TRUE( m_aDebug.Silent() );
+    BaseObject2 aSecond;
+    Fail( aSecond );
     aSecond.SetFuncPtr( NULL, NULL );
-    aSecond.Fail();
-    EXPECT_TRUE( aRecorder.OnlyReport( HEADER, " Error: x" ) );
-
-    HookRecorder aHooks;
+    Fail( aSecond );
+    EXPECT_TRUE( m_aDebug.OnlyReports( { { HEADER, " Error: x" }, { HEADER, " Error: x" } } ) );
     aSecond.SetFuncPtr( &HookRecorder::Debug, NULL );
-    Second( aSecond ).Fail();
-    EXPECT_TRUE( aHooks.OnlyReport( HEADER, " Error: x" ) ) << "copies take the hooks along";
+    BaseObject2 aCopy( aSecond );
+    Fail( aCopy );
+    EXPECT_TRUE( m_aHooks.OnlyReport( HEADER, " Error: x" ) ) << "copies take the hooks along";
 }
 
-TEST( Hooks, ToDoMessageIsCutToItsLengthModulo65536 )
+TEST_F( Hooks, ToDoMessageIsCutToItsLengthModulo65536 )
 {
-    HookRecorder aHooks;
-    Probe aProbe( &HookRecorder::Debug, NULL );
-    aProbe.SetHeader( "h" );
-    aProbe.ToDoMessage( "Init" );
-    EXPECT_TRUE( aHooks.OnlyReport( "h", std::string( "Init" ) + TODO_END ) );
-    aProbe.ToDoMessage( NULL );
-    EXPECT_TRUE( aHooks.OnlyReport( "h", TODO_END ) );
+    m_aProbe.SetHeader( "h" );
     const std::string strLong( 65536 + 10, 'x' );
-    aProbe.ToDoMessage( strLong.c_str() );
-    EXPECT_TRUE( aHooks.OnlyReport( "h", std::string( 10 + sizeof( TODO_END ) - 1, 'x' ) ) );
+    for ( const LPCTSTR pText : { LPCTSTR( "Init" ), LPCTSTR( NULL ), strLong.c_str() } )
+        m_aProbe.ToDoMessage( pText );
+    EXPECT_TRUE( m_aHooks.OnlyReports( { { "h", std::string( "Init" ) + TODO_END },
+                                         { "h", TODO_END },
+                                         { "h", std::string( 10 + sizeof( TODO_END ) - 1, 'x' ) } } ) );
     Probe( NULL, NULL ).ToDoMessage( "Init" );
-    EXPECT_TRUE( aHooks.Silent() );
 }
 
-TEST( Hooks, NoDbgFuncMessageReachesTheUserWithoutADisplay )
+TEST_F( Hooks, NoDbgFuncMessageReachesTheUserWithoutADisplay )
 {
-    DebugRecorder aRecorder;
     testing::internal::CaptureStderr();
     Probe( NULL, NULL ).NoDbgFuncMessage( "Init" );
     const std::string strShown = testing::internal::GetCapturedStderr();
     EXPECT_NE( std::string::npos, strShown.find( "Error" ) );
     EXPECT_NE( std::string::npos,
                strShown.find( "Init -> !!!!!!!!!!! THIS OBJECT HAS NO DEBUG FUNCTION !!!!!!!!!!!" ) );
-    EXPECT_TRUE( aRecorder.Silent() );
 }
 
-TEST( Reports, AFailedCallReportsOnceAndASuccessfulOneNever )
+TEST_F( Hooks, AFailedCallReportsOnceAndASuccessfulOneNever )
 {
-    HookRecorder aHooks;
-    Probe aProbe( &HookRecorder::Debug, NULL );
-    EXPECT_FALSE( aProbe.Call(
-        []( CallReport& rReport )
-        {
-            rReport.Warn( " Warning: w" );
-            rReport.Tail( "a warning gives way" ).Fail( " Error: first" );
-            return rReport.Fail( " Error: second" );
-        } ) );
-    EXPECT_TRUE( aHooks.OnlyReport( HEADER, " Error: first" ) );
-    EXPECT_STREQ( HEADER, aProbe.Header() );
-    EXPECT_STREQ( " Error: first", aProbe.Out() );
-    aProbe.CallConst();
-    EXPECT_STREQ( " Error: first", aProbe.Out() ) << "a const call that succeeds writes nothing";
-    EXPECT_TRUE( aProbe.Call( []( CallReport& ) { return TRUE; } ) );
-    EXPECT_STREQ( "Nothing", aProbe.Out() );
-    EXPECT_TRUE( aHooks.Silent() );
-    EXPECT_TRUE( aProbe.Call( []( CallReport& rReport ) { return rReport.Warn( " Warning: w" ); } ) );
-    EXPECT_TRUE( aHooks.OnlyReport( HEADER, " Warning: w" ) );
-
-    aProbe.Call(
-        []( CallReport& rReport )
-        {
-            rReport.Fail( " Error: e" );
-            rReport.Tail( ", a = " ).Tail( -5 ).Tail( ", b = " ).Tail( 4294967295u ).ReportNow();
-            rReport.Fail( " Error: dropped" );
-            rReport.Drop();
-            return rReport.Fail( " Error: f" );
-        } );
-    EXPECT_TRUE(
-        aHooks.OnlyReports( { { HEADER, " Error: e, a = -5, b = 4294967295" }, { HEADER, " Error: f" } } ) );
-    EXPECT_STREQ( " Error: f", aProbe.Out() );
-}
-
-TEST( Reports, AnExceptionIsAFailureLikeAnyOther )
-{
-    HookRecorder aHooks;
-    Probe aProbe( &HookRecorder::Debug, NULL );
-    const auto Throw = []( CallReport& rReport )
     {
-        return rReport.Guard( -1, " Error: own",
-                              [&]() -> int
-                              {
-                                  rReport.Fail( " Error: on the way" );
-                                  throw std::bad_alloc();
-                              } );
-    };
-    EXPECT_EQ( -1, aProbe.Call( Throw ) );
-    EXPECT_TRUE( aHooks.OnlyReport( HEADER, " Error: own" ) );
-    EXPECT_FALSE(
-        aProbe.Call( []( CallReport& rReport ) { return rReport.Guard( []() -> BOOL { throw 5; } ); } ) );
-    EXPECT_TRUE( aHooks.OnlyReport( HEADER, "Severe error occurred executing this function" ) );
+        CallReport aReport( m_aProbe, HEADER );
+        aReport.Warn( " Warning: w" );
+        aReport.Tail( "a warning gives way" ).Fail( " Error: first" );
+        EXPECT_FALSE( aReport.Fail( " Error: second" ) );
+    }
+    EXPECT_TRUE( m_aHooks.OnlyReport( HEADER, " Error: first" ) );
+    EXPECT_STREQ( HEADER, m_aProbe.Header() );
+    EXPECT_STREQ( " Error: first", m_aProbe.Out() );
+    CallReport( std::as_const( m_aProbe ), HEADER );
+    EXPECT_STREQ( " Error: first", m_aProbe.Out() ) << "a const call that succeeds writes nothing";
+    CallReport( m_aProbe, HEADER );
+    EXPECT_STREQ( "Nothing", m_aProbe.Out() );
+    EXPECT_TRUE( m_aHooks.Silent() );
+    EXPECT_TRUE( CallReport( m_aProbe, HEADER ).Warn( " Warning: w" ) );
+    EXPECT_TRUE( m_aHooks.OnlyReport( HEADER, " Warning: w" ) );
+    {
+        CallReport aReport( m_aProbe, HEADER );
+        aReport.Fail( " Error: e" );
+        aReport.Tail( ", a = " ).Tail( -5 ).Tail( ", b = " ).Tail( 4294967295u ).ReportNow();
+        aReport.Fail( " Error: dropped" );
+        aReport.Drop();
+        aReport.Fail( " Error: f" );
+    }
+    EXPECT_TRUE( m_aHooks.OnlyReports(
+        { { HEADER, " Error: e, a = -5, b = 4294967295" }, { HEADER, " Error: f" } } ) );
+    EXPECT_STREQ( " Error: f", m_aProbe.Out() );
 }
 
-TEST( Reports, TheLastErrorSurvivesTheHook )
+TEST_F( Hooks, AnExceptionIsAFailureLikeAnyOther )
 {
-    Probe aProbe( []( LPCTSTR, LPCTSTR ) { SetLastError( 99 ); }, NULL );
+    {
+        CallReport aReport( m_aProbe, HEADER );
+        aReport.Fail( " Error: on the way" );
+        EXPECT_EQ( -1, aReport.Guard( -1, " Error: own", []() -> int { throw std::bad_alloc(); } ) );
+    }
+    EXPECT_FALSE( CallReport( m_aProbe, HEADER ).Guard( []() -> BOOL { throw 5; } ) );
+    EXPECT_TRUE( m_aHooks.OnlyReports(
+        { { HEADER, " Error: own" }, { HEADER, "Severe error occurred executing this function" } } ) );
+}
+
+TEST_F( Hooks, TheLastErrorSurvivesTheHook )
+{
+    m_aProbe.SetDbgFunc( []( LPCTSTR, LPCTSTR ) { SetLastError( 99 ); } );
     SetLastError( 5 );
-    aProbe.Call( []( CallReport& aReport ) { return aReport.Fail( " Error: e" ); } );
+    CallReport( m_aProbe, HEADER ).Fail( " Error: e" );
     EXPECT_EQ( 5u, GetLastError() );
 }

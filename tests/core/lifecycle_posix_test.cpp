@@ -3,58 +3,42 @@
 #include "core/dllglobals.h"
 #include "core/servedobjects.h"
 #include "support/failnew.h"
-#include "support/recorder.h"
+#include "support/forked.h"
 #include "support/secondprocess.h"
 #include "support/threads.h"
-
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdlib>
 #include <pthread.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-namespace
-{
-
-constexpr int CHILD_DONE = 5;
-
-// The child of a fork has the forking thread's objects, makes new ones, and ends in the ordinary way.
-int UseLibraryInChild( LPVOID pPlain )
-{
-    if ( GetThreadSpecialObject( &CreatePlain, &DeletePlain ) != pPlain )
-        return 1;
-    if ( GetThreadSpecialObject( &CreateOtherPlain, &DeletePlain ) == NULL )
-        return 2;
-    if ( !aGlobalDllObject.OnThreadDETACH() )
-        return 3;
-    return GetThreadSpecialObject( &CreateOtherPlain, &DeletePlain ) != NULL ? CHILD_DONE : 4;
-}
-
-} // namespace
-
+// The children of the fork have the forking thread's objects, make new ones, and end in the ordinary way.
 BX_ROLE( fork_among_threads )
 {
     const LPVOID pPlain = GetThreadSpecialObject( &CreatePlain, &DeletePlain );
     StartEndlessCallers( 3 );
+    bool fEndLibrary = false;
+    const auto UseLibrary = [&]
+    {
+        const bool fUsable = GetThreadSpecialObject( &CreatePlain, &DeletePlain ) == pPlain &&
+                             GetThreadSpecialObject( &CreateOtherPlain, &DeletePlain ) != NULL &&
+                             aGlobalDllObject.OnThreadDETACH() &&
+                             GetThreadSpecialObject( &CreateOtherPlain, &DeletePlain ) != NULL;
+        if ( fEndLibrary )
+            std::exit( fUsable ? 0 : 1 );
+        return fUsable ? 0 : 1;
+    };
+    int nFailed = 0;
     for ( int nRound = 0; nRound < 50; ++nRound )
     {
-        const pid_t nChild = fork();
-        // Some children end the library, too.
-        if ( nChild == 0 )
-            ( nRound % 10 == 0 ? std::exit : _exit )( UseLibraryInChild( pPlain ) );
-        int nStatus = 0;
-        if ( waitpid( nChild, &nStatus, 0 ) != nChild || !WIFEXITED( nStatus ) ||
-             WEXITSTATUS( nStatus ) != CHILD_DONE )
-            return 1;
+        fEndLibrary = nRound % 10 == 0;
+        nFailed += InChild( UseLibrary ) != 0;
     }
-    return CHILD_DONE;
+    return nFailed;
 }
 
 TEST( ThreadObjects, ForkAmongCallingThreadsLeavesAUsableChild )
 {
-    EXPECT_EQ( CHILD_DONE, RunInRole( "fork_among_threads" ) );
+    EXPECT_EQ( 0, RunInRole( "fork_among_threads" ) );
 }
 
 namespace
@@ -82,23 +66,18 @@ TEST( ThreadObjects, HandlersThatCallInAtThreadEndFindAFreshStart )
     // Made after the library's own key, so that its destructor runs behind it.
     ASSERT_EQ( 0, pthread_key_create( &g_aLateKey, &CallInLate ) );
     const long lBefore = ServedCount();
-    OnOtherThread(
-        []
-        {
-            thread_local CallsInWhenItEnds aLast;
-            EXPECT_NE( nullptr, &aLast );
-            pthread_setspecific( g_aLateKey, &g_aLateKey );
-            GetThreadSpecialObject( &CreateA, &DeleteA );
-        } );
+    const auto Use = []
+    {
+        thread_local CallsInWhenItEnds aLast;
+        EXPECT_NE( nullptr, &aLast );
+        pthread_setspecific( g_aLateKey, &g_aLateKey );
+        GetThreadSpecialObject( &CreateA, &DeleteA );
+    };
+    OnOtherThread( Use );
     pthread_key_delete( g_aLateKey );
     EXPECT_EQ( 2, g_nLateCalls );
     EXPECT_EQ( lBefore, ServedCount() );
     EXPECT_TRUE( aDebug.Silent() );
-}
-
-LPVOID DLL_EXPORT CreateByLeaving()
-{
-    pthread_exit( NULL );
 }
 
 TEST( ThreadObjects, ThreadUnwoundInACreatorHoldsNoLock )
@@ -108,7 +87,7 @@ TEST( ThreadObjects, ThreadUnwoundInACreatorHoldsNoLock )
     const auto Leave = []
     {
         GetThreadSpecialObject( &CreateA, &DeleteA );
-        GetThreadSpecialObject( &CreateByLeaving, &DeleteMaybe );
+        GetThreadSpecialObject( []() -> LPVOID { pthread_exit( NULL ); }, &DeleteB );
         ADD_FAILURE() << "the thread was to end";
     };
     OnOtherThread( Leave );
@@ -118,25 +97,17 @@ TEST( ThreadObjects, ThreadUnwoundInACreatorHoldsNoLock )
     EXPECT_TRUE( aDebug.Silent() );
 }
 
-int g_nObject = 0;
-
-LPVOID DLL_EXPORT CreateWithoutMemory()
-{
-    return &g_nObject;
-}
-
-BOOL DLL_EXPORT DeleteWithoutMemory( LPVOID pObject )
-{
-    return pObject != NULL;
-}
-
 TEST( ThreadObjects, EveryFailingAllocationFailsTheRequestAlone )
 {
     DLLMainGlobalThreadData aRegistry;
     HookRecorder aHooks;
     ASSERT_TRUE( aRegistry.OnProcessATTACH( &HookRecorder::Debug, NULL ) );
+    static int nObject = 0;
     const auto Get = [&]
-    { return aRegistry.GetThreadSpecialObject( &CreateWithoutMemory, &DeleteWithoutMemory ); };
+    {
+        return aRegistry.GetThreadSpecialObject( []() -> LPVOID { return &nObject; },
+                                                 []( LPVOID ) -> BOOL { return TRUE; } );
+    };
     int nFailed = 0;
     long lBefore = 0;
     const auto GetOnce = [&]( NewFault& rFault )
@@ -146,7 +117,7 @@ TEST( ThreadObjects, EveryFailingAllocationFailsTheRequestAlone )
         EXPECT_EQ( pObject == NULL, !aHooks.TakeReports().empty() );
         EXPECT_TRUE( pObject != NULL || rFault.Hit() );
         nFailed += pObject == NULL;
-        EXPECT_EQ( &g_nObject, Get() );
+        EXPECT_EQ( &nObject, Get() );
         EXPECT_TRUE( aRegistry.OnThreadDETACH() );
         EXPECT_EQ( lBefore, NewOutstanding() );
     };
@@ -166,20 +137,18 @@ TEST( ThreadObjects, EveryFailingAllocationFailsTheRequestAlone )
 TEST( ThreadObjects, AttachWithoutMemoryFailsAndLosesNothing )
 {
     const long lBefore = NewOutstanding();
-    ForEachFailingNew(
-        [&]( NewFault& rFault )
-        {
-            HookRecorder aHooks;
-            DLLMainGlobalThreadData aRegistry;
-            const BOOL fAttached = rFault.During(
-                [&] {
-                    return aRegistry.OnProcessATTACH( &HookRecorder::Debug, LIB_TO_LOAD1, LIB_TO_LOAD1,
-                                                      NULL );
-                } );
-            EXPECT_EQ( fAttached, aHooks.TakeReports().empty() );
-            EXPECT_TRUE( fAttached || rFault.Hit() );
-            aRegistry.OnProcessDETACH();
-        } );
+    const auto AttachOnce = []( NewFault& rFault )
+    {
+        HookRecorder aHooks;
+        DLLMainGlobalThreadData aRegistry;
+        const auto Attach = [&]
+        { return aRegistry.OnProcessATTACH( &HookRecorder::Debug, LIB_TO_LOAD1, LIB_TO_LOAD1, NULL ); };
+        const BOOL fAttached = rFault.During( Attach );
+        EXPECT_EQ( fAttached, aHooks.TakeReports().empty() );
+        EXPECT_TRUE( fAttached || rFault.Hit() );
+        aRegistry.OnProcessDETACH();
+    };
+    ForEachFailingNew( AttachOnce );
     EXPECT_EQ( lBefore, NewOutstanding() );
 }
 

@@ -1,3 +1,4 @@
+#include "support/failnew.h"
 #include "support/recorder.h"
 
 #include <bxtools/lists.h>
@@ -46,6 +47,8 @@ protected:
         Counted::s_strDestroyed.clear();
     }
 
+    void TearDown() override { EXPECT_TRUE( m_aHooks.Silent() ); }
+
     static void Fill( CountedList& aList, const std::string& strNames )
     {
         for ( const char cName : strNames )
@@ -80,7 +83,6 @@ TEST_F( Lists, InsertTakesEveryIndexBelowTheCountAndTheOneThatAppends )
     EXPECT_FALSE( CountedList( &HookRecorder::Debug ).Insert( 1, &aRefused ) );
     EXPECT_EQ( "abcd", Walk( m_aList ) );
     EXPECT_EQ( 4u, m_aList.ItemCount() );
-    EXPECT_TRUE( m_aHooks.Silent() );
 }
 
 TEST_F( Lists, AccessModesMoveTheCurrentPosition )
@@ -92,7 +94,6 @@ TEST_F( Lists, AccessModesMoveTheCurrentPosition )
     for ( const char* p = "1a5a2b2-1b3a3-1a4b1b6a1a"; *p != 0; p += 2 )
         EXPECT_EQ( p[1], Name( m_aList.GetItem( 0, *p - '0' ) ) ) << p;
     EXPECT_EQ( '-', Name( m_aList.GetItem( 2, 5 ) ) ) << "the index must be in range in every mode";
-    EXPECT_TRUE( m_aHooks.Silent() );
     EXPECT_EQ( '-', Name( m_aList.GetItem( 1, 7 ) ) );
     EXPECT_TRUE( m_aHooks.OnlyReport( "From MYLINK* MyBaseList::GetObject( int nAccessMode )",
                                       " Error: unknown nAccessMode -> default case" ) );
@@ -113,35 +114,29 @@ TEST_F( Lists, RemoveMovesTheCurrentPositionToANeighbour )
     EXPECT_EQ( 0u, m_aList.ItemCount() );
     Fill( m_aList, "ef" );
     EXPECT_EQ( "ef", Walk( m_aList ) );
-    EXPECT_TRUE( m_aHooks.Silent() );
 }
 
 TEST_F( Lists, ElementsAreDestroyedWhenToldAndAtTheEnd )
 {
-    {
-        CountedList aList( &HookRecorder::Debug );
-        Fill( aList, "abcdefg" );
-        EXPECT_NE( nullptr, aList.Remove( 1, TRUE ) );
-        EXPECT_NE( nullptr, aList.Replace( 0, new Counted( 'A' ), TRUE ) );
-        EXPECT_EQ( NULL, aList.Replace( 9, NULL, TRUE ) );
-        EXPECT_EQ( "ba", Counted::s_strDestroyed );
-        const std::unique_ptr<Counted> pKept( aList.Remove( 4, FALSE ) );
-        const std::unique_ptr<Counted> pReplaced( aList.Replace( 1, new Counted( 'C' ), FALSE ) );
-        EXPECT_EQ( 'f', pKept->cName );
-        EXPECT_EQ( 'c', pReplaced->cName );
-        EXPECT_EQ( "ACdeg", Walk( aList ) );
-        aList.ClearList( TRUE );
-        EXPECT_EQ( "baACdeg", Counted::s_strDestroyed );
-        EXPECT_EQ( 0u, aList.ItemCount() );
-        Fill( aList, "xy" );
-        const std::unique_ptr<Counted> pFirst( aList.GetItem( 0 ) );
-        const std::unique_ptr<Counted> pSecond( aList.GetItem( 1 ) );
-        aList.ClearList( FALSE );
-        EXPECT_EQ( 4, Counted::s_nAlive );
-        Fill( aList, "z" );
-    }
-    EXPECT_EQ( 0, Counted::s_nAlive );
-    EXPECT_TRUE( m_aHooks.Silent() );
+    auto pList = std::make_unique<CountedList>( &HookRecorder::Debug );
+    Fill( *pList, "abcdefg" );
+    EXPECT_NE( nullptr, pList->Remove( 1, TRUE ) );
+    EXPECT_NE( nullptr, pList->Replace( 0, new Counted( 'A' ), TRUE ) );
+    EXPECT_EQ( NULL, pList->Replace( 9, NULL, TRUE ) );
+    EXPECT_EQ( "ba", Counted::s_strDestroyed );
+    const std::unique_ptr<Counted> pKept( pList->Remove( 4, FALSE ) );
+    const std::unique_ptr<Counted> pReplaced( pList->Replace( 1, new Counted( 'C' ), FALSE ) );
+    EXPECT_TRUE( pKept->cName == 'f' && pReplaced->cName == 'c' );
+    EXPECT_EQ( "ACdeg", Walk( *pList ) );
+    pList->ClearList( TRUE );
+    EXPECT_EQ( "baACdeg", Counted::s_strDestroyed );
+    Fill( *pList, "x" );
+    const std::unique_ptr<Counted> pLeft( pList->GetItem( 0 ) );
+    pList->ClearList( FALSE );
+    EXPECT_EQ( 0u, pList->ItemCount() );
+    Fill( *pList, "yz" );
+    pList.reset();
+    EXPECT_EQ( "baACdegyz", Counted::s_strDestroyed );
 }
 
 TEST_F( Lists, CopiesSeeWhatTheOtherDoes )
@@ -162,7 +157,6 @@ TEST_F( Lists, CopiesSeeWhatTheOtherDoes )
     aCopy.Insert( 0, new Counted( 'B' ) );
     EXPECT_EQ( "Cd", Walk( m_aList ) ) << "each list has a head of its own";
     EXPECT_EQ( "BCd", Walk( aCopy ) );
-    EXPECT_TRUE( m_aHooks.Silent() );
     EXPECT_EQ( NULL, m_aList.GetItem( 2 ) ) << "its own count has not followed";
     EXPECT_TRUE( m_aHooks.OnlyReport( "From MYLINK* MyBaseList::GetObjectByIndex( ULONG uIndex )",
                                       " Error: Item not found -> wrong uIndex = 2, ItemCount = 2" ) );
@@ -170,32 +164,27 @@ TEST_F( Lists, CopiesSeeWhatTheOtherDoes )
 
 TEST_F( Lists, TheLastListFreesWhatIsShared )
 {
+    CountedList aLast( &HookRecorder::Debug );
     {
-        CountedList aLast( &HookRecorder::Debug );
-        {
-            CountedList aFirst( &HookRecorder::Debug );
-            CountedList aOther( &HookRecorder::Debug );
-            Fill( aFirst, "ab" );
-            Fill( aOther, "x" );
-            aLast = aOther;
-            aLast = aFirst;
-            aLast = *&aLast;
-            aOther = aLast;
-            EXPECT_EQ( "x", Counted::s_strDestroyed );
-            aFirst.Insert( 0, new Counted( '0' ) );
-            aOther.ClearList( TRUE );
-            EXPECT_EQ( 0u, aOther.ItemCount() );
-            EXPECT_EQ( "", Walk( aLast ) );
-            Fill( aFirst, "p" );
-            Fill( aOther, "q" );
-            EXPECT_EQ( "pq", Walk( aLast ) );
-        }
-        EXPECT_EQ( "pq", Walk( aLast ) );
-        EXPECT_EQ( 2, Counted::s_nAlive );
-        Fill( aLast, "r" );
-        EXPECT_EQ( "pqr", Walk( aLast ) );
+        CountedList aFirst( &HookRecorder::Debug );
+        CountedList aOther( &HookRecorder::Debug );
+        Fill( aFirst, "ab" );
+        Fill( aOther, "x" );
+        aLast = aOther;
+        aLast = aFirst;
+        aLast = *&aLast;
+        aOther = aLast;
+        EXPECT_EQ( "x", Counted::s_strDestroyed );
+        aFirst.Insert( 0, new Counted( '0' ) );
+        aOther.ClearList( TRUE );
+        EXPECT_EQ( "", Walk( aLast ) );
+        Fill( aFirst, "p" );
+        Fill( aOther, "q" );
     }
-    EXPECT_EQ( 0, Counted::s_nAlive );
+    Fill( aLast, "r" );
+    EXPECT_EQ( "pqr", Walk( aLast ) );
+    aLast.ClearList( TRUE );
+    EXPECT_EQ( "x0abpqr", Counted::s_strDestroyed );
 }
 
 // Random operations on lists that come to share nodes in every way: whatever happens, no element is lost or destroyed
@@ -239,5 +228,31 @@ TEST_F( Lists, NoOrderOfOperationsLosesOrDoublesAnElement )
         ASSERT_EQ( 0, Counted::s_nAlive ) << "round " << nRound;
     }
     for ( const Report& rReport : m_aHooks.TakeReports() )
-        ASSERT_TRUE( rReport.second.starts_with( " Error: Item not found" ) ) << rReport.second;
+        EXPECT_TRUE( rReport.second.starts_with( " Error: Item not found" ) ) << rReport.second;
+}
+
+TEST( OutOfMemory, ListsStayAsTheyWereAndCopiesAreEmpty )
+{
+    const Report aNotInserted( "From MYLINK* MyBaseList::CreateItem( long lIndex, MYBASEDATA* p )",
+                               " Error: pObj = new MYLINK() failed" );
+    const Report aNotShared( "From MyBaseList::MyBaseList( const MyBaseList& aBaseList )",
+                             " Error: m_pShare = new ListShare() failed" );
+    HookRecorder aHooks;
+    int anElements[2];
+    const auto InsertAndCopy = [&]( NewFault& rFault )
+    {
+        MyBaseList aList( 10, &HookRecorder::Debug );
+        aList.Append( &anElements[0] );
+        rFault.Arm();
+        const bool fInserted = aList.Insert( 0, &anElements[1] ) != FALSE;
+        MyBaseList aCopy( aList );
+        rFault.Disarm();
+        EXPECT_TRUE( rFault.Hit() ? aHooks.OnlyReports( { fInserted ? aNotShared : aNotInserted } )
+                                  : aHooks.Silent() );
+        EXPECT_EQ( &anElements[fInserted ? 1 : 0], aList.GetItem( 0 ) );
+        EXPECT_TRUE( aList.Append( &anElements[0] ) );
+        EXPECT_EQ( fInserted ? 3u : 2u, aList.ItemCount() );
+        EXPECT_EQ( !fInserted ? 1u : rFault.Hit() ? 0u : 2u, aCopy.ItemCount() );
+    };
+    EXPECT_EQ( 2u, ForEachFailingNew( InsertAndCopy ) );
 }

@@ -9,12 +9,8 @@ typedef void* LoadedBXTools;
 LoadedBXTools LoadBXTools();
 bool UnloadBXTools( LoadedBXTools hLibrary );
 bool IsBXToolsMapped();
-// Whether a library stays mapped that another thread than its loader has used.
-bool IsPinnedByThreads();
 
 void* FindBXToolsFunction( LoadedBXTools hLibrary, const char* pName );
-// A call on the registry: the library's own where the system has none.
-void* FindRegistryFunction( LoadedBXTools hLibrary, const char* pName );
 
 // How many thread-local slots, or keys, the process could still make.
 int CountFreeThreadKeys();

@@ -4,7 +4,6 @@
 
 #include <dlfcn.h>
 #include <fstream>
-#include <map>
 #include <mutex>
 #include <pthread.h>
 #include <string>
@@ -39,24 +38,9 @@ bool IsBXToolsMapped()
     return false;
 }
 
-bool IsPinnedByThreads()
-{
-    return true;
-}
-
 void* FindBXToolsFunction( LoadedBXTools hLibrary, const char* pName )
 {
     return dlsym( hLibrary, pName );
-}
-
-void* FindRegistryFunction( LoadedBXTools hLibrary, const char* pName )
-{
-    const std::map<std::string, const char*> aExports = {
-        { "RegCreateKeyExA", "_Z15RegCreateKeyExAP6HKEY__PKcjPcjjP20_SECURITY_ATTRIBUTESPS0_Pj" },
-        { "RegSetValueExA", "_Z14RegSetValueExAP6HKEY__PKcjjPKhj" },
-        { "RegCloseKey", "_Z11RegCloseKeyP6HKEY__" },
-    };
-    return dlsym( hLibrary, aExports.at( pName ) );
 }
 
 int CountFreeThreadKeys()

@@ -22,19 +22,9 @@ bool IsBXToolsMapped()
     return GetModuleHandleA( BXTOOLS_LIBRARY ) != NULL;
 }
 
-bool IsPinnedByThreads()
-{
-    return false;
-}
-
 void* FindBXToolsFunction( LoadedBXTools hLibrary, const char* pName )
 {
     return reinterpret_cast<void*>( GetProcAddress( static_cast<HMODULE>( hLibrary ), pName ) );
-}
-
-void* FindRegistryFunction( LoadedBXTools, const char* pName )
-{
-    return reinterpret_cast<void*>( GetProcAddress( GetModuleHandleA( "ADVAPI32.DLL" ), pName ) );
 }
 
 int CountFreeThreadKeys()

@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <mutex>
-#include <stdexcept>
 #include <thread>
 #include <utility>
 
@@ -15,7 +14,6 @@ namespace
 std::mutex g_aMutex;
 std::vector<std::string> g_aServed;
 std::atomic<long> g_lCount{ 0 };
-std::atomic<int> g_nLateCalls{ 0 };
 
 void Record( const std::string& strWhat )
 {
@@ -33,8 +31,10 @@ LPVOID Make( const char* pName )
 BOOL Destroy( LPVOID pObject )
 {
     std::string* pName = static_cast<std::string*>( pObject );
+    Record( pName != NULL ? "-" + *pName : "null" );
+    if ( pName == NULL )
+        return FALSE;
     --g_lCount;
-    Record( "-" + *pName );
     delete pName;
     return TRUE;
 }
@@ -61,36 +61,6 @@ LPVOID DLL_EXPORT CreatePlain() { return new char( 'p' ); }
 LPVOID DLL_EXPORT CreateOtherPlain() { return new char( 'o' ); }
 BOOL DLL_EXPORT DeletePlain( LPVOID pObject ) { delete static_cast<char*>( pObject ); return TRUE; }
 // clang-format on
-
-LPVOID DLL_EXPORT CreateLate()
-{
-    return ++g_nLateCalls <= 2 ? NULL : Make( "late" );
-}
-
-LPVOID DLL_EXPORT CreateNothing()
-{
-    Record( "+nothing" );
-    return NULL;
-}
-
-BOOL DLL_EXPORT DeleteMaybe( LPVOID pObject )
-{
-    if ( pObject != NULL )
-        return Destroy( pObject );
-    Record( "null" );
-    return FALSE;
-}
-
-LPVOID DLL_EXPORT CreateThrowing()
-{
-    throw std::runtime_error( "no object" );
-}
-
-BOOL DLL_EXPORT DeleteThrowing( LPVOID pObject )
-{
-    Destroy( pObject );
-    throw std::runtime_error( "no end" );
-}
 
 void StartEndlessCallers( int nThreads )
 {

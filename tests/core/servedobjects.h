@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/threadregistry.h"
+#include "support/recorder.h"
 
 #include <string>
 #include <vector>
@@ -11,7 +12,7 @@ std::vector<std::string> TakeServed();
 // How many objects are there now.
 long ServedCount();
 
-// Two ordinary pairs.
+// Two pairs. A deleter records "null" for a missing object.
 LPVOID DLL_EXPORT CreateA();
 BOOL DLL_EXPORT DeleteA( LPVOID pObject );
 LPVOID DLL_EXPORT CreateB();
@@ -22,15 +23,15 @@ LPVOID DLL_EXPORT CreatePlain();
 LPVOID DLL_EXPORT CreateOtherPlain();
 BOOL DLL_EXPORT DeletePlain( LPVOID pObject );
 
-// Gives nothing the first two times, then an object.
-LPVOID DLL_EXPORT CreateLate();
-// Gives nothing, ever; counts.
-LPVOID DLL_EXPORT CreateNothing();
-// Records "null" for a missing object, else destroys it.
-BOOL DLL_EXPORT DeleteMaybe( LPVOID pObject );
-
-LPVOID DLL_EXPORT CreateThrowing();
-BOOL DLL_EXPORT DeleteThrowing( LPVOID pObject );
-
 // Starts threads that make and destroy plain objects of the library's registry until the process ends under them.
 void StartEndlessCallers( int nThreads );
+
+// What a request reports where there is no slot.
+inline constexpr char SPECIAL_HEADER[] =
+    "From LPVOID DLLMainGlobalThreadData::GetThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc )";
+inline const Report
+    NO_SLOT( "From CThreadGlobalObjectInterface* DLLMainGlobalThreadData::internalGetThreadGlobalObject()",
+             " Error: !CheckTLS( m_dwTlsGlobalOffset )" );
+inline const Report
+    NO_CONTAINER( SPECIAL_HEADER,
+                  " Error: ( pThreadGlobalObject = internalGetThreadGlobalObject() ) == NULL" );

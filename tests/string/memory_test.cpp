@@ -8,9 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace
@@ -18,13 +16,37 @@ namespace
 
 const char* const LONG_TEXT =
     "a text that is too long to be kept in a string itself, and therefore comes on the heap";
+const std::string OTHER( 200, 'o' );
+const std::basic_string<WCHAR> WIDE( 200, 'w' );
+
+// A call on a string that holds LONG_TEXT. Result: whether it was done.
+struct Call
+{
+    const char* pName;
+    bool ( *pCall )( MString& );
+    // When the first allocation fails; empty: one report, whichever fails, and otherwise another text.
+    std::vector<Report> aFirstReports = {};
+};
+
+bool IsMade( BSTR bstr )
+{
+    SysFreeString( bstr );
+    return bstr != NULL;
+}
+
+bool SetSysString( MString& rString )
+{
+    BSTR bstr = NULL;
+    rString.SetSysString( &bstr );
+    return IsMade( bstr );
+}
 
 // With every allocation failing in turn, nothing is thrown, the string keeps its text, its hook hears of it once, and
-// nothing leaks. The call tells whether it was done; the reports are those when its first allocation fails.
-void ExpectUnchangedWhenItFails( const char* pName, const std::vector<Report>& aFirstReports,
-                                 const std::function<bool( MString& )>& aCall )
+// nothing leaks.
+void ExpectUnchangedWhenItFails( const Call& rCall )
 {
-    SCOPED_TRACE( pName );
+    SCOPED_TRACE( rCall.pName );
+    const bool fChanges = rCall.aFirstReports.empty();
     const long lBefore = NewOutstanding();
     bool fFirst = true;
     const auto CallOnce = [&]( NewFault& rFault )
@@ -34,14 +56,13 @@ void ExpectUnchangedWhenItFails( const char* pName, const std::vector<Report>& a
         // A second owner makes every edit need a block of its own.
         const MString aSharer( aString );
         aString.SetFuncPtr( &HookRecorder::Debug, NULL );
-        const bool fDone = rFault.During( [&] { return aCall( aString ); } );
-        const std::vector<Report> aReports = aHooks.TakeReports();
-        EXPECT_TRUE( !fFirst || aFirstReports.empty() || aReports == aFirstReports )
-            << ::testing::PrintToString( aReports );
-        EXPECT_EQ( rFault.Hit(), !aReports.empty() );
-        EXPECT_TRUE( !aFirstReports.empty() || aReports.size() < 2 );
+        const bool fDone = rFault.During( [&] { return rCall.pCall( aString ); } );
         EXPECT_NE( rFault.Hit(), fDone );
-        EXPECT_TRUE( rFault.Hit() ? aString == LONG_TEXT : !aFirstReports.empty() || aString != LONG_TEXT );
+        const std::vector<Report> aReports = aHooks.TakeReports();
+        EXPECT_EQ( rFault.Hit(), !aReports.empty() );
+        EXPECT_TRUE( fChanges ? aReports.size() < 2 : !fFirst || aReports == rCall.aFirstReports )
+            << ::testing::PrintToString( aReports );
+        EXPECT_TRUE( rFault.Hit() ? aString == LONG_TEXT : !fChanges || aString != LONG_TEXT );
         EXPECT_TRUE( aSharer == LONG_TEXT );
         fFirst = false;
     };
@@ -53,60 +74,40 @@ void ExpectUnchangedWhenItFails( const char* pName, const std::vector<Report>& a
 
 TEST( OutOfMemory, AStringKeepsItsText )
 {
-    static const std::string strOther( 200, 'o' );
-    static const std::basic_string<WCHAR> strWide( 200, 'w' );
-    const std::pair<const char*, std::function<bool( MString& )>> aChanges[] = {
-        { "append", []( MString& r ) { return ( r += strOther.c_str() ) != LONG_TEXT; } },
-        { "assign", []( MString& r ) { return ( r = strOther.c_str() ) != LONG_TEXT; } },
+    const Report aNoBuffer(
+        "From BOOL MStringAdapter::ExpandBuffer( LPTSTR* ppBuffer, ULONG* pulBuffSize, ULONG ulNewBuffSize )",
+        " Error: *ppBuffer = MyTCHARFactory( *pulBuffSize ) failed" );
+    const Report aNotGiven(
+        "From LPTSTR MStringAdapter::GetBuffer( int nMinBufLength )",
+        " Error: !( fGo = ExpandBuffer( &m_pDataBuffer, &m_ulDataBufferSize, ulTempSize ) )" );
+    const Report aNotFormatted(
+        "From void MStringAdapter::Format( LPCTSTR lpszFormat, ... )",
+        " Error: !( fStat = ExpandBuffer( &m_pConvertBuffer, &m_ulConvertBufferSize ) )" );
+    const Report aNotAllocated( "From BSTR MStringAdapter::AllocSysString() const",
+                                " Error: ::SysAllocStringLen(...) failed" );
+    const Report aNotSet( "From BSTR MStringAdapter::SetSysString( BSTR* pbstr ) const",
+                          " Error: ::SysReAllocStringLen(...) failed" );
+    const Call aCalls[] = {
+        { "append", []( MString& r ) { return ( r += OTHER.c_str() ) != LONG_TEXT; } },
+        { "assign", []( MString& r ) { return ( r = OTHER.c_str() ) != LONG_TEXT; } },
         { "number", []( MString& r ) { return ( r += 42 ) != LONG_TEXT; } },
         { "erase all", []( MString& r ) { return r.EraseAllChars( 'x' ) != LONG_TEXT; } },
         { "cut", []( MString& r ) { return !r.Cut( 2, 60 ).IsEmpty(); } },
         { "upper", []( MString& r ) { return r.MakeUpper(), r != LONG_TEXT; } },
         { "set", []( MString& r ) { return r.SetAt( 0, 'A' ), r != LONG_TEXT; } },
         { "delete", []( MString& r ) { return r.DeleteTokenStr( 0, " " ) != 0; } },
-        { "from wide", []( MString& r ) { return r.FromBSTR( strWide.c_str() ) != FALSE; } },
-        { "format", []( MString& r ) { return r.Format( "%s", strOther.c_str() ), r != LONG_TEXT; } },
+        { "from wide", []( MString& r ) { return r.FromBSTR( WIDE.c_str() ) != FALSE; } },
+        { "short format", []( MString& r ) { return r.Format( "%s", OTHER.c_str() ), r != LONG_TEXT; } },
+        { "format",
+          []( MString& r ) { return r.Format( "%1000s", "" ), r != LONG_TEXT; },
+          { aNoBuffer, aNotFormatted } },
+        { "buffer", []( MString& r ) { return r.GetBuffer( 10 ) != NULL; }, { aNoBuffer, aNotGiven } },
+        { "new wide", []( MString& r ) { return IsMade( r.AllocSysString() ); }, { aNotAllocated } },
+        { "wide", &SetSysString, { aNotSet } },
     };
-    for ( const auto& [pName, aCall] : aChanges )
-        ExpectUnchangedWhenItFails( pName, {}, aCall );
-}
+    for ( const Call& rCall : aCalls )
+        ExpectUnchangedWhenItFails( rCall );
 
-TEST( OutOfMemory, BuffersAreReportedStepByStep )
-{
-    const Report aExpand(
-        "From BOOL MStringAdapter::ExpandBuffer( LPTSTR* ppBuffer, ULONG* pulBuffSize, ULONG ulNewBuffSize )",
-        " Error: *ppBuffer = MyTCHARFactory( *pulBuffSize ) failed" );
-    ExpectUnchangedWhenItFails(
-        "buffer",
-        { aExpand,
-          { "From LPTSTR MStringAdapter::GetBuffer( int nMinBufLength )",
-            " Error: !( fGo = ExpandBuffer( &m_pDataBuffer, &m_ulDataBufferSize, ulTempSize ) )" } },
-        []( MString& r ) { return r.GetBuffer( 10 ) != NULL; } );
-    ExpectUnchangedWhenItFails(
-        "format",
-        { aExpand,
-          { "From void MStringAdapter::Format( LPCTSTR lpszFormat, ... )",
-            " Error: !( fStat = ExpandBuffer( &m_pConvertBuffer, &m_ulConvertBufferSize ) )" } },
-        []( MString& r ) { return r.Format( "%1000s", "" ), r != LONG_TEXT; } );
-    ExpectUnchangedWhenItFails(
-        "new automation string",
-        { { "From BSTR MStringAdapter::AllocSysString() const", " Error: ::SysAllocStringLen(...) failed" } },
-        []( MString& r )
-        {
-            BSTR bstr = r.AllocSysString();
-            SysFreeString( bstr );
-            return bstr != NULL;
-        } );
-    ExpectUnchangedWhenItFails( "automation string",
-                                { { "From BSTR MStringAdapter::SetSysString( BSTR* pbstr ) const",
-                                    " Error: ::SysReAllocStringLen(...) failed" } },
-                                []( MString& r )
-                                {
-                                    BSTR bstr = NULL;
-                                    r.SetSysString( &bstr );
-                                    SysFreeString( bstr );
-                                    return bstr != NULL;
-                                } );
     DebugRecorder aRecorder;
     NewFault aFault( 1 );
     aFault.Arm();

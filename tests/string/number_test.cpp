@@ -13,7 +13,6 @@
 #include <cstdlib>
 #include <random>
 #include <string>
-#include <type_traits>
 
 namespace
 {
@@ -21,19 +20,11 @@ namespace
 constexpr char NOT_NUMERIC[] = " Error: !aThis.IsNumeric( TRUE )";
 constexpr char BEYOND[] = " Warning: cannot convert string value to int/short/long... -> string to long";
 
-template <class Number>
-Number To( const MString& aString )
-{
-    if constexpr ( std::is_same_v<Number, USHORT> )
-        return aString.toUS();
-    else
-        return static_cast<Number>( aString );
-}
-
 // In safe mode, the texts of aTexts, divided by '|', give llValue with the report pReport; NULL: they give their own
 // value in silence.
 template <class Number>
-void ExpectSafe( const MString& aTexts, long long llValue, const char* pReport )
+void ExpectSafe( Number ( MString::*pConvert )() const, const MString& aTexts, long long llValue,
+                 const char* pReport )
 {
     for ( USHORT i = 0; i < aTexts.GetTokenCount( '|' ); ++i )
     {
@@ -42,7 +33,7 @@ void ExpectSafe( const MString& aTexts, long long llValue, const char* pReport )
         aString.SetFuncPtr( &HookRecorder::Debug, NULL );
         aString.SetSafeMode( TRUE );
         const long long llExpected = pReport != NULL ? llValue : std::strtoll( aString, NULL, 10 );
-        EXPECT_EQ( llExpected, static_cast<long long>( To<Number>( aString ) ) ) << aString.data();
+        EXPECT_EQ( llExpected, static_cast<long long>( ( aString.*pConvert )() ) ) << aString.data();
         const char* pHeader = "From BOOL MString::IsValidRange( int nType ) const";
         EXPECT_TRUE( pReport != NULL ? aHooks.OnlyReport( pHeader, pReport ) : aHooks.Silent() )
             << aString.data();
@@ -78,19 +69,19 @@ TEST( Number, LeadingDigitsAreReadAsTheCLibraryReadsThem )
 
 TEST( Number, SafeModeKnowsTheLimitsOfEachType )
 {
-    ExpectSafe<int>( "|2147483647|-2147483648|00000000000000000000042", 0, NULL );
-    ExpectSafe<int>( "2147483648|-2147483649|99999999999999999999", INT_MAX, BEYOND );
-    ExpectSafe<int>( "12a|+5| 5|-|--1|1.5|\xb2", INT_MAX, NOT_NUMERIC );
-    ExpectSafe<long>( "2147483647|-2147483648", 0, NULL );
-    ExpectSafe<long>( "2147483648|-2147483649", INT_MAX, BEYOND );
-    ExpectSafe<short>( "32767|-32768", 0, NULL );
-    ExpectSafe<short>( "32768|-32769", 32767, BEYOND );
-    ExpectSafe<unsigned int>( "4294967295", 0, NULL );
-    ExpectSafe<unsigned int>( "4294967296|-4294967296", 0xFFFFFFFF, BEYOND );
-    ExpectSafe<unsigned long>( "4294967296", 0xFFFFFFFF, BEYOND );
-    ExpectSafe<unsigned long>( "x", 0xFFFFFFFF, NOT_NUMERIC );
-    ExpectSafe<USHORT>( "65535|0", 0, NULL );
-    ExpectSafe<USHORT>( "65536|-65536", 65535, BEYOND );
+    ExpectSafe( &MString::operator int, "|2147483647|-2147483648|00000000000000000000042", 0, NULL );
+    ExpectSafe( &MString::operator int, "2147483648|-2147483649|99999999999999999999", INT_MAX, BEYOND );
+    ExpectSafe( &MString::operator int, "12a|+5| 5|-|--1|1.5|\xb2", INT_MAX, NOT_NUMERIC );
+    ExpectSafe( &MString::operator long, "2147483647|-2147483648", 0, NULL );
+    ExpectSafe( &MString::operator long, "2147483648|-2147483649", INT_MAX, BEYOND );
+    ExpectSafe( &MString::operator short, "32767|-32768", 0, NULL );
+    ExpectSafe( &MString::operator short, "32768|-32769", 32767, BEYOND );
+    ExpectSafe( &MString::operator unsigned int, "4294967295", 0, NULL );
+    ExpectSafe( &MString::operator unsigned int, "4294967296|-4294967296", 0xFFFFFFFF, BEYOND );
+    ExpectSafe( &MString::operator unsigned long, "4294967296", 0xFFFFFFFF, BEYOND );
+    ExpectSafe( &MString::operator unsigned long, "x", 0xFFFFFFFF, NOT_NUMERIC );
+    ExpectSafe( &MString::toUS, "65535|0", 0, NULL );
+    ExpectSafe( &MString::toUS, "65536|-65536", 65535, BEYOND );
     EXPECT_FALSE( MString( "5\0", 2 ).IsNumeric( TRUE ) || MString( "-1" ).IsNumeric( FALSE ) );
     // A minus does not make an unsigned number invalid.
     MString aMinus( "-1" );
