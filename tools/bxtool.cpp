@@ -5,7 +5,6 @@
 #include "tools/terminal.h"
 
 #include <new>
-#include <sstream>
 
 namespace
 {
@@ -21,41 +20,17 @@ constexpr char EXAMPLES[] = "Examples:\n"
                             "  bxtool debug watch\n"
                             "  bxtool errors --help\n\n";
 
-// What was wrong with the command line. A word that nothing takes explains more than the lack of what was wanted.
-std::string DescribeUsage( const CLI::App& rProgram, const CLI::ParseError& rError )
-{
-    const std::vector<std::string> aUnknown = rProgram.remaining( true );
-    return aUnknown.empty() ? rError.what() : "\"" + aUnknown.front() + "\" is not known here";
-}
-
 int ParseAndRun( int argc, char* argv[] )
 {
     ExitCode aExitCode = ExitCode::Ok;
-    CLI::App aProgram( "Looks into what the programs of the system leave behind.", "bxtool" );
-    aProgram.set_version_flag( "--version", "bxtool " BXTOOLS_VERSION );
-    aProgram.footer( std::string( EXAMPLES ) + EXIT_CODE_HELP );
-    aProgram.require_subcommand( 1 );
-    // A path may begin with a slash on Windows, too.
-    aProgram.allow_windows_style_options( false );
-    aProgram.fallthrough();
+    const CommandLine aCommandLine( "bxtool", "Looks into what the programs of the system leave behind.",
+                                    "bxtool " BXTOOLS_VERSION );
+    const Command aProgram = aCommandLine.GetProgram();
+    aProgram.SetFooter( std::string( EXAMPLES ) + EXIT_CODE_HELP );
+    aProgram.RequireSubcommand();
     for ( AddFamily pAddFamily : FAMILIES )
         pAddFamily( aProgram, aExitCode );
-    try
-    {
-        aProgram.parse( argc, argv );
-    }
-    catch ( const CLI::Success& aAnswer )
-    {
-        // --help or --version
-        std::ostringstream aText;
-        aProgram.exit( aAnswer, aText );
-        WriteOutput( aText.str() );
-    }
-    catch ( const CLI::ParseError& aError )
-    {
-        SayError( DescribeUsage( aProgram, aError ) + "; --help tells what is" );
-        aExitCode = ExitCode::Usage;
-    }
+    WriteOutput( aCommandLine.Run( argc, argv ) );
     FinishOutput();
     return static_cast<int>( aExitCode );
 }

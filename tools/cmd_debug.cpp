@@ -19,12 +19,12 @@ constexpr char EXAMPLES[] = "Examples:\n"
 
 } // namespace
 
-void AddDebugFamily( CLI::App& rProgram, ExitCode& rExitCode )
+void AddDebugFamily( Command aProgram, ExitCode& rExitCode )
 {
-    CLI::App* pFamily =
-        rProgram.add_subcommand( "debug", "Debug messages: status, on, off, level, send, last, watch" );
-    pFamily->footer( std::string( EXAMPLES ) + EXIT_CODE_HELP );
-    pFamily->require_subcommand( 1 );
+    const Command aFamily =
+        aProgram.AddSubcommand( "debug", "Debug messages: status, on, off, level, send, last, watch" );
+    aFamily.SetFooter( std::string( EXAMPLES ) + EXIT_CODE_HELP );
+    aFamily.RequireSubcommand();
     for ( AddFamily pAddCommand : COMMANDS )
-        pAddCommand( *pFamily, rExitCode );
+        pAddCommand( aFamily, rExitCode );
 }

@@ -23,12 +23,12 @@ constexpr char EXAMPLES[] =
 
 } // namespace
 
-void AddErrorsFamily( CLI::App& rProgram, ExitCode& rExitCode )
+void AddErrorsFamily( Command aProgram, ExitCode& rExitCode )
 {
-    CLI::App* pFamily = rProgram.add_subcommand(
+    const Command aFamily = aProgram.AddSubcommand(
         "errors", "Error streams: show, explain, make, find, count, reverse, append" );
-    pFamily->footer( std::string( EXAMPLES ) + EXIT_CODE_HELP );
-    pFamily->require_subcommand( 1 );
+    aFamily.SetFooter( std::string( EXAMPLES ) + EXIT_CODE_HELP );
+    aFamily.RequireSubcommand();
     for ( AddFamily pAddCommand : COMMANDS )
-        pAddCommand( *pFamily, rExitCode );
+        pAddCommand( aFamily, rExitCode );
 }

@@ -44,13 +44,13 @@ ExplainedNumber Explain( const std::string& aNumber )
 
 std::string ToJson( const std::vector<ExplainedNumber>& aExplained )
 {
-    nlohmann::ordered_json aList = nlohmann::json::array();
+    Json aList = Json::Array();
     for ( const ExplainedNumber& rOne : aExplained )
-        aList.push_back( { { "number", rOne.lNumber },
-                           { "cause", rOne.lCause },
-                           { "causeText", rOne.aCauseText },
-                           { "systemText", rOne.aSystemText } } );
-    const nlohmann::ordered_json aJson = { { "errors", aList } };
+        aList.Add( { { "number", rOne.lNumber },
+                     { "cause", rOne.lCause },
+                     { "causeText", rOne.aCauseText },
+                     { "systemText", rOne.aSystemText } } );
+    const Json aJson = { { "errors", aList } };
     return JsonLine( aJson );
 }
 
@@ -75,18 +75,16 @@ ExitCode ShowCauses( const CauseOptions& rOptions )
 
 } // namespace
 
-void AddFileFamily( CLI::App& rProgram, ExitCode& rExitCode )
+void AddFileFamily( Command aProgram, ExitCode& rExitCode )
 {
-    CLI::App* pFamily = rProgram.add_subcommand( "file", "Files: cause" );
-    pFamily->footer( std::string( EXAMPLES ) + EXIT_CODE_HELP );
-    pFamily->require_subcommand( 1 );
-    CLI::App* pCause = pFamily->add_subcommand( "cause", "Explain the error numbers of reports on files" );
-    pCause->footer( EXAMPLES );
+    const Command aFamily = aProgram.AddSubcommand( "file", "Files: cause" );
+    aFamily.SetFooter( std::string( EXAMPLES ) + EXIT_CODE_HELP );
+    aFamily.RequireSubcommand();
+    const Command aCause = aFamily.AddSubcommand( "cause", "Explain the error numbers of reports on files" );
+    aCause.SetFooter( EXAMPLES );
     auto pOptions = std::make_shared<CauseOptions>();
-    pCause->add_option( "NUMBER", pOptions->aNumbers, "System errors, decimal or 0x..." )
-        ->type_name( "" )
-        ->required()
-        ->check( CheckErrorNumber );
-    pCause->add_flag( "--json", pOptions->fJson, "Print JSON instead" );
-    pCause->callback( [pOptions, &rExitCode] { rExitCode = ShowCauses( *pOptions ); } );
+    aCause.AddWord( "NUMBER", pOptions->aNumbers, "System errors, decimal or 0x..." )
+        .CheckedBy( CheckErrorNumber );
+    aCause.AddFlag( "--json", pOptions->fJson, "Print JSON instead" );
+    aCause.SetAction( [pOptions, &rExitCode] { rExitCode = ShowCauses( *pOptions ); } );
 }

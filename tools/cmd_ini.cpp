@@ -20,12 +20,12 @@ constexpr char EXAMPLES[] =
 
 } // namespace
 
-void AddIniFamily( CLI::App& rProgram, ExitCode& rExitCode )
+void AddIniFamily( Command aProgram, ExitCode& rExitCode )
 {
-    CLI::App* pFamily = rProgram.add_subcommand(
+    const Command aFamily = aProgram.AddSubcommand(
         "ini", "INI files: get, set, delete, list, groups, copy-group, rename-group, check" );
-    pFamily->footer( std::string( EXAMPLES ) + EXIT_CODE_HELP );
-    pFamily->require_subcommand( 1 );
+    aFamily.SetFooter( std::string( EXAMPLES ) + EXIT_CODE_HELP );
+    aFamily.RequireSubcommand();
     for ( AddFamily pAddCommand : COMMANDS )
-        pAddCommand( *pFamily, rExitCode );
+        pAddCommand( aFamily, rExitCode );
 }

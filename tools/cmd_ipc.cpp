@@ -12,15 +12,15 @@ namespace
 
 std::string ToJson( const std::vector<SharedObject>& aObjects )
 {
-    nlohmann::ordered_json aList = nlohmann::json::array();
+    Json aList = Json::Array();
     for ( const SharedObject& rObject : aObjects )
-        aList.push_back( { { "name", rObject.aName },
-                           { "type", rObject.aType },
-                           { "state", rObject.aState },
-                           { "holders", rObject.aHolders },
-                           { "waiters", rObject.dwWaiters },
-                           { "age", rObject.nAge } } );
-    const nlohmann::ordered_json aJson = { { "objects", aList } };
+        aList.Add( { { "name", rObject.aName },
+                     { "type", rObject.aType },
+                     { "state", rObject.aState },
+                     { "holders", Json::ArrayOf( rObject.aHolders ) },
+                     { "waiters", rObject.dwWaiters },
+                     { "age", rObject.nAge } } );
+    const Json aJson = { { "objects", aList } };
     return JsonLine( aJson );
 }
 
@@ -50,23 +50,24 @@ ExitCode List( bool fGlobal, bool fJson )
 
 } // namespace
 
-void AddIpcFamily( CLI::App& rProgram, ExitCode& rExitCode )
+void AddIpcFamily( Command aProgram, ExitCode& rExitCode )
 {
     constexpr char EXAMPLES[] = "Examples:\n"
                                 "  bxtool ipc ls\n"
                                 "  bxtool ipc ls --global --json\n\n";
-    CLI::App* pFamily =
-        rProgram.add_subcommand( "ipc", "Events, mutexes and memory that processes share: ls" );
-    pFamily->footer( std::string( EXAMPLES ) + EXIT_CODE_HELP );
-    pFamily->require_subcommand( 1 );
-    CLI::App* pList = pFamily->add_subcommand( "ls", "List the named objects, who holds them and who waits" );
-    pList->footer(
+    const Command aFamily =
+        aProgram.AddSubcommand( "ipc", "Events, mutexes and memory that processes share: ls" );
+    aFamily.SetFooter( std::string( EXAMPLES ) + EXIT_CODE_HELP );
+    aFamily.RequireSubcommand();
+    const Command aList =
+        aFamily.AddSubcommand( "ls", "List the named objects, who holds them and who waits" );
+    aList.SetFooter(
         std::string( "Waits on one object alone are not counted. The exit code is 1 when there is no "
                      "object.\n\n" ) +
         EXAMPLES );
     auto pGlobal = std::make_shared<bool>( false );
     auto pJson = std::make_shared<bool>( false );
-    pList->add_flag( "--global", *pGlobal, "Those whose names begin with Global\\ instead" );
-    pList->add_flag( "--json", *pJson, "Print JSON instead" );
-    pList->callback( [pGlobal, pJson, &rExitCode] { rExitCode = List( *pGlobal, *pJson ); } );
+    aList.AddFlag( "--global", *pGlobal, "Those whose names begin with Global\\ instead" );
+    aList.AddFlag( "--json", *pJson, "Print JSON instead" );
+    aList.SetAction( [pGlobal, pJson, &rExitCode] { rExitCode = List( *pGlobal, *pJson ); } );
 }

@@ -24,12 +24,12 @@ constexpr char EXAMPLES[] =
 
 } // namespace
 
-void AddNlsFamily( CLI::App& rProgram, ExitCode& rExitCode )
+void AddNlsFamily( Command aProgram, ExitCode& rExitCode )
 {
-    CLI::App* pFamily =
-        rProgram.add_subcommand( "nls", "Texts in several languages: check, build, get, dump" );
-    pFamily->footer( std::string( EXAMPLES ) + EXIT_CODE_HELP );
-    pFamily->require_subcommand( 1 );
+    const Command aFamily =
+        aProgram.AddSubcommand( "nls", "Texts in several languages: check, build, get, dump" );
+    aFamily.SetFooter( std::string( EXAMPLES ) + EXIT_CODE_HELP );
+    aFamily.RequireSubcommand();
     for ( AddFamily pAddCommand : COMMANDS )
-        pAddCommand( *pFamily, rExitCode );
+        pAddCommand( aFamily, rExitCode );
 }

@@ -15,8 +15,6 @@
 namespace
 {
 
-using Json = nlohmann::ordered_json;
-
 void WriteJson( const Json& rProcesses )
 {
     const Json aJson = { { "processes", rProcesses } };
@@ -35,10 +33,10 @@ std::string ToLine( const ListedProcess& rProcess )
 ExitCode ShowProcesses( const std::string& aNames, bool fJson )
 {
     const std::vector<ListedProcess> aProcesses = aNames.empty() ? ListProcesses() : ListProcesses( aNames );
-    Json aList = Json::array();
+    Json aList = Json::Array();
     for ( const ListedProcess& rProcess : aProcesses )
         if ( fJson )
-            aList.push_back( { { "id", rProcess.dwId }, { "path", rProcess.aPath } } );
+            aList.Add( { { "id", rProcess.dwId }, { "path", rProcess.aPath } } );
         else
             WriteOutput( ToLine( rProcess ) + "\n" );
     if ( fJson )
@@ -96,7 +94,7 @@ ExitCode Kill( const KillOptions& rOptions )
                                ? "nothing was ended: the right to end other users' "
                                  "processes cannot be had; run this as their user or as root"
                                : "the processes cannot be listed" );
-    Json aList = Json::array();
+    Json aList = Json::Array();
     bool fAll = true;
     for ( const std::unique_ptr<Victim>& pVictim : aVictims )
     {
@@ -104,7 +102,7 @@ ExitCode Kill( const KillOptions& rOptions )
         const bool fEnded = fKill && pVictim->HasEnded();
         fAll = fAll && ( fEnded || rOptions.fDryRun );
         if ( rOptions.fJson )
-            aList.push_back( { { "id", rProcess.dwId }, { "path", rProcess.aPath }, { "ended", fEnded } } );
+            aList.Add( { { "id", rProcess.dwId }, { "path", rProcess.aPath }, { "ended", fEnded } } );
         else
             WriteOutput( ToLine( rProcess ) + ( rOptions.fDryRun ? "  would be ended\n"
                                                 : fEnded         ? "  ended\n"
@@ -119,41 +117,39 @@ ExitCode Kill( const KillOptions& rOptions )
 
 // ---- the command line ---------------------------------------------------------------------------------------------------
 
-void AddKillCommand( CLI::App& rProgram, ExitCode& rExitCode )
+void AddKillCommand( Command aProgram, ExitCode& rExitCode )
 {
-    CLI::App* pKill = rProgram.add_subcommand( "kill", "End all processes of a program" );
-    pKill->footer(
+    const Command aKill = aProgram.AddSubcommand( "kill", "End all processes of a program" );
+    aKill.SetFooter(
         std::string( "NAMES are names of programs' files, with their extension, divided by \";\".\n\n"
                      "Examples:\n"
                      "  bxtool kill --dry-run \"indexer;archiver\"\n"
                      "  bxtool kill LoggSrv.Exe\n\n" ) +
         EXIT_CODE_HELP );
     auto pOptions = std::make_shared<KillOptions>();
-    pKill->add_option( "NAMES", pOptions->aNames, "The programs, whatever the case of their letters" )
-        ->required()
-        ->check(
-            CLI::Validator( []( std::string& rNames ) { return rNames.empty() ? "it is empty" : ""; }, "" ) );
-    pKill->add_flag( "--admin", pOptions->fAdminRights,
-                     "Other users' processes as well; needs the right to" );
-    pKill->add_flag( "--dry-run", pOptions->fDryRun, "Only say which would be ended" );
-    pKill->add_flag( "--json", pOptions->fJson, "Print JSON instead" );
-    pKill->callback( [pOptions, &rExitCode] { rExitCode = Kill( *pOptions ); } );
+    aKill.AddOption( "NAMES", pOptions->aNames, "The programs, whatever the case of their letters" )
+        .Required()
+        .NotEmpty();
+    aKill.AddFlag( "--admin", pOptions->fAdminRights, "Other users' processes as well; needs the right to" );
+    aKill.AddFlag( "--dry-run", pOptions->fDryRun, "Only say which would be ended" );
+    aKill.AddFlag( "--json", pOptions->fJson, "Print JSON instead" );
+    aKill.SetAction( [pOptions, &rExitCode] { rExitCode = Kill( *pOptions ); } );
 }
 
 } // namespace
 
-void AddProcessCommands( CLI::App& rProgram, ExitCode& rExitCode )
+void AddProcessCommands( Command aProgram, ExitCode& rExitCode )
 {
-    CLI::App* pList = rProgram.add_subcommand( "ps", "List the processes with their programs" );
-    pList->footer( std::string( "A path that the system does not tell is shown as -.\n\n"
-                                "Examples:\n"
-                                "  bxtool ps\n"
-                                "  bxtool ps \"indexer;archiver\" --json\n\n" ) +
-                   EXIT_CODE_HELP );
+    const Command aList = aProgram.AddSubcommand( "ps", "List the processes with their programs" );
+    aList.SetFooter( std::string( "A path that the system does not tell is shown as -.\n\n"
+                                  "Examples:\n"
+                                  "  bxtool ps\n"
+                                  "  bxtool ps \"indexer;archiver\" --json\n\n" ) +
+                     EXIT_CODE_HELP );
     auto pNames = std::make_shared<std::string>();
     auto pJson = std::make_shared<bool>( false );
-    pList->add_option( "NAMES", *pNames, "Those of these programs only, named as for kill" );
-    pList->add_flag( "--json", *pJson, "Print JSON instead" );
-    pList->callback( [pNames, pJson, &rExitCode] { rExitCode = ShowProcesses( *pNames, *pJson ); } );
-    AddKillCommand( rProgram, rExitCode );
+    aList.AddOption( "NAMES", *pNames, "Those of these programs only, named as for kill" );
+    aList.AddFlag( "--json", *pJson, "Print JSON instead" );
+    aList.SetAction( [pNames, pJson, &rExitCode] { rExitCode = ShowProcesses( *pNames, *pJson ); } );
+    AddKillCommand( aProgram, rExitCode );
 }

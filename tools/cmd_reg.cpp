@@ -21,12 +21,12 @@ constexpr char EXAMPLES[] =
 
 } // namespace
 
-void AddRegFamily( CLI::App& rProgram, ExitCode& rExitCode )
+void AddRegFamily( Command aProgram, ExitCode& rExitCode )
 {
-    CLI::App* pFamily =
-        rProgram.add_subcommand( "reg", "The registry: get, set, list, delete, export, import, watch" );
-    pFamily->footer( std::string( EXAMPLES ) + EXIT_CODE_HELP );
-    pFamily->require_subcommand( 1 );
+    const Command aFamily =
+        aProgram.AddSubcommand( "reg", "The registry: get, set, list, delete, export, import, watch" );
+    aFamily.SetFooter( std::string( EXAMPLES ) + EXIT_CODE_HELP );
+    aFamily.RequireSubcommand();
     for ( AddFamily pAddCommand : COMMANDS )
-        pAddCommand( *pFamily, rExitCode );
+        pAddCommand( aFamily, rExitCode );
 }

@@ -11,14 +11,10 @@
 
 #include <cmath>
 #include <memory>
+#include <optional>
 
 namespace
 {
-
-CLI::Validator NotEmpty()
-{
-    return CLI::Validator( []( std::string& rName ) { return rName.empty() ? "it is empty" : ""; }, "" );
-}
 
 // ---- lock ---------------------------------------------------------------------------------------------------------------
 
@@ -35,10 +31,10 @@ ExitCode RunLocked( const std::string& aName, const std::vector<std::string>& aC
     return static_cast<ExitCode>( nExitCode );
 }
 
-void AddLockCommand( CLI::App& rProgram, ExitCode& rExitCode )
+void AddLockCommand( Command aProgram, ExitCode& rExitCode )
 {
-    CLI::App* pLock = rProgram.add_subcommand( "lock", "Run a command while holding a named lock" );
-    pLock->footer(
+    const Command aLock = aProgram.AddSubcommand( "lock", "Run a command while holding a named lock" );
+    aLock.SetFooter(
         "Waits for the lock without limit. It is given back when the command ends, and when bxtool is\n"
         "killed, which ends the command.\n\n"
         "Example:\n"
@@ -49,9 +45,9 @@ void AddLockCommand( CLI::App& rProgram, ExitCode& rExitCode )
         "  127  the command is not found\n" );
     auto pName = std::make_shared<std::string>();
     auto pCommand = std::make_shared<std::vector<std::string>>();
-    pLock->add_option( "NAME", *pName, "The lock, as the programs name it" )->required()->check( NotEmpty() );
-    pLock->add_option( "COMMAND", *pCommand, "The command with its arguments, behind --" )->required();
-    pLock->callback( [pName, pCommand, &rExitCode] { rExitCode = RunLocked( *pName, *pCommand ); } );
+    aLock.AddOption( "NAME", *pName, "The lock, as the programs name it" ).Required().NotEmpty();
+    aLock.AddOption( "COMMAND", *pCommand, "The command with its arguments, behind --" ).Required();
+    aLock.SetAction( [pName, pCommand, &rExitCode] { rExitCode = RunLocked( *pName, *pCommand ); } );
 }
 
 // ---- signal -------------------------------------------------------------------------------------------------------------
@@ -75,20 +71,19 @@ ExitCode Signal( const SignalOptions& rOptions )
     return ExitCode::No;
 }
 
-void AddSignalCommand( CLI::App& rProgram, ExitCode& rExitCode )
+void AddSignalCommand( Command aProgram, ExitCode& rExitCode )
 {
-    CLI::App* pSignal = rProgram.add_subcommand( "signal", "Tell those who wait that an action is finished" );
-    pSignal->footer( std::string( "A signal is not kept: exit code 1 when nobody waits.\n\n"
-                                  "Example:\n"
-                                  "  bxtool signal import.done --retries 50\n\n" ) +
-                     EXIT_CODE_HELP );
+    const Command aSignal =
+        aProgram.AddSubcommand( "signal", "Tell those who wait that an action is finished" );
+    aSignal.SetFooter( std::string( "A signal is not kept: exit code 1 when nobody waits.\n\n"
+                                    "Example:\n"
+                                    "  bxtool signal import.done --retries 50\n\n" ) +
+                       EXIT_CODE_HELP );
     auto pOptions = std::make_shared<SignalOptions>();
-    pSignal->add_option( "NAME", pOptions->aName, "The signal, as the programs name it" )
-        ->required()
-        ->check( NotEmpty() );
-    pSignal->add_option( "--retries", pOptions->ulRetries, "How often to try again" );
-    pSignal->add_option( "--pause", pOptions->dwPause, "Milliseconds between two attempts (100)" );
-    pSignal->callback( [pOptions, &rExitCode] { rExitCode = Signal( *pOptions ); } );
+    aSignal.AddOption( "NAME", pOptions->aName, "The signal, as the programs name it" ).Required().NotEmpty();
+    aSignal.AddOption( "--retries", pOptions->ulRetries, "How often to try again" );
+    aSignal.AddOption( "--pause", pOptions->dwPause, "Milliseconds between two attempts (100)" );
+    aSignal.SetAction( [pOptions, &rExitCode] { rExitCode = Signal( *pOptions ); } );
 }
 
 // ---- wait ---------------------------------------------------------------------------------------------------------------
@@ -111,41 +106,36 @@ ExitCode WaitAtMost( const std::string& aName, double fSeconds )
     return dwResult == WAIT_OBJECT_0 ? ExitCode::Ok : ExitCode::No;
 }
 
-ExitCode Wait( const std::string& aName, const double* pSeconds )
+ExitCode Wait( const std::string& aName, const std::optional<double>& rSeconds )
 {
-    if ( pSeconds != NULL )
-        return WaitAtMost( aName, *pSeconds );
+    if ( rSeconds )
+        return WaitAtMost( aName, *rSeconds );
     if ( !WaitForActionFinished( aName.c_str(), INFINITE, NULL ) )
         ThrowWaitFailure( aName );
     return ExitCode::Ok;
 }
 
-void AddWaitCommand( CLI::App& rProgram, ExitCode& rExitCode )
+void AddWaitCommand( Command aProgram, ExitCode& rExitCode )
 {
     constexpr double LONGEST = 2e6; // fits in 32 bits of milliseconds
-    CLI::App* pWait =
-        rProgram.add_subcommand( "wait", "Wait until somebody tells that an action is finished" );
-    pWait->footer( std::string( "Exit code 1 when the time is over.\n\n"
-                                "Example:\n"
-                                "  bxtool wait import.done --timeout 60\n\n" ) +
-                   EXIT_CODE_HELP );
+    const Command aWait =
+        aProgram.AddSubcommand( "wait", "Wait until somebody tells that an action is finished" );
+    aWait.SetFooter( std::string( "Exit code 1 when the time is over.\n\n"
+                                  "Example:\n"
+                                  "  bxtool wait import.done --timeout 60\n\n" ) +
+                     EXIT_CODE_HELP );
     auto pName = std::make_shared<std::string>();
-    auto pSeconds = std::make_shared<double>( 0 );
-    pWait->add_option( "NAME", *pName, "The signal, as the programs name it" )
-        ->required()
-        ->check( NotEmpty() );
-    CLI::Option* pTimeout =
-        pWait->add_option( "--timeout", *pSeconds, "Seconds to wait; no limit without it" )
-            ->check( CLI::Range( 0.0, LONGEST ) );
-    pWait->callback( [pName, pSeconds, pTimeout, &rExitCode]
-                     { rExitCode = Wait( *pName, pTimeout->count() != 0 ? pSeconds.get() : NULL ); } );
+    auto pSeconds = std::make_shared<std::optional<double>>();
+    aWait.AddOption( "NAME", *pName, "The signal, as the programs name it" ).Required().NotEmpty();
+    aWait.AddOption( "--timeout", *pSeconds, "Seconds to wait; no limit without it" ).InRange( 0.0, LONGEST );
+    aWait.SetAction( [pName, pSeconds, &rExitCode] { rExitCode = Wait( *pName, *pSeconds ); } );
 }
 
 } // namespace
 
-void AddSyncCommands( CLI::App& rProgram, ExitCode& rExitCode )
+void AddSyncCommands( Command aProgram, ExitCode& rExitCode )
 {
-    AddLockCommand( rProgram, rExitCode );
-    AddSignalCommand( rProgram, rExitCode );
-    AddWaitCommand( rProgram, rExitCode );
+    AddLockCommand( aProgram, rExitCode );
+    AddSignalCommand( aProgram, rExitCode );
+    AddWaitCommand( aProgram, rExitCode );
 }

@@ -1,17 +1,66 @@
-// JSON as the tool prints it: what is not UTF-8 becomes U+FFFD.
+// JSON as the tool prints it. The library that writes it is all templates; jsonline.cpp alone compiles them.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <concepts>
+#include <initializer_list>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
-// On one line, with its end.
-inline std::string JsonLine( const nlohmann::ordered_json& rJson )
+// A value of JSON. Texts and numbers become one by themselves, so that objects are written down as they look:
+// Json aJson = { { "name", aName }, { "size", nSize } };
+class Json
 {
-    return rJson.dump( -1, ' ', false, nlohmann::ordered_json::error_handler_t::replace ) + "\n";
+public:
+    struct Member;
+
+    Json( const char* pText );
+    Json( const std::string& aText );
+    // For each integral type that jsonline.cpp names, bool among them.
+    template <std::integral Number>
+    Json( Number nNumber );
+    // An object; the members keep their order.
+    Json( std::initializer_list<Member> aMembers );
+    static Json Array();
+    // An array of all values that a container holds.
+    template <class Container>
+    static Json ArrayOf( const Container& rValues );
+
+    ~Json();
+    Json( const Json& rOther );
+    Json( Json&& rOther ) noexcept;
+    Json& operator=( const Json& ) = delete;
+
+    // To an array.
+    void Add( Json aValue );
+    // To an object, or in place of the member of that name.
+    void Set( const char* pName, Json aValue );
+
+    // The text, on one line when nIndent is -1. What is not UTF-8 becomes U+FFFD.
+    std::string Write( int nIndent ) const;
+
+private:
+    explicit Json( std::unique_ptr<nlohmann::ordered_json> pValue );
+
+    std::unique_ptr<nlohmann::ordered_json> m_pValue;
+};
+
+struct Json::Member
+{
+    const char* pName;
+    Json aValue;
+};
+
+template <class Container>
+Json Json::ArrayOf( const Container& rValues )
+{
+    Json aArray = Array();
+    for ( const auto& rValue : rValues )
+        aArray.Add( rValue );
+    return aArray;
 }
 
+// On one line, with its end.
+std::string JsonLine( const Json& rJson );
 // On as many lines as it has values, indented.
-inline std::string JsonLines( const nlohmann::ordered_json& rJson )
-{
-    return rJson.dump( 1, ' ', false, nlohmann::ordered_json::error_handler_t::replace ) + "\n";
-}
+std::string JsonLines( const Json& rJson );

@@ -43,8 +43,3 @@ std::optional<std::string> FindOwnTexts()
         return std::nullopt;
     return aFolder.string();
 }
-
-CLI::Range LanguageRange()
-{
-    return CLI::Range( 1, 1000 );
-}

@@ -1,7 +1,6 @@
 // Which texts the library's lookups give the tool: from which files, in which language.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
 
@@ -13,5 +12,6 @@ void UseTexts( const std::string& aPath, int nLanguage );
 // The folder of the library's own language files: beside this program, where an installation has it.
 std::optional<std::string> FindOwnTexts();
 
-// A check of an option's value.
-CLI::Range LanguageRange();
+// The numbers that languages have.
+inline constexpr int FIRST_LANGUAGE = 1;
+inline constexpr int LAST_LANGUAGE = 1000;

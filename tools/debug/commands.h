@@ -3,11 +3,11 @@
 
 #include "tools/families.h"
 
-void AddStatusCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddOnCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddOffCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddLevelCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddSendCommand( CLI::App& rFamily, ExitCode& rExitCode );
+void AddStatusCommand( Command aFamily, ExitCode& rExitCode );
+void AddOnCommand( Command aFamily, ExitCode& rExitCode );
+void AddOffCommand( Command aFamily, ExitCode& rExitCode );
+void AddLevelCommand( Command aFamily, ExitCode& rExitCode );
+void AddSendCommand( Command aFamily, ExitCode& rExitCode );
 
-void AddLastCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddWatchCommand( CLI::App& rFamily, ExitCode& rExitCode );
+void AddLastCommand( Command aFamily, ExitCode& rExitCode );
+void AddWatchCommand( Command aFamily, ExitCode& rExitCode );

@@ -43,12 +43,12 @@ std::string DescribeTime( int64_t nMicroseconds )
 
 std::string ToJson( const SeenMessage& rMessage )
 {
-    const nlohmann::ordered_json aJson = { { "time", DescribeTime( rMessage.nMicroseconds ) },
-                                           { "process", rMessage.dwProcess },
-                                           { "thread", rMessage.dwThread },
-                                           { "name", rMessage.aProcess },
-                                           { "text", rMessage.aText },
-                                           { "lost", rMessage.nLost } };
+    const Json aJson = { { "time", DescribeTime( rMessage.nMicroseconds ) },
+                         { "process", rMessage.dwProcess },
+                         { "thread", rMessage.dwThread },
+                         { "name", rMessage.aProcess },
+                         { "text", rMessage.aText },
+                         { "lost", rMessage.nLost } };
     return JsonLine( aJson );
 }
 
@@ -126,34 +126,34 @@ ExitCode ShowLast( const ShowOptions& rOptions )
     }
 }
 
-void AddFilters( CLI::App& rCommand, ShowOptions& rOptions )
+void AddFilters( Command aCommand, ShowOptions& rOptions )
 {
-    rCommand.add_option( "--text", rOptions.aText, "Only messages that hold this text" );
-    rCommand.add_option( "--process", rOptions.aProcess,
-                         "Only messages of this process: its id, or its name" );
-    rCommand.add_flag( "--json", rOptions.fJson, "Print one JSON object a line instead" );
+    aCommand.AddOption( "--text", rOptions.aText, "Only messages that hold this text" );
+    aCommand.AddOption( "--process", rOptions.aProcess,
+                        "Only messages of this process: its id, or its name" );
+    aCommand.AddFlag( "--json", rOptions.fJson, "Print one JSON object a line instead" );
 }
 
 } // namespace
 
-void AddLastCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddLastCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand =
-        rFamily.add_subcommand( "last", "Print the last messages, also of processes that have ended" );
-    pCommand->footer( "The exit code is 1 when there is none.\n\n"
-                      "Examples:\n  bxtool debug last 50\n  bxtool debug last --process bxtour\n" );
+    const Command aCommand =
+        aFamily.AddSubcommand( "last", "Print the last messages, also of processes that have ended" );
+    aCommand.SetFooter( "The exit code is 1 when there is none.\n\n"
+                        "Examples:\n  bxtool debug last 50\n  bxtool debug last --process bxtour\n" );
     auto pOptions = std::make_shared<ShowOptions>();
-    pCommand->add_option( "N", pOptions->nLast, "How many of those that fit, 20 if not given" );
-    AddFilters( *pCommand, *pOptions );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = ShowLast( *pOptions ); } );
+    aCommand.AddOption( "N", pOptions->nLast, "How many of those that fit, 20 if not given" );
+    AddFilters( aCommand, *pOptions );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = ShowLast( *pOptions ); } );
 }
 
-void AddWatchCommand( CLI::App& rFamily, ExitCode& )
+void AddWatchCommand( Command aFamily, ExitCode& )
 {
-    CLI::App* pCommand =
-        rFamily.add_subcommand( "watch", "Print messages as they are written, until Ctrl-C" );
-    pCommand->footer( "Examples:\n  bxtool debug watch\n  bxtool debug watch --text \"Error: \"\n" );
+    const Command aCommand =
+        aFamily.AddSubcommand( "watch", "Print messages as they are written, until Ctrl-C" );
+    aCommand.SetFooter( "Examples:\n  bxtool debug watch\n  bxtool debug watch --text \"Error: \"\n" );
     auto pOptions = std::make_shared<ShowOptions>();
-    AddFilters( *pCommand, *pOptions );
-    pCommand->callback( [pOptions] { Watch( *pOptions ); } );
+    AddFilters( aCommand, *pOptions );
+    aCommand.SetAction( [pOptions] { Watch( *pOptions ); } );
 }

@@ -111,12 +111,12 @@ std::string CheckLevels( const std::string& aLevels )
     return nItems > MOST_LEVEL_ITEMS ? "only five levels are read from the list" : "";
 }
 
-void AddSwitchCommand( CLI::App& rFamily, ExitCode& rExitCode, const char* pName, const char* pHelp,
+void AddSwitchCommand( Command aFamily, ExitCode& rExitCode, const char* pName, const char* pHelp,
                        LPCTSTR pValue )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( pName, pHelp );
-    pCommand->footer( std::string( "Examples:\n  bxtool debug " ) + pName + "\n" );
-    pCommand->callback(
+    const Command aCommand = aFamily.AddSubcommand( pName, pHelp );
+    aCommand.SetFooter( std::string( "Examples:\n  bxtool debug " ) + pName + "\n" );
+    aCommand.SetAction(
         [pValue, &rExitCode]
         {
             StoreSetting( QRN_CTRL_REG_DBG_OUT, pValue );
@@ -126,37 +126,37 @@ void AddSwitchCommand( CLI::App& rFamily, ExitCode& rExitCode, const char* pName
 
 } // namespace
 
-void AddStatusCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddStatusCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand =
-        rFamily.add_subcommand( "status", "Tell whether messages are written, and the levels" );
-    pCommand->footer( "Examples:\n  bxtool debug status\n" );
+    const Command aCommand =
+        aFamily.AddSubcommand( "status", "Tell whether messages are written, and the levels" );
+    aCommand.SetFooter( "Examples:\n  bxtool debug status\n" );
     auto pJson = std::make_shared<bool>( false );
-    pCommand->add_flag( "--json", *pJson, "Print JSON instead" );
-    pCommand->callback( [pJson, &rExitCode] { rExitCode = ShowStatus( *pJson ); } );
+    aCommand.AddFlag( "--json", *pJson, "Print JSON instead" );
+    aCommand.SetAction( [pJson, &rExitCode] { rExitCode = ShowStatus( *pJson ); } );
 }
 
-void AddOnCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddOnCommand( Command aFamily, ExitCode& rExitCode )
 {
-    AddSwitchCommand( rFamily, rExitCode, "on", "Have messages written, by all processes at once", "Yes" );
+    AddSwitchCommand( aFamily, rExitCode, "on", "Have messages written, by all processes at once", "Yes" );
 }
 
-void AddOffCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddOffCommand( Command aFamily, ExitCode& rExitCode )
 {
-    AddSwitchCommand( rFamily, rExitCode, "off", "Have no messages written, by all processes at once", "No" );
+    AddSwitchCommand( aFamily, rExitCode, "off", "Have no messages written, by all processes at once", "No" );
 }
 
-void AddLevelCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddLevelCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand =
-        rFamily.add_subcommand( "level", "Set the wanted levels, for all processes at once" );
-    pCommand->footer(
+    const Command aCommand =
+        aFamily.AddSubcommand( "level", "Set the wanted levels, for all processes at once" );
+    aCommand.SetFooter(
         "Examples:\n  bxtool debug level \"1;3\"\n  bxtool debug level all\n  bxtool debug level 0\n" );
     auto pLevels = std::make_shared<std::string>();
-    pCommand->add_option( "LIST", *pLevels, "0, all, or up to five of 1 to 5 divided by ;" )
-        ->required()
-        ->check( CheckLevels );
-    pCommand->callback(
+    aCommand.AddOption( "LIST", *pLevels, "0, all, or up to five of 1 to 5 divided by ;" )
+        .Required()
+        .CheckedBy( CheckLevels );
+    aCommand.SetAction(
         [pLevels, &rExitCode]
         {
             StoreSetting( QRN_CTRL_REG_DBG_LEVEL, pLevels->c_str() );
@@ -164,14 +164,14 @@ void AddLevelCommand( CLI::App& rFamily, ExitCode& rExitCode )
         } );
 }
 
-void AddSendCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddSendCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "send", "Write a message as programs do" );
-    pCommand->footer( "The exit code is 1 where messages are switched off.\n\n"
-                      "Examples:\n  bxtool debug send \"night run begins\"\n" );
+    const Command aCommand = aFamily.AddSubcommand( "send", "Write a message as programs do" );
+    aCommand.SetFooter( "The exit code is 1 where messages are switched off.\n\n"
+                        "Examples:\n  bxtool debug send \"night run begins\"\n" );
     auto pText = std::make_shared<std::string>();
-    pCommand->add_option( "TEXT", *pText, "The message" )->required();
-    pCommand->callback(
+    aCommand.AddOption( "TEXT", *pText, "The message" ).Required();
+    aCommand.SetAction(
         [pText, &rExitCode]
         {
             DebugMessage( "bxtool", NULL, pText->c_str() );

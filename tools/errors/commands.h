@@ -3,10 +3,10 @@
 
 #include "tools/families.h"
 
-void AddShowCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddMakeCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddExplainCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddFindCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddCountCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddReverseCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddAppendCommand( CLI::App& rFamily, ExitCode& rExitCode );
+void AddShowCommand( Command aFamily, ExitCode& rExitCode );
+void AddMakeCommand( Command aFamily, ExitCode& rExitCode );
+void AddExplainCommand( Command aFamily, ExitCode& rExitCode );
+void AddFindCommand( Command aFamily, ExitCode& rExitCode );
+void AddCountCommand( Command aFamily, ExitCode& rExitCode );
+void AddReverseCommand( Command aFamily, ExitCode& rExitCode );
+void AddAppendCommand( Command aFamily, ExitCode& rExitCode );

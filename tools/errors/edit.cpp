@@ -82,41 +82,38 @@ ExitCode Append( const StreamSource& rTarget, const StreamSource& rFurther )
 
 } // namespace
 
-void AddCountCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddCountCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "count", "Print the number of records" );
-    pCommand->footer( COUNT_EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "count", "Print the number of records" );
+    aCommand.SetFooter( COUNT_EXAMPLES );
     auto pSource = std::make_shared<StreamSource>();
-    AddStreamSource( *pCommand, *pSource );
+    AddStreamSource( aCommand, *pSource );
     auto pJson = std::make_shared<bool>( false );
-    pCommand->add_flag( "--json", *pJson, "Print JSON instead" );
-    pCommand->callback( [pSource, pJson, &rExitCode] { rExitCode = Count( *pSource, *pJson ); } );
+    aCommand.AddFlag( "--json", *pJson, "Print JSON instead" );
+    aCommand.SetAction( [pSource, pJson, &rExitCode] { rExitCode = Count( *pSource, *pJson ); } );
 }
 
-void AddReverseCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddReverseCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "reverse", "Write the stream with its last record first" );
-    pCommand->footer( REVERSE_EXAMPLES );
+    const Command aCommand =
+        aFamily.AddSubcommand( "reverse", "Write the stream with its last record first" );
+    aCommand.SetFooter( REVERSE_EXAMPLES );
     auto pSource = std::make_shared<StreamSource>();
-    AddStreamSource( *pCommand, *pSource );
-    pCommand->callback( [pSource, &rExitCode] { rExitCode = Reverse( *pSource ); } );
+    AddStreamSource( aCommand, *pSource );
+    aCommand.SetAction( [pSource, &rExitCode] { rExitCode = Reverse( *pSource ); } );
 }
 
-void AddAppendCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddAppendCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "append", "Write the records of two streams as one stream" );
-    pCommand->footer( APPEND_EXAMPLES );
+    const Command aCommand =
+        aFamily.AddSubcommand( "append", "Write the records of two streams as one stream" );
+    aCommand.SetFooter( APPEND_EXAMPLES );
     auto pTarget = std::make_shared<StreamSource>();
     auto pFurther = std::make_shared<StreamSource>();
-    pCommand
-        ->add_option( "STREAM", pTarget->aName, "The stream whose records come first; - is standard input" )
-        ->required()
-        ->type_name( "" );
-    pCommand->add_option( "FURTHER", pFurther->aName, "The stream whose records come behind them" )
-        ->required()
-        ->type_name( "" );
-    AddKeepLineEnd( *pCommand, *pTarget );
-    pCommand->callback(
+    aCommand.AddWord( "STREAM", pTarget->aName, "The stream whose records come first; - is standard input" );
+    aCommand.AddWord( "FURTHER", pFurther->aName, "The stream whose records come behind them" );
+    AddKeepLineEnd( aCommand, *pTarget );
+    aCommand.SetAction(
         [pTarget, pFurther, &rExitCode]
         {
             pFurther->fKeepLineEnd = pTarget->fKeepLineEnd;

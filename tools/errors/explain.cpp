@@ -144,27 +144,27 @@ void PrintTexts( const ExplainOptions& rOptions, const Explanations& rExplanatio
         }
 }
 
-nlohmann::ordered_json ToJson( int nLanguage, const Explained& rExplained )
+Json ToJson( int nLanguage, const Explained& rExplained )
 {
-    nlohmann::ordered_json aJson = { { "language", nLanguage },
-                                     { "message", rExplained.aMessage },
-                                     { "details", rExplained.aDetails },
-                                     { "helpFile", rExplained.aHelpFile },
-                                     { "helpTopic", rExplained.usHelpTopic } };
+    Json aJson = { { "language", nLanguage },
+                   { "message", rExplained.aMessage },
+                   { "details", rExplained.aDetails },
+                   { "helpFile", rExplained.aHelpFile },
+                   { "helpTopic", rExplained.usHelpTopic } };
     if ( !rExplained.aReason.empty() )
-        aJson["reason"] = rExplained.aReason;
+        aJson.Set( "reason", rExplained.aReason );
     return aJson;
 }
 
 void PrintJson( const ExplainOptions& rOptions, const Explanations& rExplanations )
 {
-    auto aRecords = nlohmann::ordered_json::array();
+    Json aRecords = Json::Array();
     for ( size_t nRecord = 0; nRecord < rExplanations[0].size(); nRecord++ )
     {
-        auto aTexts = nlohmann::ordered_json::array();
+        Json aTexts = Json::Array();
         for ( size_t i = 0; i < rExplanations.size(); i++ )
-            aTexts.push_back( ToJson( rOptions.aLanguages[i], rExplanations[i][nRecord] ) );
-        aRecords.push_back( { { "index", nRecord }, { "texts", aTexts } } );
+            aTexts.Add( ToJson( rOptions.aLanguages[i], rExplanations[i][nRecord] ) );
+        aRecords.Add( { { "index", nRecord }, { "texts", aTexts } } );
     }
     WriteOutput( JsonLines( { { "records", aRecords } } ) );
 }
@@ -196,20 +196,19 @@ ExitCode Explain( ExplainOptions& rOptions )
 
 } // namespace
 
-void AddExplainCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddExplainCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "explain", "Print what the errors say to users" );
-    pCommand->footer( EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "explain", "Print what the errors say to users" );
+    aCommand.SetFooter( EXAMPLES );
     auto pOptions = std::make_shared<ExplainOptions>();
-    AddStreamSource( *pCommand, pOptions->aSource );
-    pCommand
-        ->add_option( "--language", pOptions->aLanguages,
-                      "The language's number, or several with commas; nothing: the system's" )
-        ->delimiter( ',' )
-        ->allow_extra_args( false )
-        ->check( LanguageRange() );
-    pCommand->add_option( "--texts", pOptions->aTexts, "A release file, or a folder of language files" )
-        ->type_name( "TEXTS" );
-    pCommand->add_flag( "--json", pOptions->fJson, "Print JSON instead" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Explain( *pOptions ); } );
+    AddStreamSource( aCommand, pOptions->aSource );
+    aCommand
+        .AddOption( "--language", pOptions->aLanguages,
+                    "The language's number, or several with commas; nothing: the system's" )
+        .DividedBy( ',' )
+        .InRange( FIRST_LANGUAGE, LAST_LANGUAGE );
+    aCommand.AddOption( "--texts", pOptions->aTexts, "A release file, or a folder of language files" )
+        .TypeName( "TEXTS" );
+    aCommand.AddFlag( "--json", pOptions->fJson, "Print JSON instead" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Explain( *pOptions ); } );
 }

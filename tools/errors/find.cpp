@@ -25,11 +25,10 @@ constexpr char EXAMPLES[] =
 struct FindOptions
 {
     StreamSource aSource;
-    StreamSource aSameAs;
-    CLI::Option* pSameAs = NULL;
-    CLI::Option* pErrorClass = NULL;
-    CLI::Option* pNumber = NULL;
-    CLI::Option* pSystemError = NULL;
+    std::optional<std::string> aSameAs;
+    std::optional<std::string> aErrorClass;
+    std::optional<std::string> aNumber;
+    std::optional<std::string> aSystemError;
     bool fFirst = false;
     bool fJson = false;
 };
@@ -37,27 +36,25 @@ struct FindOptions
 // The text of the one record that --same-as names, if it is given.
 std::optional<MString> ReadWantedText( const FindOptions& rOptions )
 {
-    if ( !*rOptions.pSameAs )
+    if ( !rOptions.aSameAs )
         return std::nullopt;
-    const MString aStream = ReadErrorStream( rOptions.aSameAs );
+    const MString aStream = ReadErrorStream( { *rOptions.aSameAs } );
     RecordWalk aWalk( ViewOf( aStream ) );
     std::string_view aText;
     std::string_view aFurther;
     aWalk.Next( aText );
     if ( aWalk.Next( aFurther ) )
         throw ToolFailure( ExitCode::Usage,
-                           "--same-as " + rOptions.aSameAs.aName +
+                           "--same-as " + *rOptions.aSameAs +
                                " holds several records; give it exactly the one to look for" );
     return ToMString( aText );
 }
 
 bool Fits( const FindOptions& rOptions, const DecodedRecord& rRecord )
 {
-    return ( !*rOptions.pErrorClass || rOptions.pErrorClass->as<std::string>() == rRecord.aErrorClass ) &&
-           ( !*rOptions.pNumber ||
-             ParseErrorNumber( rOptions.pNumber->as<std::string>() ) == rRecord.lNumber ) &&
-           ( !*rOptions.pSystemError ||
-             ParseSystemError( rOptions.pSystemError->as<std::string>() ) == rRecord.dwSystemError );
+    return ( !rOptions.aErrorClass || *rOptions.aErrorClass == rRecord.aErrorClass ) &&
+           ( !rOptions.aNumber || ParseErrorNumber( *rOptions.aNumber ) == rRecord.lNumber ) &&
+           ( !rOptions.aSystemError || ParseSystemError( *rOptions.aSystemError ) == rRecord.dwSystemError );
 }
 
 std::vector<size_t> FindAll( const FindOptions& rOptions )
@@ -81,7 +78,7 @@ std::vector<size_t> FindAll( const FindOptions& rOptions )
 
 ExitCode Find( const FindOptions& rOptions )
 {
-    if ( !*rOptions.pErrorClass && !*rOptions.pNumber && !*rOptions.pSystemError && !*rOptions.pSameAs )
+    if ( !rOptions.aErrorClass && !rOptions.aNumber && !rOptions.aSystemError && !rOptions.aSameAs )
         throw ToolFailure( ExitCode::Usage,
                            "nothing to look for; give --class, --number, --system-error or --same-as" );
     const std::vector<size_t> aFound = FindAll( rOptions );
@@ -95,23 +92,24 @@ ExitCode Find( const FindOptions& rOptions )
 
 } // namespace
 
-void AddFindCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddFindCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "find", "Print the indexes of the records that fit" );
-    pCommand->footer( EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "find", "Print the indexes of the records that fit" );
+    aCommand.SetFooter( EXAMPLES );
     auto pOptions = std::make_shared<FindOptions>();
-    AddStreamSource( *pCommand, pOptions->aSource );
-    pOptions->pErrorClass =
-        pCommand->add_option( "--class", "Error class, exactly as written" )->type_name( "TEXT" );
-    pOptions->pNumber = pCommand->add_option( "--number", "Error number, decimal or 0x..." );
-    pOptions->pNumber->type_name( "NUMBER" )->check( CheckErrorNumber );
-    pOptions->pSystemError = pCommand->add_option( "--system-error", "The system's last error" );
-    pOptions->pSystemError->type_name( "NUMBER" )->check( CheckSystemError );
-    pOptions->pSameAs =
-        pCommand->add_option( "--same-as", pOptions->aSameAs.aName,
-                              "A file with one record; finds those whose bytes are the same" );
-    pOptions->pSameAs->type_name( "FILE" );
-    pCommand->add_flag( "--first", pOptions->fFirst, "Stop at the first record that fits" );
-    pCommand->add_flag( "--json", pOptions->fJson, "Print JSON instead" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Find( *pOptions ); } );
+    AddStreamSource( aCommand, pOptions->aSource );
+    aCommand.AddOption( "--class", pOptions->aErrorClass, "Error class, exactly as written" );
+    aCommand.AddOption( "--number", pOptions->aNumber, "Error number, decimal or 0x..." )
+        .TypeName( "NUMBER" )
+        .CheckedBy( CheckErrorNumber );
+    aCommand.AddOption( "--system-error", pOptions->aSystemError, "The system's last error" )
+        .TypeName( "NUMBER" )
+        .CheckedBy( CheckSystemError );
+    aCommand
+        .AddOption( "--same-as", pOptions->aSameAs,
+                    "A file with one record; finds those whose bytes are the same" )
+        .TypeName( "FILE" );
+    aCommand.AddFlag( "--first", pOptions->fFirst, "Stop at the first record that fits" );
+    aCommand.AddFlag( "--json", pOptions->fJson, "Print JSON instead" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Find( *pOptions ); } );
 }

@@ -162,27 +162,26 @@ struct MakeFlags
 }
 
 // The records in the order of the options: what stands behind a --record belongs to the next one.
-std::vector<DecodedRecord> RecordsFromOptions( const CLI::App& rCommand )
+std::vector<DecodedRecord> RecordsFromOptions( Command aCommand )
 {
     std::vector<DecodedRecord> aRecords;
-    size_t aUsed[std::size( SETTINGS )] = {}; // values of each option that have found their record
-    bool aSet[std::size( SETTINGS )] = {};    // what the last record has already
-    for ( const CLI::Option* pOption : rCommand.parse_order() )
+    bool aSet[std::size( SETTINGS )] = {}; // what the last record has already
+    for ( const GivenOption& rGiven : aCommand.GetGiven() )
     {
-        if ( pOption->check_name( "--record" ) || aRecords.empty() )
+        if ( rGiven.aName == "--record" || aRecords.empty() )
         {
             aRecords.emplace_back();
             std::fill( std::begin( aSet ), std::end( aSet ), false );
         }
         for ( size_t i = 0; i < std::size( SETTINGS ); i++ )
         {
-            if ( !pOption->check_name( SETTINGS[i].pName ) )
+            if ( rGiven.aName != SETTINGS[i].pName )
                 continue;
             if ( aSet[i] && !SETTINGS[i].fRepeats )
                 ThrowIncomplete( aRecords.size() - 1, std::string( "has " ) + SETTINGS[i].pName +
                                                           " twice; begin the next record with --record" );
             aSet[i] = true;
-            SETTINGS[i].pSet( aRecords.back(), pOption->results()[aUsed[i]++] );
+            SETTINGS[i].pSet( aRecords.back(), rGiven.aValue );
         }
     }
     for ( size_t i = 0; i < aRecords.size(); i++ )
@@ -191,11 +190,11 @@ std::vector<DecodedRecord> RecordsFromOptions( const CLI::App& rCommand )
     return aRecords;
 }
 
-std::vector<DecodedRecord> RecordsFromStandardInput( const CLI::App& rCommand )
+std::vector<DecodedRecord> RecordsFromStandardInput( Command aCommand )
 {
-    for ( const CLI::Option* pOption : rCommand.parse_order() )
-        if ( !pOption->check_name( "--json-in" ) )
-            throw ToolFailure( ExitCode::Usage, pOption->get_name() +
+    for ( const GivenOption& rGiven : aCommand.GetGiven() )
+        if ( rGiven.aName != "--json-in" )
+            throw ToolFailure( ExitCode::Usage, rGiven.aName +
                                                     " does not go with --json-in, which brings whole "
                                                     "records; see --help" );
     return RecordsFromJson( ReadInput( "-" ) );
@@ -203,27 +202,22 @@ std::vector<DecodedRecord> RecordsFromStandardInput( const CLI::App& rCommand )
 
 } // namespace
 
-void AddMakeCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddMakeCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "make", "Write an error stream to standard output" );
-    pCommand->footer( EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "make", "Write an error stream to standard output" );
+    aCommand.SetFooter( EXAMPLES );
     auto pFlags = std::make_shared<MakeFlags>();
     for ( const Setting& rSetting : SETTINGS )
-    {
-        CLI::Option* pOption = pCommand->add_option( rSetting.pName, rSetting.pHelp );
-        pOption->type_name( rSetting.pType )
-            ->type_size( 1 )
-            ->expected( 1 )
-            ->take_all()
-            ->check( rSetting.pCheck );
-    }
-    pCommand->add_flag( "--record", pFlags->fRecord, "Begin the next record" );
-    pCommand->add_flag( "--json-in", pFlags->fJsonIn,
-                        "Read the records as JSON, as show --json gives them, from standard input" );
-    pCommand->callback(
-        [pCommand, pFlags, &rExitCode]
+        aCommand.AddRepeated( rSetting.pName, rSetting.pHelp )
+            .TypeName( rSetting.pType )
+            .CheckedBy( rSetting.pCheck );
+    aCommand.AddFlag( "--record", pFlags->fRecord, "Begin the next record" );
+    aCommand.AddFlag( "--json-in", pFlags->fJsonIn,
+                      "Read the records as JSON, as show --json gives them, from standard input" );
+    aCommand.SetAction(
+        [aCommand, pFlags, &rExitCode]
         {
-            rExitCode = Make( pFlags->fJsonIn ? RecordsFromStandardInput( *pCommand )
-                                              : RecordsFromOptions( *pCommand ) );
+            rExitCode = Make( pFlags->fJsonIn ? RecordsFromStandardInput( aCommand )
+                                              : RecordsFromOptions( aCommand ) );
         } );
 }

@@ -105,17 +105,17 @@ ExitCode ShowJson( const ShowOptions& rOptions, const MString& aStream )
 
 } // namespace
 
-void AddShowCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddShowCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "show", "Print the records of an error stream" );
-    pCommand->footer( EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "show", "Print the records of an error stream" );
+    aCommand.SetFooter( EXAMPLES );
     auto pOptions = std::make_shared<ShowOptions>();
-    AddStreamSource( *pCommand, pOptions->aSource );
-    CLI::Option* pLayout =
-        pCommand->add_option( "--layout", pOptions->aLayout, "auto (as said below), table or blocks" );
-    pLayout->check( CLI::IsMember( { "auto", "table", "blocks" } ) );
-    pCommand->add_flag( "--json", pOptions->fJson, "Print JSON instead" )->excludes( pLayout );
-    pCommand->callback(
+    AddStreamSource( aCommand, pOptions->aSource );
+    const Option aLayout =
+        aCommand.AddOption( "--layout", pOptions->aLayout, "auto (as said below), table or blocks" )
+            .OneOf( { "auto", "table", "blocks" } );
+    aCommand.AddFlag( "--json", pOptions->fJson, "Print JSON instead" ).Excludes( aLayout );
+    aCommand.SetAction(
         [pOptions, &rExitCode]
         {
             const MString aStream = ReadErrorStream( pOptions->aSource );

@@ -59,17 +59,17 @@ constexpr Mistake MISTAKES[] = {
 
 } // namespace
 
-void AddStreamSource( CLI::App& rCommand, StreamSource& rSource )
+void AddStreamSource( Command aCommand, StreamSource& rSource )
 {
-    rCommand.add_option( "FILE", rSource.aName, "The error stream; - or nothing: standard input" )
-        ->type_name( "" );
-    AddKeepLineEnd( rCommand, rSource );
+    aCommand.AddOption( "FILE", rSource.aName, "The error stream; - or nothing: standard input" )
+        .TypeName( "" );
+    AddKeepLineEnd( aCommand, rSource );
 }
 
-void AddKeepLineEnd( CLI::App& rCommand, StreamSource& rSource )
+void AddKeepLineEnd( Command aCommand, StreamSource& rSource )
 {
-    rCommand.add_flag( "--keep-line-end", rSource.fKeepLineEnd,
-                       "Take a line end behind the last record as part of it (it is dropped otherwise)" );
+    aCommand.AddFlag( "--keep-line-end", rSource.fKeepLineEnd,
+                      "Take a line end behind the last record as part of it (it is dropped otherwise)" );
 }
 
 MString ReadErrorStream( const StreamSource& rSource )

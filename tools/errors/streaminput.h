@@ -1,11 +1,11 @@
 // The error stream that a command works on.
 #pragma once
 
+#include "tools/commandline.h"
 #include "tools/toolfailure.h"
 
 #include <bxtools/mstring.h>
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <string_view>
 
@@ -17,8 +17,8 @@ struct StreamSource
 };
 
 // Adds the arguments of a source to a command: the name and --keep-line-end.
-void AddStreamSource( CLI::App& rCommand, StreamSource& rSource );
-void AddKeepLineEnd( CLI::App& rCommand, StreamSource& rSource );
+void AddStreamSource( Command aCommand, StreamSource& rSource );
+void AddKeepLineEnd( Command aCommand, StreamSource& rSource );
 
 // Reads a stream. One line end behind the last record is dropped, as a shell's pipe adds it, unless it is to be kept.
 // A single record without a header is taken as a stream of one, with a note to the user.

@@ -28,11 +28,11 @@ ExitCode Check( const CheckOptions& rOptions )
 {
     const std::vector<IniFinding> aFindings = FindIniFaults( ReadInput( rOptions.aFile ) );
     const std::string aTitle = GetInputTitle( rOptions.aFile );
-    auto aJson = nlohmann::ordered_json::array();
+    Json aJson = Json::Array();
     for ( const IniFinding& rFinding : aFindings )
     {
         if ( rOptions.fJson )
-            aJson.push_back( { { "file", aTitle }, { "line", rFinding.nLine }, { "text", rFinding.aText } } );
+            aJson.Add( { { "file", aTitle }, { "line", rFinding.nLine }, { "text", rFinding.aText } } );
         else
             WriteOutput( aTitle + ":" + std::to_string( rFinding.nLine ) + ": " + rFinding.aText + "\n" );
     }
@@ -43,12 +43,12 @@ ExitCode Check( const CheckOptions& rOptions )
 
 } // namespace
 
-void AddIniCheckCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddIniCheckCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "check", "Name the lines that are not read" );
-    pCommand->footer( EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "check", "Name the lines that are not read" );
+    aCommand.SetFooter( EXAMPLES );
     auto pOptions = std::make_shared<CheckOptions>();
-    AddWord( *pCommand, "FILE", pOptions->aFile, "The file, - for standard input" );
-    pCommand->add_flag( "--json", pOptions->fJson, "Print a JSON array instead" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Check( *pOptions ); } );
+    aCommand.AddWord( "FILE", pOptions->aFile, "The file, - for standard input" );
+    aCommand.AddFlag( "--json", pOptions->fJson, "Print a JSON array instead" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Check( *pOptions ); } );
 }

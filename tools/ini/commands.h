@@ -3,17 +3,11 @@
 
 #include "tools/families.h"
 
-void AddIniGetCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddIniSetCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddIniDeleteCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddIniListCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddIniGroupsCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddIniCopyGroupCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddIniRenameGroupCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddIniCheckCommand( CLI::App& rFamily, ExitCode& rExitCode );
-
-// A word that the command line must have.
-inline void AddWord( CLI::App& rCommand, const char* pName, std::string& rWord, const char* pHelp )
-{
-    rCommand.add_option( pName, rWord, pHelp )->required()->type_name( "" );
-}
+void AddIniGetCommand( Command aFamily, ExitCode& rExitCode );
+void AddIniSetCommand( Command aFamily, ExitCode& rExitCode );
+void AddIniDeleteCommand( Command aFamily, ExitCode& rExitCode );
+void AddIniListCommand( Command aFamily, ExitCode& rExitCode );
+void AddIniGroupsCommand( Command aFamily, ExitCode& rExitCode );
+void AddIniCopyGroupCommand( Command aFamily, ExitCode& rExitCode );
+void AddIniRenameGroupCommand( Command aFamily, ExitCode& rExitCode );
+void AddIniCheckCommand( Command aFamily, ExitCode& rExitCode );

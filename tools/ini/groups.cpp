@@ -82,27 +82,26 @@ ExitCode Copy( const GroupOptions& rOptions, bool fRename )
     return ExitCode::Ok;
 }
 
-void AddCommand( CLI::App* pCommand, const char* pExamples, bool fRename, ExitCode& rExitCode )
+void AddCommand( Command aCommand, const char* pExamples, bool fRename, ExitCode& rExitCode )
 {
-    pCommand->footer( pExamples );
+    aCommand.SetFooter( pExamples );
     auto pOptions = std::make_shared<GroupOptions>();
-    AddWord( *pCommand, "FILE", pOptions->aFile, "The file" );
-    AddWord( *pCommand, fRename ? "OLD" : "SOURCE", pOptions->aSource, "The group that is there" );
-    AddWord( *pCommand, fRename ? "NEW" : "DESTINATION", pOptions->aDestination, "The group to be made" );
-    pCommand->add_flag( "--replace", pOptions->fReplace, "Replace a group of that name" );
-    pCommand->callback( [pOptions, fRename, &rExitCode] { rExitCode = Copy( *pOptions, fRename ); } );
+    aCommand.AddWord( "FILE", pOptions->aFile, "The file" );
+    aCommand.AddWord( fRename ? "OLD" : "SOURCE", pOptions->aSource, "The group that is there" );
+    aCommand.AddWord( fRename ? "NEW" : "DESTINATION", pOptions->aDestination, "The group to be made" );
+    aCommand.AddFlag( "--replace", pOptions->fReplace, "Replace a group of that name" );
+    aCommand.SetAction( [pOptions, fRename, &rExitCode] { rExitCode = Copy( *pOptions, fRename ); } );
 }
 
 } // namespace
 
-void AddIniCopyGroupCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddIniCopyGroupCommand( Command aFamily, ExitCode& rExitCode )
 {
-    AddCommand( rFamily.add_subcommand( "copy-group", "Copy a group within the file" ), COPY_EXAMPLES, false,
+    AddCommand( aFamily.AddSubcommand( "copy-group", "Copy a group within the file" ), COPY_EXAMPLES, false,
                 rExitCode );
 }
 
-void AddIniRenameGroupCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddIniRenameGroupCommand( Command aFamily, ExitCode& rExitCode )
 {
-    AddCommand( rFamily.add_subcommand( "rename-group", "Rename a group" ), RENAME_EXAMPLES, true,
-                rExitCode );
+    AddCommand( aFamily.AddSubcommand( "rename-group", "Rename a group" ), RENAME_EXAMPLES, true, rExitCode );
 }

@@ -6,6 +6,7 @@
 #include "tools/talk.h"
 
 #include <memory>
+#include <optional>
 
 namespace
 {
@@ -21,13 +22,10 @@ constexpr char GROUPS_EXAMPLES[] =
     "Example:\n"
     "  bxtool ini groups server.ini\n";
 
-using Json = nlohmann::ordered_json;
-
 struct ListOptions
 {
     std::string aFile;
-    std::string aGroup;
-    CLI::Option* pGroup = NULL;
+    std::optional<std::string> aGroup; // all of them if not given
     bool fJson = false;
 };
 
@@ -41,28 +39,28 @@ void WriteGroup( const IniFile& rFile, const std::string& aGroup )
 
 Json ToJson( const IniFile& rFile, const std::string& aGroup )
 {
-    Json aKeys = Json::array();
+    Json aKeys = Json::Array();
     for ( const std::string& rKey : rFile.GetKeys( aGroup ) )
-        aKeys.push_back( { { "key", rKey }, { "value", rFile.Read( aGroup, rKey ).value_or( "" ) } } );
+        aKeys.Add( { { "key", rKey }, { "value", rFile.Read( aGroup, rKey ).value_or( "" ) } } );
     return { { "group", aGroup }, { "keys", aKeys } };
 }
 
 ExitCode List( const ListOptions& rOptions )
 {
     const IniFile aFile( rOptions.aFile );
-    const bool fOne = rOptions.pGroup->count() != 0;
     // What stands before the first group is one, too, though it has no header.
     const bool fNameless = !aFile.GetKeys( "" ).empty();
-    if ( fOne && !( rOptions.aGroup.empty() ? fNameless : aFile.HasGroup( rOptions.aGroup ) ) )
-        throw ToolFailure( ExitCode::No, aFile.TitleOf( rOptions.aGroup ) + " does not exist" );
-    std::vector<std::string> aGroups = fOne ? std::vector{ rOptions.aGroup } : aFile.GetGroups();
-    if ( !fOne && fNameless )
+    const std::optional<std::string>& rOne = rOptions.aGroup;
+    if ( rOne && !( rOne->empty() ? fNameless : aFile.HasGroup( *rOne ) ) )
+        throw ToolFailure( ExitCode::No, aFile.TitleOf( *rOne ) + " does not exist" );
+    std::vector<std::string> aGroups = rOne ? std::vector{ *rOne } : aFile.GetGroups();
+    if ( !rOne && fNameless )
         aGroups.insert( aGroups.begin(), "" );
-    Json aJson = Json::array();
+    Json aJson = Json::Array();
     for ( const std::string& rGroup : aGroups )
     {
         if ( rOptions.fJson )
-            aJson.push_back( ToJson( aFile, rGroup ) );
+            aJson.Add( ToJson( aFile, rGroup ) );
         else
             WriteGroup( aFile, rGroup );
     }
@@ -75,7 +73,7 @@ ExitCode Groups( const ListOptions& rOptions )
 {
     const std::vector<std::string> aGroups = IniFile( rOptions.aFile ).GetGroups();
     if ( rOptions.fJson )
-        WriteOutput( JsonLine( aGroups ) );
+        WriteOutput( JsonLine( Json::ArrayOf( aGroups ) ) );
     else
         for ( const std::string& rGroup : aGroups )
             WriteOutput( MakeVisible( rGroup ) + "\n" );
@@ -84,24 +82,23 @@ ExitCode Groups( const ListOptions& rOptions )
 
 } // namespace
 
-void AddIniListCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddIniListCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "list", "Print keys and values" );
-    pCommand->footer( LIST_EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "list", "Print keys and values" );
+    aCommand.SetFooter( LIST_EXAMPLES );
     auto pOptions = std::make_shared<ListOptions>();
-    AddWord( *pCommand, "FILE", pOptions->aFile, "The file" );
-    pOptions->pGroup = pCommand->add_option( "GROUP", pOptions->aGroup, "The group; nothing: all of them" );
-    pOptions->pGroup->type_name( "" );
-    pCommand->add_flag( "--json", pOptions->fJson, "Print JSON instead" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = List( *pOptions ); } );
+    aCommand.AddWord( "FILE", pOptions->aFile, "The file" );
+    aCommand.AddOption( "GROUP", pOptions->aGroup, "The group; nothing: all of them" ).TypeName( "" );
+    aCommand.AddFlag( "--json", pOptions->fJson, "Print JSON instead" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = List( *pOptions ); } );
 }
 
-void AddIniGroupsCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddIniGroupsCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "groups", "Print the names of the groups" );
-    pCommand->footer( GROUPS_EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "groups", "Print the names of the groups" );
+    aCommand.SetFooter( GROUPS_EXAMPLES );
     auto pOptions = std::make_shared<ListOptions>();
-    AddWord( *pCommand, "FILE", pOptions->aFile, "The file" );
-    pCommand->add_flag( "--json", pOptions->fJson, "Print a JSON array instead" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Groups( *pOptions ); } );
+    aCommand.AddWord( "FILE", pOptions->aFile, "The file" );
+    aCommand.AddFlag( "--json", pOptions->fJson, "Print a JSON array instead" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Groups( *pOptions ); } );
 }

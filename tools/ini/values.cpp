@@ -5,6 +5,7 @@
 #include "tools/talk.h"
 
 #include <memory>
+#include <optional>
 
 namespace
 {
@@ -30,15 +31,15 @@ struct ValueOptions
     std::string aGroup;
     std::string aKey;
     std::string aValue;
-    CLI::Option* pKey = NULL;
+    std::optional<std::string> aKeyToDelete; // the whole group if not given
     bool fJson = false;
 };
 
-std::shared_ptr<ValueOptions> AddFileAndGroup( CLI::App& rCommand )
+std::shared_ptr<ValueOptions> AddFileAndGroup( Command aCommand )
 {
     auto pOptions = std::make_shared<ValueOptions>();
-    AddWord( rCommand, "FILE", pOptions->aFile, "The file" );
-    AddWord( rCommand, "GROUP", pOptions->aGroup, "The group; '' for what stands before the first one" );
+    aCommand.AddWord( "FILE", pOptions->aFile, "The file" );
+    aCommand.AddWord( "GROUP", pOptions->aGroup, "The group; '' for what stands before the first one" );
     return pOptions;
 }
 
@@ -60,15 +61,15 @@ ExitCode Get( const ValueOptions& rOptions )
 ExitCode Delete( const ValueOptions& rOptions )
 {
     const IniFile aFile( rOptions.aFile );
-    const bool fKey = rOptions.pKey->count() != 0;
+    const std::optional<std::string>& rKey = rOptions.aKeyToDelete;
     const bool fThere =
-        fKey ? aFile.Read( rOptions.aGroup, rOptions.aKey ).has_value() : aFile.HasGroup( rOptions.aGroup );
+        rKey ? aFile.Read( rOptions.aGroup, *rKey ).has_value() : aFile.HasGroup( rOptions.aGroup );
     const std::string aTitle =
-        fKey ? aFile.TitleOf( rOptions.aGroup, rOptions.aKey ) : aFile.TitleOf( rOptions.aGroup );
+        rKey ? aFile.TitleOf( rOptions.aGroup, *rKey ) : aFile.TitleOf( rOptions.aGroup );
     if ( !fThere )
         throw ToolFailure( ExitCode::No, aTitle + " does not exist" );
-    if ( fKey )
-        aFile.DeleteKey( rOptions.aGroup, rOptions.aKey );
+    if ( rKey )
+        aFile.DeleteKey( rOptions.aGroup, *rKey );
     else
         aFile.DeleteGroup( rOptions.aGroup );
     SayNote( "deleted " + aTitle );
@@ -77,24 +78,24 @@ ExitCode Delete( const ValueOptions& rOptions )
 
 } // namespace
 
-void AddIniGetCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddIniGetCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "get", "Print a value" );
-    pCommand->footer( GET_EXAMPLES );
-    const auto pOptions = AddFileAndGroup( *pCommand );
-    AddWord( *pCommand, "KEY", pOptions->aKey, "The key" );
-    pCommand->add_flag( "--json", pOptions->fJson, "Print group, key and value as JSON" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Get( *pOptions ); } );
+    const Command aCommand = aFamily.AddSubcommand( "get", "Print a value" );
+    aCommand.SetFooter( GET_EXAMPLES );
+    const auto pOptions = AddFileAndGroup( aCommand );
+    aCommand.AddWord( "KEY", pOptions->aKey, "The key" );
+    aCommand.AddFlag( "--json", pOptions->fJson, "Print group, key and value as JSON" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Get( *pOptions ); } );
 }
 
-void AddIniSetCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddIniSetCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "set", "Set a value" );
-    pCommand->footer( SET_EXAMPLES );
-    const auto pOptions = AddFileAndGroup( *pCommand );
-    AddWord( *pCommand, "KEY", pOptions->aKey, "The key" );
-    AddWord( *pCommand, "VALUE", pOptions->aValue, "The value; get prints just this" );
-    pCommand->callback(
+    const Command aCommand = aFamily.AddSubcommand( "set", "Set a value" );
+    aCommand.SetFooter( SET_EXAMPLES );
+    const auto pOptions = AddFileAndGroup( aCommand );
+    aCommand.AddWord( "KEY", pOptions->aKey, "The key" );
+    aCommand.AddWord( "VALUE", pOptions->aValue, "The value; get prints just this" );
+    aCommand.SetAction(
         [pOptions, &rExitCode]
         {
             IniFile( pOptions->aFile ).Set( pOptions->aGroup, pOptions->aKey, pOptions->aValue );
@@ -102,12 +103,11 @@ void AddIniSetCommand( CLI::App& rFamily, ExitCode& rExitCode )
         } );
 }
 
-void AddIniDeleteCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddIniDeleteCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "delete", "Delete a key, or a group" );
-    pCommand->footer( DELETE_EXAMPLES );
-    const auto pOptions = AddFileAndGroup( *pCommand );
-    pOptions->pKey = pCommand->add_option( "KEY", pOptions->aKey, "The key; nothing: the whole group" );
-    pOptions->pKey->type_name( "" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Delete( *pOptions ); } );
+    const Command aCommand = aFamily.AddSubcommand( "delete", "Delete a key, or a group" );
+    aCommand.SetFooter( DELETE_EXAMPLES );
+    const auto pOptions = AddFileAndGroup( aCommand );
+    aCommand.AddOption( "KEY", pOptions->aKeyToDelete, "The key; nothing: the whole group" ).TypeName( "" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Delete( *pOptions ); } );
 }

@@ -81,7 +81,7 @@ ExitCode Build( const BuildOptions& rOptions )
     if ( rOptions.fJson )
         WriteOutput( JsonLine( { { "file", rFile },
                                  { "texts", nTexts },
-                                 { "languages", aLanguages },
+                                 { "languages", Json::ArrayOf( aLanguages ) },
                                  { "version", aVersion } } ) );
     else
     {
@@ -96,24 +96,22 @@ ExitCode Build( const BuildOptions& rOptions )
 
 } // namespace
 
-void AddNlsBuildCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddNlsBuildCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "build", "Make a release file from language files" );
-    pCommand->footer( EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "build", "Make a release file from language files" );
+    aCommand.SetFooter( EXAMPLES );
     auto pOptions = std::make_shared<BuildOptions>();
-    pCommand
-        ->add_option( "DIR FILE", pOptions->aNames,
-                      "The folder of the language files, or several, and at last the release file" )
-        ->required()
-        ->expected( 2, CLI::detail::expected_max_vector_size )
-        ->type_name( "" );
-    pCommand->add_option( "--file-version", pOptions->aVersion,
-                          "What the version entry says; nothing: a checksum of the texts" );
-    pCommand
-        ->add_option( "--key-length", pOptions->nKeyLength,
-                      "The longest FILE.GROUPKEY that is right, in bytes; nothing: any" )
-        ->check( CLI::Range( 1, 0xFFFF ) );
-    pCommand->add_flag( "--force", pOptions->fForce, "Build what can be read of language files with faults" );
-    pCommand->add_flag( "--json", pOptions->fJson, "Print JSON instead" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Build( *pOptions ); } );
+    aCommand
+        .AddWord( "DIR FILE", pOptions->aNames,
+                  "The folder of the language files, or several, and at last the release file" )
+        .AtLeast( 2 );
+    aCommand.AddOption( "--file-version", pOptions->aVersion,
+                        "What the version entry says; nothing: a checksum of the texts" );
+    aCommand
+        .AddOption( "--key-length", pOptions->nKeyLength,
+                    "The longest FILE.GROUPKEY that is right, in bytes; nothing: any" )
+        .InRange( 1, 0xFFFF );
+    aCommand.AddFlag( "--force", pOptions->fForce, "Build what can be read of language files with faults" );
+    aCommand.AddFlag( "--json", pOptions->fJson, "Print JSON instead" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Build( *pOptions ); } );
 }

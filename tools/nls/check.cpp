@@ -29,13 +29,13 @@ struct CheckOptions
 ExitCode Check( const CheckOptions& rOptions )
 {
     const Project aProject = ReadProject( rOptions.aFolders, rOptions.nKeyLength );
-    auto aJson = nlohmann::ordered_json::array();
+    Json aJson = Json::Array();
     for ( const Finding& rFinding : aProject.aFindings )
         if ( rOptions.fJson )
-            aJson.push_back( { { "file", rFinding.aFile },
-                               { "line", rFinding.aPlace.nLine },
-                               { "column", rFinding.aPlace.nColumn },
-                               { "text", rFinding.aText } } );
+            aJson.Add( { { "file", rFinding.aFile },
+                         { "line", rFinding.aPlace.nLine },
+                         { "column", rFinding.aPlace.nColumn },
+                         { "text", rFinding.aText } } );
         else
             WriteOutput( DescribeFinding( rFinding ) + "\n" );
     if ( rOptions.fJson )
@@ -45,18 +45,16 @@ ExitCode Check( const CheckOptions& rOptions )
 
 } // namespace
 
-void AddNlsCheckCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddNlsCheckCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "check", "Name what is wrong in language files" );
-    pCommand->footer( EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "check", "Name what is wrong in language files" );
+    aCommand.SetFooter( EXAMPLES );
     auto pOptions = std::make_shared<CheckOptions>();
-    pCommand->add_option( "DIR", pOptions->aFolders, "The folder of the language files; also several" )
-        ->required()
-        ->type_name( "" );
-    pCommand
-        ->add_option( "--key-length", pOptions->nKeyLength,
-                      "The longest FILE.GROUPKEY that is right, in bytes; nothing: any" )
-        ->check( CLI::Range( 1, 0xFFFF ) );
-    pCommand->add_flag( "--json", pOptions->fJson, "Print a JSON array instead" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Check( *pOptions ); } );
+    aCommand.AddWord( "DIR", pOptions->aFolders, "The folder of the language files; also several" );
+    aCommand
+        .AddOption( "--key-length", pOptions->nKeyLength,
+                    "The longest FILE.GROUPKEY that is right, in bytes; nothing: any" )
+        .InRange( 1, 0xFFFF );
+    aCommand.AddFlag( "--json", pOptions->fJson, "Print a JSON array instead" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Check( *pOptions ); } );
 }

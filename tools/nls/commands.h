@@ -3,7 +3,7 @@
 
 #include "tools/families.h"
 
-void AddNlsBuildCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddNlsCheckCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddNlsGetCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddNlsDumpCommand( CLI::App& rFamily, ExitCode& rExitCode );
+void AddNlsBuildCommand( Command aFamily, ExitCode& rExitCode );
+void AddNlsCheckCommand( Command aFamily, ExitCode& rExitCode );
+void AddNlsGetCommand( Command aFamily, ExitCode& rExitCode );
+void AddNlsDumpCommand( Command aFamily, ExitCode& rExitCode );

@@ -1,7 +1,6 @@
 // bxtool nls get and dump.
 #include "tools/errors/bytes.h"
 #include "tools/errors/displaytext.h"
-#include "tools/ini/commands.h"
 #include "tools/jsonline.h"
 #include "tools/nls/commands.h"
 #include "tools/nls/releasefile.h"
@@ -58,7 +57,7 @@ ExitCode Get( const ReadOptions& rOptions )
 ExitCode Dump( const ReadOptions& rOptions )
 {
     const std::string aCode = rOptions.nLanguage == 0 ? "" : CodeText( rOptions.nLanguage );
-    auto aJson = nlohmann::ordered_json::array();
+    Json aJson = Json::Array();
     size_t nPairs = 0;
     for ( const ReleasePair& rPair : ReadReleaseFile( rOptions.aTexts ) )
     {
@@ -66,7 +65,7 @@ ExitCode Dump( const ReadOptions& rOptions )
             continue;
         nPairs++;
         if ( rOptions.fJson )
-            aJson.push_back( { { "key", rPair.aKey }, { "text", rPair.aValue } } );
+            aJson.Add( { { "key", rPair.aKey }, { "text", rPair.aValue } } );
         else
             WriteOutput( MakeVisible( rPair.aKey + " = " + rPair.aValue ) + "\n" );
     }
@@ -75,33 +74,33 @@ ExitCode Dump( const ReadOptions& rOptions )
     return nPairs == 0 ? ExitCode::No : ExitCode::Ok;
 }
 
-void AddLanguage( CLI::App& rCommand, ReadOptions& rOptions, const char* pHelp )
+void AddLanguage( Command aCommand, ReadOptions& rOptions, const char* pHelp )
 {
-    rCommand.add_option( "--language", rOptions.nLanguage, pHelp )->check( LanguageRange() );
+    aCommand.AddOption( "--language", rOptions.nLanguage, pHelp ).InRange( FIRST_LANGUAGE, LAST_LANGUAGE );
 }
 
 } // namespace
 
-void AddNlsGetCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddNlsGetCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "get", "Print the text of a key" );
-    pCommand->footer( GET_EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "get", "Print the text of a key" );
+    aCommand.SetFooter( GET_EXAMPLES );
     auto pOptions = std::make_shared<ReadOptions>();
-    AddWord( *pCommand, "TEXTS", pOptions->aTexts, "The release file, or the folder of language files" );
-    AddWord( *pCommand, "SECTION", pOptions->aSection, "FILE.GROUP, such as an error class" );
-    AddWord( *pCommand, "KEY", pOptions->aKey, "The key, such as an error number" );
-    AddLanguage( *pCommand, *pOptions, "The language's number; nothing: the system's" );
-    pCommand->add_flag( "--json", pOptions->fJson, "Print JSON instead" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Get( *pOptions ); } );
+    aCommand.AddWord( "TEXTS", pOptions->aTexts, "The release file, or the folder of language files" );
+    aCommand.AddWord( "SECTION", pOptions->aSection, "FILE.GROUP, such as an error class" );
+    aCommand.AddWord( "KEY", pOptions->aKey, "The key, such as an error number" );
+    AddLanguage( aCommand, *pOptions, "The language's number; nothing: the system's" );
+    aCommand.AddFlag( "--json", pOptions->fJson, "Print JSON instead" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Get( *pOptions ); } );
 }
 
-void AddNlsDumpCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddNlsDumpCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "dump", "Print all texts of a release file" );
-    pCommand->footer( DUMP_EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "dump", "Print all texts of a release file" );
+    aCommand.SetFooter( DUMP_EXAMPLES );
     auto pOptions = std::make_shared<ReadOptions>();
-    AddWord( *pCommand, "FILE", pOptions->aTexts, "The release file" );
-    AddLanguage( *pCommand, *pOptions, "Only the texts of this language" );
-    pCommand->add_flag( "--json", pOptions->fJson, "Print a JSON array instead" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Dump( *pOptions ); } );
+    aCommand.AddWord( "FILE", pOptions->aTexts, "The release file" );
+    AddLanguage( aCommand, *pOptions, "Only the texts of this language" );
+    aCommand.AddFlag( "--json", pOptions->fJson, "Print a JSON array instead" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Dump( *pOptions ); } );
 }

@@ -3,10 +3,10 @@
 
 #include "tools/families.h"
 
-void AddRegGetCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddRegSetCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddRegListCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddRegDeleteCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddRegExportCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddRegImportCommand( CLI::App& rFamily, ExitCode& rExitCode );
-void AddRegWatchCommand( CLI::App& rFamily, ExitCode& rExitCode );
+void AddRegGetCommand( Command aFamily, ExitCode& rExitCode );
+void AddRegSetCommand( Command aFamily, ExitCode& rExitCode );
+void AddRegListCommand( Command aFamily, ExitCode& rExitCode );
+void AddRegDeleteCommand( Command aFamily, ExitCode& rExitCode );
+void AddRegExportCommand( Command aFamily, ExitCode& rExitCode );
+void AddRegImportCommand( Command aFamily, ExitCode& rExitCode );
+void AddRegWatchCommand( Command aFamily, ExitCode& rExitCode );

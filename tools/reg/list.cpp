@@ -19,8 +19,6 @@ constexpr char EXAMPLES[] =
     "  bxtool reg list 'HKLM\\Software\\Company' --values\n"
     "  bxtool reg list HKLM/Software/Company --values --json\n";
 
-using Json = nlohmann::ordered_json;
-
 struct ListOptions
 {
     std::string aKey;
@@ -44,17 +42,18 @@ void WriteTree( const RegTree& rTree, const std::string& aIndent, bool fValues )
 
 Json ToJson( const RegTree& rTree, const std::string& aName, bool fValues )
 {
-    Json aJson;
-    aJson["key"] = FromSystemText( aName );
+    Json aJson = { { "key", FromSystemText( aName ) } };
     if ( fValues )
     {
-        aJson["values"] = Json::array();
+        Json aValues = Json::Array();
         for ( const RegValue& rValue : rTree.aValues )
-            aJson["values"].push_back( GetValueJson( rValue ) );
+            aValues.Add( GetValueJson( rValue ) );
+        aJson.Set( "values", aValues );
     }
-    aJson["keys"] = Json::array();
+    Json aKeys = Json::Array();
     for ( const RegTree& rBelow : rTree.aKeys )
-        aJson["keys"].push_back( ToJson( rBelow, rBelow.aName, fValues ) );
+        aKeys.Add( ToJson( rBelow, rBelow.aName, fValues ) );
+    aJson.Set( "keys", aKeys );
     return aJson;
 }
 
@@ -75,13 +74,13 @@ ExitCode List( const ListOptions& rOptions )
 
 } // namespace
 
-void AddRegListCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddRegListCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "list", "Print a key and what is below it" );
-    pCommand->footer( EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "list", "Print a key and what is below it" );
+    aCommand.SetFooter( EXAMPLES );
     auto pOptions = std::make_shared<ListOptions>();
-    pCommand->add_option( "KEY", pOptions->aKey, "The key" )->required()->type_name( "" );
-    pCommand->add_flag( "--values", pOptions->fValues, "Print the values, too" );
-    pCommand->add_flag( "--json", pOptions->fJson, "Print JSON instead" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = List( *pOptions ); } );
+    aCommand.AddWord( "KEY", pOptions->aKey, "The key" );
+    aCommand.AddFlag( "--values", pOptions->fValues, "Print the values, too" );
+    aCommand.AddFlag( "--json", pOptions->fJson, "Print JSON instead" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = List( *pOptions ); } );
 }

@@ -84,26 +84,23 @@ ExitCode Import( const TransferOptions& rOptions )
 
 } // namespace
 
-void AddRegExportCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddRegExportCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand =
-        rFamily.add_subcommand( "export", "Write a key and what is below it as a .reg file" );
-    pCommand->footer( EXPORT_EXAMPLES );
+    const Command aCommand =
+        aFamily.AddSubcommand( "export", "Write a key and what is below it as a .reg file" );
+    aCommand.SetFooter( EXPORT_EXAMPLES );
     auto pOptions = std::make_shared<TransferOptions>();
-    pCommand->add_option( "KEY", pOptions->aKey, "The key" )->required()->type_name( "" );
-    pCommand->add_option( "FILE", pOptions->aFile, "Where to; - or nothing: standard output" )
-        ->type_name( "" );
-    pCommand->add_flag( "--utf16", pOptions->fUtf16, "Write UTF-16 and CR LF, as Windows programs want it" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Export( *pOptions ); } );
+    aCommand.AddWord( "KEY", pOptions->aKey, "The key" );
+    aCommand.AddOption( "FILE", pOptions->aFile, "Where to; - or nothing: standard output" ).TypeName( "" );
+    aCommand.AddFlag( "--utf16", pOptions->fUtf16, "Write UTF-16 and CR LF, as Windows programs want it" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Export( *pOptions ); } );
 }
 
-void AddRegImportCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddRegImportCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "import", "Make the changes that a .reg file holds" );
-    pCommand->footer( IMPORT_EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "import", "Make the changes that a .reg file holds" );
+    aCommand.SetFooter( IMPORT_EXAMPLES );
     auto pOptions = std::make_shared<TransferOptions>();
-    pCommand->add_option( "FILE", pOptions->aFile, "The file; -: standard input" )
-        ->required()
-        ->type_name( "" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Import( *pOptions ); } );
+    aCommand.AddWord( "FILE", pOptions->aFile, "The file; -: standard input" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Import( *pOptions ); } );
 }

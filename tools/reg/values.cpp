@@ -7,6 +7,7 @@
 #include "tools/talk.h"
 
 #include <memory>
+#include <optional>
 
 namespace
 {
@@ -37,18 +38,15 @@ struct ValueOptions
     std::string aName;
     std::string aType = "string";
     std::vector<std::string> aWords;
-    CLI::Option* pName = NULL;
+    std::optional<std::string> aNameToDelete; // the whole key if not given
     bool fJson = false;
     bool fRecursive = false;
 };
 
-void AddKey( CLI::App& rCommand, ValueOptions& rOptions )
+void AddKey( Command aCommand, ValueOptions& rOptions )
 {
-    rCommand
-        .add_option( "KEY", rOptions.aKey,
-                     "The key, such as HKLM\\Software\\Company or HKLM/Software/Company" )
-        ->required()
-        ->type_name( "" );
+    aCommand.AddWord( "KEY", rOptions.aKey,
+                      "The key, such as HKLM\\Software\\Company or HKLM/Software/Company" );
 }
 
 ExitCode Get( const ValueOptions& rOptions )
@@ -84,8 +82,8 @@ ExitCode DeleteValue( const KeyPath& rPath, const std::string& aName )
 ExitCode Delete( const ValueOptions& rOptions )
 {
     const KeyPath aPath = ParseKeyPath( rOptions.aKey );
-    if ( *rOptions.pName )
-        return DeleteValue( aPath, rOptions.aName );
+    if ( rOptions.aNameToDelete )
+        return DeleteValue( aPath, *rOptions.aNameToDelete );
     if ( aPath.aPath.empty() )
         throw ToolFailure( ExitCode::Usage,
                            aPath.GetTitle() + " is a root and cannot be deleted; name a key below it" );
@@ -105,49 +103,48 @@ ExitCode Delete( const ValueOptions& rOptions )
 
 } // namespace
 
-void AddRegGetCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddRegGetCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "get", "Print a value" );
-    pCommand->footer( GET_EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "get", "Print a value" );
+    aCommand.SetFooter( GET_EXAMPLES );
     auto pOptions = std::make_shared<ValueOptions>();
-    AddKey( *pCommand, *pOptions );
-    pCommand->add_option( "VALUE", pOptions->aName, "The value's name; nothing: the key's default value" )
-        ->type_name( "" );
-    pCommand->add_flag( "--json", pOptions->fJson, "Print name, type and data as JSON" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Get( *pOptions ); } );
+    AddKey( aCommand, *pOptions );
+    aCommand.AddOption( "VALUE", pOptions->aName, "The value's name; nothing: the key's default value" )
+        .TypeName( "" );
+    aCommand.AddFlag( "--json", pOptions->fJson, "Print name, type and data as JSON" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Get( *pOptions ); } );
 }
 
-void AddRegSetCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddRegSetCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "set", "Set a value" );
-    pCommand->footer( SET_EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "set", "Set a value" );
+    aCommand.SetFooter( SET_EXAMPLES );
     auto pOptions = std::make_shared<ValueOptions>();
-    AddKey( *pCommand, *pOptions );
-    pCommand->add_option( "VALUE", pOptions->aName, "The value's name; '' is the key's default value" )
-        ->required()
-        ->type_name( "" );
-    pCommand->add_option( "DATA", pOptions->aWords, "The data; a multi value takes any number of texts" )
-        ->type_name( "" );
-    pCommand->add_option( "--type", pOptions->aType, "One of " + GetTypeNames() )
-        ->type_name( "TYPE" )
-        ->capture_default_str()
-        ->check(
+    AddKey( aCommand, *pOptions );
+    aCommand.AddWord( "VALUE", pOptions->aName, "The value's name; '' is the key's default value" );
+    aCommand.AddOption( "DATA", pOptions->aWords, "The data; a multi value takes any number of texts" )
+        .TypeName( "" );
+    aCommand.AddOption( "--type", pOptions->aType, "One of " + GetTypeNames() )
+        .TypeName( "TYPE" )
+        .ShowsDefault()
+        .CheckedBy(
             []( const std::string& aName ) {
                 return FindType( aName ) ? std::string()
                                          : "\"" + aName + "\" is no type; there are " + GetTypeNames();
             } );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Set( *pOptions ); } );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Set( *pOptions ); } );
 }
 
-void AddRegDeleteCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddRegDeleteCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "delete", "Delete a value, or a key" );
-    pCommand->footer( DELETE_EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "delete", "Delete a value, or a key" );
+    aCommand.SetFooter( DELETE_EXAMPLES );
     auto pOptions = std::make_shared<ValueOptions>();
-    AddKey( *pCommand, *pOptions );
-    pOptions->pName = pCommand->add_option(
-        "VALUE", pOptions->aName, "The value's name, '' for the default value; nothing: the whole key" );
-    pOptions->pName->type_name( "" );
-    pCommand->add_flag( "-f,--recursive", pOptions->fRecursive, "Delete a key with all its subkeys" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Delete( *pOptions ); } );
+    AddKey( aCommand, *pOptions );
+    aCommand
+        .AddOption( "VALUE", pOptions->aNameToDelete,
+                    "The value's name, '' for the default value; nothing: the whole key" )
+        .TypeName( "" );
+    aCommand.AddFlag( "-f,--recursive", pOptions->fRecursive, "Delete a key with all its subkeys" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Delete( *pOptions ); } );
 }

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 namespace
 {
@@ -166,28 +165,23 @@ std::string GetValueLine( const RegValue& rValue )
     return aLine;
 }
 
-nlohmann::ordered_json GetValueJson( const RegValue& rValue )
+Json GetValueJson( const RegValue& rValue )
 {
-    nlohmann::ordered_json aJson;
-    aJson["name"] = FromSystemText( rValue.aName );
-    aJson["type"] = GetTypeTitle( rValue.dwType );
+    Json aJson = { { "name", FromSystemText( rValue.aName ) }, { "type", GetTypeTitle( rValue.dwType ) } };
     const std::vector<std::string> aLines = GetDataLines( rValue );
     if ( IsNumber( rValue ) )
     {
-        aJson["data"] = NumberOf( rValue.aBytes );
+        aJson.Set( "data", NumberOf( rValue.aBytes ) );
         return aJson;
     }
     std::vector<std::string> aTexts;
     for ( const std::string& rLine : aLines )
         aTexts.push_back( FromSystemText( rLine ) );
     const bool fSeveral = rValue.dwType == REG_MULTI_SZ;
-    if ( fSeveral )
-        aJson["data"] = aTexts;
-    else
-        aJson["data"] = aTexts.front();
+    aJson.Set( "data", fSeveral ? Json::ArrayOf( aTexts ) : Json( aTexts.front() ) );
     const std::string aSaid = fSeveral ? JoinTexts( aLines ) : aLines.front() + '\0';
     const bool fUtf8 = MakeVisible( FromSystemText( aSaid ) ).find( "\xEF\xBF\xBD" ) == std::string::npos;
     if ( IsTextType( rValue.dwType ) && ( aSaid != rValue.aBytes || !fUtf8 ) )
-        aJson["bytes"] = ToHex( rValue.aBytes );
+        aJson.Set( "bytes", ToHex( rValue.aBytes ) );
     return aJson;
 }

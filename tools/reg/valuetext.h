@@ -1,9 +1,9 @@
 // Values as people and other programs read and write them.
 #pragma once
 
+#include "tools/jsonline.h"
 #include "tools/reg/regvalue.h"
 
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,4 +24,4 @@ RegValue MakeValue( const std::string& aName, DWORD dwType, const std::vector<st
 std::string GetValueName( const RegValue& rValue );
 std::string GetValueLine( const RegValue& rValue );
 // An object with name, type and data; and the bytes, in hexadecimal, where the data do not say them all.
-nlohmann::ordered_json GetValueJson( const RegValue& rValue );
+Json GetValueJson( const RegValue& rValue );

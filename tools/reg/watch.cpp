@@ -112,13 +112,13 @@ ExitCode Watch( const WatchOptions& rOptions )
 
 } // namespace
 
-void AddRegWatchCommand( CLI::App& rFamily, ExitCode& rExitCode )
+void AddRegWatchCommand( Command aFamily, ExitCode& rExitCode )
 {
-    CLI::App* pCommand = rFamily.add_subcommand( "watch", "Print changes of a key as they happen" );
-    pCommand->footer( EXAMPLES );
+    const Command aCommand = aFamily.AddSubcommand( "watch", "Print changes of a key as they happen" );
+    aCommand.SetFooter( EXAMPLES );
     auto pOptions = std::make_shared<WatchOptions>();
-    pCommand->add_option( "KEY", pOptions->aKey, "The key" )->required()->type_name( "" );
-    pCommand->add_flag( "--subtree", pOptions->fSubtree, "Watch everything below the key, too" );
-    pCommand->add_flag( "--once", pOptions->fOnce, "End after the first change" );
-    pCommand->callback( [pOptions, &rExitCode] { rExitCode = Watch( *pOptions ); } );
+    aCommand.AddWord( "KEY", pOptions->aKey, "The key" );
+    aCommand.AddFlag( "--subtree", pOptions->fSubtree, "Watch everything below the key, too" );
+    aCommand.AddFlag( "--once", pOptions->fOnce, "End after the first change" );
+    aCommand.SetAction( [pOptions, &rExitCode] { rExitCode = Watch( *pOptions ); } );
 }
