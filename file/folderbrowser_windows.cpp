@@ -1,7 +1,10 @@
-// The shell's browser.
+// The shell's browser. The shell makes a desktop for each program that loads it, and most programs never show folders: it is
+// loaded with the first question, and stays, since threads of its own may outlast a dialog.
+#include "core/guards.h"
 #include "file/folderbrowser.h"
 
 #include <bxtools/path.h>
+#include <bxtools/platform.h>
 
 #include <cstring>
 #include <shlobj.h>
@@ -9,13 +12,25 @@
 namespace
 {
 
+struct LoadedShell
+{
+    const HMODULE hShell = LoadLibraryA( "SHELL32.DLL" );
+
+    template <class Function>
+    Function Get( LPCSTR pName ) const
+    {
+        return AsFunction<Function>( GetProcAddress( hShell, pName ) );
+    }
+};
+
 // The shell's allocator, and what it gave.
 class ShellMemory
 {
 public:
-    ShellMemory()
+    explicit ShellMemory( const LoadedShell& rShell )
     {
-        if ( SHGetMalloc( &m_pMalloc ) != NOERROR )
+        const auto pGetMalloc = rShell.Get<decltype( &SHGetMalloc )>( "SHGetMalloc" );
+        if ( pGetMalloc == NULL || pGetMalloc( &m_pMalloc ) != NOERROR )
             m_pMalloc = NULL;
     }
     ~ShellMemory()
@@ -49,8 +64,11 @@ int CALLBACK SelectInitialFolder( HWND hWnd, UINT uMessage, LPARAM, LPARAM lFold
 
 FolderAnswer AskSystemForFolder( const FolderQuestion& rQuestion, MString& aFolder )
 {
-    ShellMemory aMemory;
-    if ( !aMemory )
+    const LoadedShell aShell;
+    const auto pBrowseForFolder = aShell.Get<decltype( &SHBrowseForFolderA )>( "SHBrowseForFolderA" );
+    const auto pGetPath = aShell.Get<decltype( &SHGetPathFromIDListA )>( "SHGetPathFromIDListA" );
+    ShellMemory aMemory( aShell );
+    if ( !aMemory || pBrowseForFolder == NULL || pGetPath == NULL )
         return FolderAnswer::NoBrowser;
     TCHAR szBuffer[_MAX_PATH] = {};
     if ( rQuestion.pInitialFolder != NULL )
@@ -62,11 +80,11 @@ FolderAnswer AskSystemForFolder( const FolderQuestion& rQuestion, MString& aFold
     aRequest.ulFlags = BIF_RETURNONLYFSDIRS | BIF_RETURNFSANCESTORS;
     aRequest.lpfn = &SelectInitialFolder;
     aRequest.lParam = reinterpret_cast<LPARAM>( rQuestion.pInitialFolder );
-    const LPITEMIDLIST pItems = SHBrowseForFolderA( &aRequest );
+    const LPITEMIDLIST pItems = pBrowseForFolder( &aRequest );
     if ( pItems == NULL )
         return FolderAnswer::Cancelled;
     aMemory.Own( pItems );
-    if ( !SHGetPathFromIDListA( pItems, szBuffer ) )
+    if ( !pGetPath( pItems, szBuffer ) )
         return FolderAnswer::NoPath;
     aFolder.assign( szBuffer, std::strlen( szBuffer ) );
     return FolderAnswer::Chosen;

@@ -1,5 +1,6 @@
 // A test aid: the font and the text colour of a window.
 #include "core/callreport.h"
+#include "nls/fontchoice.h"
 
 #include <bxtools/nlswindow.h>
 #include <bxtools/platform.h>
@@ -33,7 +34,7 @@ BOOL MyTestSetFont( HWND hWnd, CHOOSEFONTA& rChoice, BOOL fFirst )
     if ( GetObjectA( hFontObj, sizeof( *rChoice.lpLogFont ), rChoice.lpLogFont ) == 0 )
         return aReport.Fail( " Error: GetObject( hFontObj, sizeof(LOGFONT), (LPVOID)&lf ) == NULL" );
     SetUpChoice( rChoice, hWnd );
-    if ( !ChooseFontA( &rChoice ) )
+    if ( !AskSystemForFont( &rChoice ) )
         return FALSE;
     HFONT& rhFont = fFirst ? g_hGlobalFont : g_hSecondGlobalFont;
     if ( rhFont != NULL )
