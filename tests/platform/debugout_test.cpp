@@ -2,25 +2,27 @@
 
 #include "platform/debug/debugout.h"
 #include "platform/debug/debugringreader.h"
+#include "support/limit.h"
 #include "support/scratchfolder.h"
+#include "support/threads.h"
 
 #include <bxtools/platform.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
+#include <sstream>
 #include <string>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <thread>
 #include <unistd.h>
-#include <vector>
 
 namespace
 {
@@ -40,11 +42,11 @@ protected:
         setenv( "BXTOOLS_DEBUG_SINK", strSink.c_str(), 1 );
         ForgetDebugSettingsForTest();
     }
-    static void SendStandardErrorTo( const std::string& strPath )
+    // The descriptor is closed.
+    static void SendStandardErrorTo( int nDescriptor )
     {
-        const int nFile = open( strPath.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600 );
-        dup2( nFile, STDERR_FILENO );
-        close( nFile );
+        dup2( nDescriptor, STDERR_FILENO );
+        close( nDescriptor );
     }
     void RestoreStandardError() { dup2( m_nStandardError, STDERR_FILENO ); }
 
@@ -87,57 +89,39 @@ std::string NextInRing( DebugRingReader& rRing )
     return rRing.Next( aMessage ) ? aMessage.strText : "";
 }
 
-std::vector<std::string> SplitLines( const std::string& strText )
+// Several threads write long lines, each of one letter.
+void WriteLines( int nLines, size_t nLength )
 {
-    std::vector<std::string> aLines;
-    for ( size_t nStart = 0; nStart < strText.size(); )
+    std::atomic<char> cNext{ 'a' };
+    const auto Write = [&]
     {
-        const size_t nEnd = std::min( strText.find( '\n', nStart ), strText.size() );
-        aLines.push_back( strText.substr( nStart, nEnd - nStart ) );
-        nStart = nEnd + 1;
-    }
-    return aLines;
+        const std::string strLine = std::string( nLength, cNext++ ) + "\n";
+        for ( int n = 0; n < nLines; ++n )
+            OutputDebugStringA( strLine.c_str() );
+    };
+    OnThreads( 4, Write );
 }
 
-// Many threads write long lines, each of one letter.
-void WriteLines( int nThreads, int nLines, size_t nLength )
+// Result: how many lines there are, each of one letter as often as it was written.
+int CountWholeLines( const std::string& strText, size_t nLength )
 {
-    std::vector<std::thread> aThreads;
-    for ( int i = 0; i < nThreads; ++i )
-        aThreads.emplace_back(
-            [=]
-            {
-                const std::string strLine = std::string( nLength, static_cast<char>( 'a' + i ) ) + "\n";
-                for ( int n = 0; n < nLines; ++n )
-                    OutputDebugStringA( strLine.c_str() );
-            } );
-    for ( std::thread& rThread : aThreads )
-        rThread.join();
+    int nWhole = 0;
+    std::istringstream aText( strText );
+    for ( std::string strLine; std::getline( aText, strLine ); ++nWhole )
+        EXPECT_EQ( std::string( nLength, strLine[0] ), strLine );
+    return nWhole;
 }
 
-void ExpectWholeLines( const std::string& strText, size_t nLines, size_t nLength )
+std::ptrdiff_t CountOpenDescriptors()
 {
-    const std::vector<std::string> aLines = SplitLines( strText );
-    EXPECT_EQ( nLines, aLines.size() );
-    const auto IsWhole = [&]( const std::string& strLine )
-    { return strLine.size() == nLength && strLine.find_first_not_of( strLine[0] ) == std::string::npos; };
-    EXPECT_EQ( static_cast<std::ptrdiff_t>( aLines.size() ),
-               std::count_if( aLines.begin(), aLines.end(), IsWhole ) );
-}
-
-int CountOpenDescriptors()
-{
-    int nOpen = 0;
-    for ( int i = 0; i < 1024; ++i )
-        nOpen += fcntl( i, F_GETFD ) >= 0;
-    return nOpen;
+    return std::distance( std::filesystem::directory_iterator( "/proc/self/fd" ), {} );
 }
 } // namespace
 
 TEST_F( DebugOut, GoesToEverySinkThatIsNamed )
 {
     const int nLog = ListenAsLog( Path( "log" ) );
-    SendStandardErrorTo( Path( "stderr" ) );
+    SendStandardErrorTo( open( Path( "stderr" ).c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600 ) );
     UseSink( "file:" + Path( "one" ) + ",stderr,unknown,syslog:" + Path( "log" ) +
              ",ring,file:" + Path( "two" ) );
     DebugRingReader aRing( DebugRingReader::Start::Newest );
@@ -162,8 +146,8 @@ TEST_F( DebugOut, GoesToEverySinkThatIsNamed )
 TEST_F( DebugOut, MessagesOfThreadsNeverMix )
 {
     UseSink( "file:" + Path( "file" ) );
-    WriteLines( 4, 200, 6000 );
-    ExpectWholeLines( ReadBytes( Path( "file" ) ), 800, 6000 );
+    WriteLines( 200, 6000 );
+    EXPECT_EQ( 800, CountWholeLines( ReadBytes( Path( "file" ) ), 6000 ) );
 
     // A pipe, which takes a message of this length in pieces.
     int anPipe[2];
@@ -176,14 +160,13 @@ TEST_F( DebugOut, MessagesOfThreadsNeverMix )
             for ( ssize_t n; ( n = read( anPipe[0], aBuffer, sizeof( aBuffer ) ) ) > 0; )
                 strAll.append( aBuffer, static_cast<size_t>( n ) );
         } );
-    dup2( anPipe[1], STDERR_FILENO );
-    close( anPipe[1] );
+    SendStandardErrorTo( anPipe[1] );
     UseSink( "stderr" );
-    WriteLines( 4, 20, 200000 );
+    WriteLines( 20, 200000 );
     RestoreStandardError();
     aReader.join();
     close( anPipe[0] );
-    ExpectWholeLines( strAll, 80, 200000 );
+    EXPECT_EQ( 80, CountWholeLines( strAll, 200000 ) );
 }
 
 TEST_F( DebugOut, FailuresAreNotTheCallers )
@@ -209,21 +192,18 @@ TEST_F( DebugOut, FailuresAreNotTheCallers )
     UseSink( "stderr" );
     int anPipe[2];
     ASSERT_EQ( 0, pipe( anPipe ) );
-    dup2( anPipe[1], STDERR_FILENO );
-    close( anPipe[1] );
+    SendStandardErrorTo( anPipe[1] );
     close( anPipe[0] );
     WriteUnnoticed( "nobody reads standard error" );
     close( STDERR_FILENO );
     WriteUnnoticed( "closed" );
 
     UseSink( "file:" + Path( "limited" ) );
-    const rlimit aLimit{ 10, RLIM_INFINITY };
-    rlimit aBefore;
-    getrlimit( RLIMIT_FSIZE, &aBefore );
-    setrlimit( RLIMIT_FSIZE, &aLimit );
-    WriteUnnoticed( "0123456789" );
-    WriteUnnoticed( "beyond the limit" );
-    setrlimit( RLIMIT_FSIZE, &aBefore );
+    {
+        const Limit aLimit( RLIMIT_FSIZE, 10 );
+        WriteUnnoticed( "0123456789" );
+        WriteUnnoticed( "beyond the limit" );
+    }
     EXPECT_EQ( "0123456789", ReadBytes( Path( "limited" ) ) );
 
     sigset_t aPending;
@@ -236,23 +216,19 @@ TEST_F( DebugOut, HoldsOneDescriptorThatNobodyInherits )
 {
     UseSink( "none" );
     WriteUnnoticed( "x" );
-    const int nBefore = CountOpenDescriptors();
+    const std::ptrdiff_t nBefore = CountOpenDescriptors();
     UseSink( "file:" + Path( "file" ) );
-    WriteLines( 4, 50, 10 );
+    WriteLines( 50, 10 );
     EXPECT_EQ( nBefore + 1, CountOpenDescriptors() );
-    for ( int i = 3; i < 1024; ++i )
-    {
-        const std::string strTarget = "/proc/self/fd/" + std::to_string( i );
-        struct stat aFile, aWanted;
-        if ( stat( strTarget.c_str(), &aFile ) != 0 || stat( Path( "file" ).c_str(), &aWanted ) != 0 ||
-             aFile.st_ino != aWanted.st_ino || aFile.st_dev != aWanted.st_dev )
-            continue;
-        EXPECT_EQ( FD_CLOEXEC, fcntl( i, F_GETFD ) & FD_CLOEXEC );
-        // As a service does when it starts.
-        close( i );
-    }
-    WriteUnnoticed( "again\n" );
-    EXPECT_EQ( 201u, SplitLines( ReadBytes( Path( "file" ) ) ).size() );
+    int nSink = 3;
+    for ( std::error_code aNone;
+          !std::filesystem::equivalent( "/proc/self/fd/" + std::to_string( nSink ), Path( "file" ), aNone ); )
+        ASSERT_LT( ++nSink, 1024 );
+    EXPECT_EQ( FD_CLOEXEC, fcntl( nSink, F_GETFD ) & FD_CLOEXEC );
+    // As a service does when it starts.
+    close( nSink );
+    WriteUnnoticed( "aaaaaaaaaa\n" );
+    EXPECT_EQ( 201, CountWholeLines( ReadBytes( Path( "file" ) ), 10 ) );
     CloseDebugSinks();
     EXPECT_EQ( nBefore, CountOpenDescriptors() );
 }

@@ -6,6 +6,8 @@
 #include "platform/debug/debugringreader.h"
 #include "platform/futex.h"
 #include "platform/namespacefolder.h"
+#include "support/forked.h"
+#include "support/limit.h"
 #include "support/scratchfolder.h"
 #include "support/secondprocess.h"
 
@@ -15,13 +17,12 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <deque>
 #include <map>
 #include <memory>
 #include <random>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace
@@ -29,10 +30,10 @@ namespace
 constexpr int PROCESSES = 10;
 constexpr int MESSAGES = 300;
 
-void UseRingIn( const std::string& strFolder )
+void UseRingIn( const std::string& strFolder, const char* pSink = "ring" )
 {
     setenv( "BXTOOLS_OBJECT_DIR", strFolder.c_str(), 1 );
-    setenv( "BXTOOLS_DEBUG_SINK", "ring", 1 );
+    setenv( "BXTOOLS_DEBUG_SINK", pSink, 1 );
     ForgetNamespaceForTest();
     ForgetDebugSettingsForTest();
 }
@@ -40,16 +41,12 @@ void UseRingIn( const std::string& strFolder )
 class Ring : public ::testing::Test
 {
 protected:
-    Ring() { UseRingIn( m_aFolder.Path( "objects" ) ); }
-    ~Ring() override
-    {
-        setenv( "BXTOOLS_OBJECT_DIR", m_strFolderBefore.c_str(), 1 );
-        setenv( "BXTOOLS_DEBUG_SINK", "none", 1 );
-        ForgetNamespaceForTest();
-        ForgetDebugSettingsForTest();
-    }
+    Ring() { UseRingIn( m_strFolder ); }
+    ~Ring() override { UseRingIn( m_strFolderBefore, "none" ); }
 
-    const ScratchFolder m_aFolder;
+    const ScratchFolder m_aScratch;
+    const std::string m_strFolder = m_aScratch.Path( "objects" );
+    const std::string m_strFile = m_strFolder + "/messages";
 
 private:
     const std::string m_strFolderBefore = getenv( "BXTOOLS_OBJECT_DIR" );
@@ -106,11 +103,8 @@ BX_ROLE( ring_watcher )
     uint64_t ullPieces = 0;
     for ( DebugRingMessage aMessage; aMessage.strText != "end"; )
     {
-        if ( !aReader.Next( aMessage ) )
-        {
+        while ( !aReader.Next( aMessage ) )
             aReader.Wait();
-            continue;
-        }
         ullPieces += aMessage.nPieces;
         int nWriter = 0;
         int nMessage = 0;
@@ -151,36 +145,35 @@ BX_ROLE( ring_victim )
 
 TEST_F( Ring, EachWatcherSeesEachMessageAndIsToldWhatItMissed )
 {
-    const std::string strFolder = m_aFolder.Path( "objects" );
-    std::vector<std::unique_ptr<SecondProcess>> aWatchers;
-    std::vector<std::unique_ptr<SecondProcess>> aWriters;
+    using Arguments = std::vector<std::string>;
+    std::deque<SecondProcess> aWatchers;
+    std::deque<SecondProcess> aWriters;
     for ( int i = 0; i < PROCESSES; ++i )
     {
-        aWatchers.push_back( std::make_unique<SecondProcess>( "ring_watcher", std::vector{ strFolder } ) );
-        aWriters.push_back(
-            std::make_unique<SecondProcess>( "ring_writer", std::vector{ strFolder, std::to_string( i ) } ) );
+        aWatchers.emplace_back( "ring_watcher", Arguments{ m_strFolder } );
+        aWriters.emplace_back( "ring_writer", Arguments{ m_strFolder, std::to_string( i ) } );
     }
     // One that is killed in its sleep keeps nobody from being woken.
-    SecondProcess aKilled( "ring_watcher", { strFolder } );
+    SecondProcess aKilled( "ring_watcher", { m_strFolder } );
     EXPECT_EQ( "ready", aKilled.ReadLine() );
     aKilled.Kill();
-    for ( size_t i = 0; i < PROCESSES; ++i )
+    for ( auto* const pProcesses : { &aWatchers, &aWriters } )
     {
-        EXPECT_EQ( "ready", aWatchers[i]->ReadLine() );
-        EXPECT_EQ( "ready", aWriters[i]->ReadLine() );
+        for ( SecondProcess& rProcess : *pProcesses )
+            EXPECT_EQ( "ready", rProcess.ReadLine() );
     }
-    for ( const auto& pWriter : aWriters )
-        pWriter->WriteLine( "go" );
-    EXPECT_EQ( -1, RunInRole( "ring_victim", { strFolder } ) );
-    for ( const auto& pWriter : aWriters )
-        EXPECT_EQ( 0, pWriter->Wait() );
+    for ( SecondProcess& rWriter : aWriters )
+        rWriter.WriteLine( "go" );
+    EXPECT_EQ( -1, RunInRole( "ring_victim", { m_strFolder } ) );
+    for ( SecondProcess& rWriter : aWriters )
+        EXPECT_EQ( 0, rWriter.Wait() );
     OutputDebugStringA( "end" );
     const uint64_t ullWritten = MapRing()->ullNext;
     const std::string strExpected = std::to_string( ullWritten - 3 ) + " 3";
-    for ( const auto& pWatcher : aWatchers )
+    for ( SecondProcess& rWatcher : aWatchers )
     {
-        EXPECT_EQ( strExpected, pWatcher->ReadLine() );
-        EXPECT_EQ( 0, pWatcher->Wait() );
+        EXPECT_EQ( strExpected, rWatcher.ReadLine() );
+        EXPECT_EQ( 0, rWatcher.Wait() );
     }
 
     // What the dead wrote is still there; and one who comes too late is told so.
@@ -204,23 +197,17 @@ TEST_F( Ring, TextsOfAnyLengthArriveAndTheLongestAreCut )
 {
     DebugRingReader aReader( DebugRingReader::Start::Newest );
     OutputDebugStringA( "up to the zero\0behind it" );
-    const pid_t nChild = fork();
-    if ( nChild == 0 )
-    {
-        OutputDebugStringA( "child" );
-        _exit( 0 );
-    }
-    waitpid( nChild, nullptr, 0 );
-    std::string strLong( 10000000, 'x' );
-    for ( size_t i = 0; i < strLong.size(); ++i )
-        strLong[i] = static_cast<char>( 'a' + i % 23 );
+    EXPECT_EQ( 0, InChild( [] { return OutputDebugStringA( "child" ), 0; } ) );
+    std::string strLong;
+    for ( size_t i = 0; i < 10000000; ++i )
+        strLong += static_cast<char>( 'a' + i % 23 );
     for ( const size_t nLength : { 1u, 191u, 192u, 193u, 384u, 100000u, 10000000u } )
         OutputDebugStringA( strLong.substr( 0, nLength ).c_str() );
 
     std::vector<DebugRingMessage> aMessages = ReadAll( aReader );
     ASSERT_EQ( 9u, aMessages.size() );
     EXPECT_EQ( "up to the zero", aMessages[0].strText );
-    EXPECT_EQ( static_cast<uint32_t>( nChild ), aMessages[1].dwProcess );
+    EXPECT_NE( GetCurrentProcessId(), aMessages[1].dwProcess );
     for ( size_t i = 2; i < 8; ++i )
         EXPECT_TRUE( strLong.starts_with( aMessages[i].strText ) &&
                      aMessages[i].ullLength == aMessages[i].strText.size() );
@@ -278,17 +265,16 @@ TEST_F( Ring, DamageIsCountedAndNeverShown )
 
 TEST_F( Ring, WhatIsNoRingIsReplacedAndAFolderThatIsTidiedUpIsNoticed )
 {
-    const std::string strFile = m_aFolder.Path( "objects/messages" );
     OutputDebugStringA( "makes the folder" );
     struct stat aStatus;
-    ASSERT_EQ( 0, stat( strFile.c_str(), &aStatus ) );
+    ASSERT_EQ( 0, stat( m_strFile.c_str(), &aStatus ) );
     EXPECT_EQ( 0600u, aStatus.st_mode & 07777u );
-    std::string strOther = ReadBytes( strFile );
+    std::string strOther = ReadBytes( m_strFile );
     strOther[8] ^= 1; // the size of a slot
     for ( const std::string& strContent :
           { std::string( "short" ), std::string( sizeof( DebugRing ), '\0' ), strOther } )
     {
-        WriteBytes( strFile, strContent );
+        WriteBytes( m_strFile, strContent );
         ForgetDebugSettingsForTest();
         DebugRingReader aReader( DebugRingReader::Start::Newest );
         OutputDebugStringA( "new ring" );
@@ -296,10 +282,10 @@ TEST_F( Ring, WhatIsNoRingIsReplacedAndAFolderThatIsTidiedUpIsNoticed )
     }
 
     DebugRingReader aReader( DebugRingReader::Start::Newest );
-    unlink( strFile.c_str() );
+    unlink( m_strFile.c_str() );
     // The writer looks for it once a second; the viewer sleeps until then.
     std::string strLast;
-    for ( DebugRingMessage aMessage; access( strFile.c_str(), F_OK ) != 0; )
+    for ( DebugRingMessage aMessage; access( m_strFile.c_str(), F_OK ) != 0; )
     {
         OutputDebugStringA( "for the old ring, or the new one" );
         while ( aReader.Next( aMessage ) )
@@ -323,7 +309,6 @@ TEST_F( Ring, WithoutAFolderOrRoomThereIsSilence )
 {
     SetDebugEnabled( true );
     OutputDebugStringA( "makes the folder" );
-    const std::string strFolder = m_aFolder.Path( "objects" );
     const auto ExpectSilence = []
     {
         ForgetNamespaceForTest();
@@ -337,7 +322,7 @@ TEST_F( Ring, WithoutAFolderOrRoomThereIsSilence )
     // A folder that was good may become one that is not. Nor does a viewer whose ring is gone spin.
     DebugRingReader aReader( DebugRingReader::Start::Newest );
     MapRing()->nRetired = 1;
-    chmod( strFolder.c_str(), 0777 );
+    chmod( m_strFolder.c_str(), 0777 );
     DebugRingMessage aMessage;
     EXPECT_FALSE( aReader.Next( aMessage ) );
     const ULONGLONG ullStart = GetMonotonicMilliseconds();
@@ -348,17 +333,14 @@ TEST_F( Ring, WithoutAFolderOrRoomThereIsSilence )
     EXPECT_EQ( TRUE, IsDbgMessage() );
     EXPECT_FALSE( internalIsDbgMessageLevel( 0x11111 ) );
     EXPECT_NE( std::string::npos, testing::internal::GetCapturedStderr().find( "give it the mode 0700" ) );
-    chmod( strFolder.c_str(), 0700 );
-    unlink( ( strFolder + "/messages" ).c_str() );
-    ASSERT_EQ( 0, symlink( "/dev/null", ( strFolder + "/messages" ).c_str() ) );
+    chmod( m_strFolder.c_str(), 0700 );
+    unlink( m_strFile.c_str() );
+    ASSERT_EQ( 0, symlink( "/dev/null", m_strFile.c_str() ) );
     ExpectSilence();
-    unlink( ( strFolder + "/messages" ).c_str() );
-
-    const rlimit aLimit{ 1000000, RLIM_INFINITY };
-    rlimit aBefore;
-    getrlimit( RLIMIT_FSIZE, &aBefore );
-    setrlimit( RLIMIT_FSIZE, &aLimit );
-    ExpectSilence();
-    setrlimit( RLIMIT_FSIZE, &aBefore );
-    EXPECT_NE( 0, access( ( strFolder + "/messages" ).c_str(), F_OK ) );
+    unlink( m_strFile.c_str() );
+    {
+        const Limit aLimit( RLIMIT_FSIZE, 1000000 );
+        ExpectSilence();
+    }
+    EXPECT_NE( 0, access( m_strFile.c_str(), F_OK ) );
 }

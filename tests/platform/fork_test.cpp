@@ -37,18 +37,21 @@ public:
     }
     ~Holder()
     {
-        m_fLeave = true;
-        m_fLeave.notify_one();
+        Tell( m_fLeave );
         m_aThread.join();
     }
 
 private:
+    static void Tell( std::atomic<bool>& rfWhat )
+    {
+        rfWhat = true;
+        rfWhat.notify_one();
+    }
     void Hold( CRITICAL_SECTION& rSection )
     {
         EnterCriticalSection( &rSection );
         EnterCriticalSection( &rSection );
-        m_fHeld = true;
-        m_fHeld.notify_one();
+        Tell( m_fHeld );
         m_fLeave.wait( false );
         LeaveCriticalSection( &rSection );
         LeaveCriticalSection( &rSection );
@@ -165,14 +168,16 @@ TEST( Fork, ThreadsInsideTheLayerLeaveAUsableChild )
         TlsSetValue( dwSlot, &fEnd );
         CloseHandle( MakeHandle( new TestObject( aCounts ), 0 ) );
         OutputDebugStringA( "busy\r\n" );
-        FreeLibrary( LoadLibraryA( "BXTRANSCRIPTMODULE.DLL" ) );
-        const bool fRight = TlsGetValue( dwSlot ) == &fEnd;
+        const HMODULE hModule = LoadLibraryA( "BXTRANSCRIPTMODULE.DLL" );
+        const bool fRight = GetProcAddress( hModule, "CountTranscriptCalls" ) != NULL &&
+                            FreeLibrary( hModule ) && TlsGetValue( dwSlot ) == &fEnd;
         return TlsFree( dwSlot ) && fRight;
     };
+    std::atomic<int> nWrong{ 0 };
     const auto UseAlways = [&]
     {
         while ( !fEnd )
-            Use();
+            nWrong += !Use();
     };
     std::thread aUsers( [&] { OnThreads( 3, UseAlways ); } );
     const DWORD dwOwnSlot = TlsAlloc();
@@ -184,4 +189,6 @@ TEST( Fork, ThreadsInsideTheLayerLeaveAUsableChild )
     aUsers.join();
     EXPECT_EQ( 0, nFailed );
     EXPECT_TRUE( Use() );
+    EXPECT_EQ( 0, nWrong );
+    EXPECT_EQ( NULL, GetModuleHandleA( "BXTRANSCRIPTMODULE.DLL" ) );
 }

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <functional>
+#include <sstream>
 
 namespace
 {
@@ -19,35 +19,32 @@ std::string ImageFile()
     return std::string( std::getenv( "BXTOOLS_STATE_DIR" ) ) + "/local_machine.bxreg";
 }
 
-// All that a reader can see below a key; ends with "damaged" where it is.
-std::string Shown( const RegKeyView& aKey, const std::string& strIndent = "" )
+// All that a reader can see below a key. Result: whether all of it is good.
+bool Show( const RegKeyView& aKey, const std::string& strIndent, std::ostream& rShown )
 {
-    std::string strShown = strIndent + std::string( aKey.GetName() ) + "|" +
-                           std::string( aKey.GetClassName() ) + "|" + std::string( aKey.GetSecurity() ) +
-                           "|" + std::to_string( aKey.GetHead().ullId ) + "\n";
-    RegValueView aValue{};
+    rShown << strIndent << aKey.GetName() << '|' << aKey.GetClassName() << '|' << aKey.GetSecurity() << '|'
+           << aKey.GetHead().ullId << '\n';
     for ( size_t i = 0; i < aKey.GetHead().dwValues; ++i )
     {
+        RegValueView aValue{};
         RegValueView aFound{};
         if ( aKey.GetValue( i, aValue ) != 0 || aKey.FindValue( aValue.aName, aFound ) != 0 )
-            return "damaged";
-        strShown += strIndent + std::string( aValue.aName ) + "=" + std::to_string( aValue.dwType ) + ":" +
-                    std::string( reinterpret_cast<const char*>( aValue.pData ), aValue.dwSize ) + "\n";
+            return false;
+        rShown << strIndent << aValue.aName << '=' << aValue.dwType << ':'
+               << std::string_view( reinterpret_cast<const char*>( aValue.pData ), aValue.dwSize ) << '\n';
     }
     for ( size_t i = 0; i < aKey.GetHead().dwChildren; ++i )
     {
         RegKeyView aChild;
         RegKeyView aFound;
-        if ( aKey.GetChild( i, aChild ) != 0 || aKey.FindChild( aChild.GetName(), aFound ) != 0 )
-            return "damaged";
-        const std::string strBelow = Shown( aChild, strIndent + " " );
-        if ( strBelow == "damaged" )
-            return strBelow;
-        strShown += strBelow;
+        if ( aKey.GetChild( i, aChild ) != 0 || aKey.FindChild( aChild.GetName(), aFound ) != 0 ||
+             !Show( aChild, strIndent + " ", rShown ) )
+            return false;
     }
-    return strShown;
+    return true;
 }
 
+// Or "damaged".
 std::string ShownImage( const std::string& strBytes )
 {
     auto pBytes = std::make_unique<BYTE[]>( strBytes.size() );
@@ -58,7 +55,8 @@ std::string ShownImage( const std::string& strBytes )
     RegImageUse aUse;
     aUse.Set( pImage );
     RegKeyView aRoot;
-    return pImage->GetRoot( aRoot ) == 0 ? Shown( aRoot ) : "damaged";
+    std::ostringstream aShown;
+    return pImage->GetRoot( aRoot ) == 0 && Show( aRoot, "", aShown ) ? aShown.str() : "damaged";
 }
 
 template <class Part>
@@ -69,6 +67,33 @@ Part& PartAt( std::string& strBytes, size_t nOffset )
 
 constexpr size_t ROOT = sizeof( RegImageHead );
 
+// Where WrittenByHand puts the parts: its sizes are those of the root's block and of each child.
+constexpr DWORD CHILD = 152 + 8;
+constexpr DWORD BLOCK = 152 + 2 * 24 + 2 * 40 + 8;
+constexpr size_t CHILDREN = ROOT + BLOCK + 8;
+
+RegImageHead& Head( std::string& rBytes )
+{
+    return PartAt<RegImageHead>( rBytes, 0 );
+}
+
+RegKeyHead& Root( std::string& rBytes )
+{
+    return PartAt<RegKeyHead>( rBytes, ROOT );
+}
+
+RegChildEntry& Child( std::string& rBytes, size_t i )
+{
+    return PartAt<RegChildEntry>( rBytes, ROOT + 152 + 24 * i );
+}
+
+RegValueEntry& Value( std::string& rBytes, size_t i )
+{
+    return PartAt<RegValueEntry>( rBytes, ROOT + 200 + 40 * i );
+}
+
+using Spoil = void ( * )( std::string& );
+
 // Makes the sums of the file's head and of the block at an offset right again.
 void SumAgain( std::string& strBytes, size_t nBlock = ROOT )
 {
@@ -76,22 +101,19 @@ void SumAgain( std::string& strBytes, size_t nBlock = ROOT )
     RegKeyHead& rKey = PartAt<RegKeyHead>( strBytes, nBlock );
     if ( nBlock + rKey.dwBlockSize <= strBytes.size() && rKey.dwBlockSize >= 8 )
         rKey.ullChecksum = ChecksumOfReg( pBytes + nBlock + 8, rKey.dwBlockSize - 8 );
-    PartAt<RegImageHead>( strBytes, 0 ).ullChecksum =
-        ChecksumOfReg( pBytes + 16, sizeof( RegImageHead ) - 16 );
+    Head( strBytes ).ullChecksum = ChecksumOfReg( pBytes + 16, sizeof( RegImageHead ) - 16 );
 }
 
 // Two keys below the root, and two values, put together from the parts that the description of the format names.
 std::string WrittenByHand()
 {
-    constexpr DWORD CHILD = 152 + 8;
-    constexpr DWORD BLOCK = 152 + 2 * 24 + 2 * 40 + 8;
-    std::string strBytes( ROOT + BLOCK + 8 + 2 * CHILD, '\0' );
-    RegImageHead& rHead = PartAt<RegImageHead>( strBytes, 0 );
+    std::string strBytes( CHILDREN + 2 * CHILD, '\0' );
+    RegImageHead& rHead = Head( strBytes );
     std::memcpy( rHead.aMark, REG_IMAGE_MARK, sizeof( rHead.aMark ) );
     rHead.ullFileSize = strBytes.size();
     rHead.ullNextId = 9;
     rHead.dwVersion = 1;
-    RegKeyHead& rRoot = PartAt<RegKeyHead>( strBytes, ROOT );
+    RegKeyHead& rRoot = Root( strBytes );
     rRoot.ullSize = strBytes.size() - ROOT;
     rRoot.ullId = 1;
     rRoot.dwBlockSize = BLOCK;
@@ -99,10 +121,8 @@ std::string WrittenByHand()
     const char* const apNames[] = { "One", "tWo" };
     for ( DWORD i = 0; i < 2; ++i )
     {
-        const DWORD dwHash = HashRegName( apNames[i] );
-        PartAt<RegChildEntry>( strBytes, ROOT + 152 + 24 * i ) = { BLOCK + 8 + ULONGLONG{ CHILD } * i, CHILD,
-                                                                   dwHash, 0 };
-        const size_t nChild = ROOT + BLOCK + 8 + CHILD * i;
+        const size_t nChild = CHILDREN + CHILD * i;
+        Child( strBytes, i ) = { nChild - ROOT, CHILD, HashRegName( apNames[i] ), 0 };
         RegKeyHead& rChild = PartAt<RegKeyHead>( strBytes, nChild );
         rChild.ullSize = rChild.dwBlockSize = CHILD;
         rChild.ullId = 2 + i;
@@ -111,9 +131,8 @@ std::string WrittenByHand()
         SumAgain( strBytes, nChild );
     }
     const BYTE* const pData = reinterpret_cast<const BYTE*>( "data" );
-    PartAt<RegValueEntry>(
-        strBytes, ROOT + 200 ) = { BLOCK, ChecksumOfReg( pData, 4 ), 4, 3, HashRegName( "VAL" ), 0, 3, 0 };
-    PartAt<RegValueEntry>( strBytes, ROOT + 240 ) = { BLOCK + 8, 0, 0, 1, HashRegName( "" ), 3, 0, 0 };
+    Value( strBytes, 0 ) = { BLOCK, ChecksumOfReg( pData, 4 ), 4, 3, HashRegName( "VAL" ), 0, 3, 0 };
+    Value( strBytes, 1 ) = { BLOCK + 8, 0, 0, 1, HashRegName( "" ), 3, 0, 0 };
     std::memcpy( strBytes.data() + ROOT + 280, "Val", 3 );
     std::memcpy( strBytes.data() + ROOT + BLOCK, "data", 4 );
     SumAgain( strBytes );
@@ -159,36 +178,30 @@ TEST( RegImage, HandWrittenIsReadAndWritten )
 // Sums that are right do not make nonsense good.
 TEST( RegImage, NonsenseIsDamage )
 {
-    using Spoil = std::function<void( std::string& )>;
-    const auto Root = []( std::string& rBytes ) -> RegKeyHead& { return PartAt<RegKeyHead>( rBytes, ROOT ); };
-    const auto Child = []( std::string& rBytes, size_t i ) -> RegChildEntry&
-    { return PartAt<RegChildEntry>( rBytes, ROOT + 152 + 24 * i ); };
-    const auto Value = []( std::string& rBytes, size_t i ) -> RegValueEntry&
-    { return PartAt<RegValueEntry>( rBytes, ROOT + 200 + 40 * i ); };
     const Spoil aSpoils[] = {
-        [&]( std::string& r ) { PartAt<RegImageHead>( r, 0 ).dwVersion = 2; },
-        [&]( std::string& r ) { PartAt<RegImageHead>( r, 0 ).ullFileSize += 8; },
-        [&]( std::string& r ) { Root( r ).ullSize += 8; },
-        [&]( std::string& r ) { Root( r ).dwBlockSize = 0; },
-        [&]( std::string& r ) { Root( r ).dwBlockSize = 0xFFFFFFF8u; },
-        [&]( std::string& r ) { Root( r ).dwChildren = 0xFFFFFFFFu; },
-        [&]( std::string& r ) { Root( r ).dwValues = 0xFFFFFFFFu; },
-        [&]( std::string& r ) { Root( r ).dwNameSize = 256; },
-        [&]( std::string& r ) { Root( r ).dwClassSize = 0xFFFFFFF0u; },
-        [&]( std::string& r ) { Root( r ).dwChildSlots = 3; },
+        []( std::string& r ) { Head( r ).dwVersion = 2; },
+        []( std::string& r ) { Head( r ).ullFileSize += 8; },
+        []( std::string& r ) { Root( r ).ullSize += 8; },
+        []( std::string& r ) { Root( r ).dwBlockSize = 0; },
+        []( std::string& r ) { Root( r ).dwBlockSize = 0xFFFFFFF8u; },
+        []( std::string& r ) { Root( r ).dwChildren = 0xFFFFFFFFu; },
+        []( std::string& r ) { Root( r ).dwValues = 0xFFFFFFFFu; },
+        []( std::string& r ) { Root( r ).dwNameSize = 256; },
+        []( std::string& r ) { Root( r ).dwClassSize = 0xFFFFFFF0u; },
+        []( std::string& r ) { Root( r ).dwChildSlots = 3; },
         // Slots without an empty one, and one that leads nowhere: they take the place of the names.
-        [&]( std::string& r ) { Root( r ).dwChildSlots = 1, PartAt<DWORD>( r, ROOT + 280 ) = 1; },
-        [&]( std::string& r ) { Root( r ).dwValueSlots = 2, PartAt<DWORD>( r, ROOT + 280 ) = 7; },
+        []( std::string& r ) { Root( r ).dwChildSlots = 1, PartAt<DWORD>( r, ROOT + 280 ) = 1; },
+        []( std::string& r ) { Root( r ).dwValueSlots = 2, PartAt<DWORD>( r, ROOT + 280 ) = 7; },
         // The same bytes twice, the key itself, and beyond the end.
-        [&]( std::string& r ) { Child( r, 1 ).ullOffset = Child( r, 0 ).ullOffset; },
-        [&]( std::string& r ) { Child( r, 0 ).ullOffset = 0; },
-        [&]( std::string& r ) { Child( r, 1 ).ullSize = ~7ull; },
-        [&]( std::string& r ) { Child( r, 1 ).ullOffset = ~7ull; },
-        [&]( std::string& r ) { Value( r, 0 ).ullOffset = 0; },
-        [&]( std::string& r ) { Value( r, 0 ).dwSize = 0xFFFFFFFFu; },
-        [&]( std::string& r ) { Value( r, 0 ).ullChecksum ^= 1; },
-        [&]( std::string& r ) { Value( r, 1 ).dwNameOffset = 0xFFFFFFFFu; },
-        [&]( std::string& r ) { Value( r, 1 ).dwNameSize = 9; },
+        []( std::string& r ) { Child( r, 1 ).ullOffset = Child( r, 0 ).ullOffset; },
+        []( std::string& r ) { Child( r, 0 ).ullOffset = 0; },
+        []( std::string& r ) { Child( r, 1 ).ullSize = ~7ull; },
+        []( std::string& r ) { Child( r, 1 ).ullOffset = ~7ull; },
+        []( std::string& r ) { Value( r, 0 ).ullOffset = 0; },
+        []( std::string& r ) { Value( r, 0 ).dwSize = 0xFFFFFFFFu; },
+        []( std::string& r ) { Value( r, 0 ).ullChecksum ^= 1; },
+        []( std::string& r ) { Value( r, 1 ).dwNameOffset = 0xFFFFFFFFu; },
+        []( std::string& r ) { Value( r, 1 ).dwNameSize = 9; },
     };
     for ( size_t i = 0; i < std::size( aSpoils ); ++i )
     {
@@ -246,7 +259,7 @@ TEST( RegImage, PassingKeysGoWithTheMachinesStart )
     ForgetRegistryForTest();
     EXPECT_EQ( 0, OpenError( "Passing\\Too" ) );
     std::string strBytes = ReadBytes( ImageFile() );
-    PartAt<RegImageHead>( strBytes, 0 ).aBoot[3] ^= 1;
+    Head( strBytes ).aBoot[3] ^= 1;
     SumAgain( strBytes );
     PutImage( strBytes );
     EXPECT_EQ( 2, OpenError( "Passing" ) );
@@ -260,44 +273,39 @@ TEST( RegImage, PassingKeysGoWithTheMachinesStart )
 // Good sums, and names that would not be found, could not be deleted, or stand for two keys: no tree is made of them.
 TEST( RegImage, NamesAreChecked )
 {
-    constexpr size_t CHILDREN = ROOT + 152 + 48 + 80 + 8 + 8;
-    constexpr size_t NAME = 152;
-    const std::string strGood = WrittenByHand();
-    const auto Rename = []( std::string& r, size_t nChild, const std::string& strName )
+    static const auto Rename = []( std::string& r, size_t nChild, const std::string& strName )
     {
-        const size_t nBlock = CHILDREN + nChild * ( NAME + 8 );
-        PartAt<RegChildEntry>( r, ROOT + 152 + 24 * nChild ).dwHash = HashRegName( strName );
+        const size_t nBlock = CHILDREN + nChild * CHILD;
+        Child( r, nChild ).dwHash = HashRegName( strName );
         PartAt<RegKeyHead>( r, nBlock ).dwNameSize = static_cast<DWORD>( strName.size() );
-        r.replace( nBlock + NAME, strName.size(), strName );
+        r.replace( nBlock + 152, strName.size(), strName );
         SumAgain( r, nBlock );
     };
-    using Spoil = std::function<void( std::string& )>;
     const Spoil aSpoils[] = {
-        [&]( std::string& r ) { Rename( r, 0, "Zne" ); },
-        [&]( std::string& r ) { Rename( r, 1, "oNe" ); },
-        [&]( std::string& r ) { Rename( r, 0, "" ); },
-        [&]( std::string& r ) { Rename( r, 0, "O\\e" ); },
-        [&]( std::string& r ) { Rename( r, 0, std::string( "O\0e", 3 ) ); },
-        [&]( std::string& r ) { PartAt<RegChildEntry>( r, ROOT + 152 ).dwHash ^= 1; },
-        [&]( std::string& r ) { PartAt<RegValueEntry>( r, ROOT + 200 ).dwHash ^= 1; },
-        [&]( std::string& r )
-        { PartAt<RegValueEntry>( r, ROOT + 200 ).dwNameSize = 0, r[ROOT + 224] = r[ROOT + 264]; },
-        [&]( std::string& r ) { PartAt<RegImageHead>( r, 0 ).ullNextId = 1; },
-        [&]( std::string& r ) { PartAt<RegImageHead>( r, 0 ).ullSequence = 1ull << 62; },
+        []( std::string& r ) { Rename( r, 0, "Zne" ); },
+        []( std::string& r ) { Rename( r, 1, "oNe" ); },
+        []( std::string& r ) { Rename( r, 0, "" ); },
+        []( std::string& r ) { Rename( r, 0, "O\\e" ); },
+        []( std::string& r ) { Rename( r, 0, std::string( "O\0e", 3 ) ); },
+        []( std::string& r ) { Child( r, 0 ).dwHash ^= 1; },
+        []( std::string& r ) { Value( r, 0 ).dwHash ^= 1; },
+        []( std::string& r ) { Value( r, 0 ).dwNameSize = 0, r[ROOT + 224] = r[ROOT + 264]; },
+        []( std::string& r ) { Head( r ).ullNextId = 1; },
+        []( std::string& r ) { Head( r ).ullSequence = 1ull << 62; },
     };
     for ( size_t i = 0; i < std::size( aSpoils ); ++i )
     {
         for ( const DWORD dwFlags : { DWORD{ 0 }, DWORD{ IMAGE_HAS_PASSING_KEYS } } )
         {
-            std::string strBytes = strGood;
+            std::string strBytes = WrittenByHand();
             aSpoils[i]( strBytes );
-            PartAt<RegImageHead>( strBytes, 0 ).dwFlags = dwFlags;
+            Head( strBytes ).dwFlags = dwFlags;
             SumAgain( strBytes );
             PutImage( strBytes );
             EXPECT_EQ( 1015, TestKey( "Named" ).lError ) << "spoil " << i;
         }
     }
-    PutImage( strGood );
+    PutImage( WrittenByHand() );
     EXPECT_EQ( 0, TestKey( "Named" ).lError );
 }
 
@@ -369,17 +377,12 @@ TEST( RegImage, SecurityIsKeptAsItIs )
     dwSize = 100;
     EXPECT_EQ( 0, RegGetKeySecurity( aKey, DACL_SECURITY_INFORMATION, strBack.data(), &dwSize ) );
     EXPECT_EQ( strGiven, strBack.substr( 0, dwSize ) );
-    struct Change
-    {
-        size_t nPlace;
-        char cByte;
-    };
-    for ( const Change& rChange : { Change{ 0, 2 }, Change{ 3, 0 }, Change{ 4, 19 }, Change{ 6, 1 },
-                                    Change{ 21, 16 }, Change{ 34, 7 }, Change{ 19, '\x7F' } } )
+    constexpr std::pair<size_t, char> CHANGES[] = { { 0, 2 },   { 3, 0 },  { 4, 19 },     { 6, 1 },
+                                                    { 21, 16 }, { 34, 7 }, { 19, '\x7F' } };
+    for ( const auto& [nPlace, cByte] : CHANGES )
     {
         std::string strBad = strGiven;
-        strBad[rChange.nPlace] = rChange.cByte;
-        EXPECT_EQ( 1338, RegSetKeySecurity( aKey, DACL_SECURITY_INFORMATION, strBad.data() ) )
-            << rChange.nPlace;
+        strBad[nPlace] = cByte;
+        EXPECT_EQ( 1338, RegSetKeySecurity( aKey, DACL_SECURITY_INFORMATION, strBad.data() ) ) << nPlace;
     }
 }

@@ -1,23 +1,23 @@
-// The registry between processes: nothing is lost, nothing half-made is seen, and watches notice.
+// The registry between processes: nothing is lost, and nothing half-made is seen.
 
 #include "platform/registry/regbatch.h"
 #include "platform/registry/regstore.h"
 #include "platform/registrysupport.h"
 #include "support/failnew.h"
 #include "support/forked.h"
+#include "support/limit.h"
 #include "support/scratchfolder.h"
 #include "support/secondprocess.h"
+#include "support/threads.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <deque>
 #include <filesystem>
-#include <functional>
 #include <random>
-#include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -81,9 +81,8 @@ TEST( Registry, TwoProcessesLoseNothing )
 // less than that of the last change that it was told of as done.
 TEST( Registry, KilledWriterLeavesOldOrNew )
 {
-    void* const pShared = mmap( nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0 );
-    ASSERT_NE( MAP_FAILED, pShared );
-    std::atomic<int>& rnDone = *new ( pShared ) std::atomic<int>( 0 );
+    const SharedMemory<std::atomic<int>> aDone;
+    std::atomic<int>& rnDone = *aDone.pObject;
     const TestKey aFirst( "First" );
     const TestKey aSecond( "Second" );
     ASSERT_EQ( 0, SetBytes( aFirst, "n", "0" ) );
@@ -96,10 +95,7 @@ TEST( Registry, KilledWriterLeavesOldOrNew )
             if ( aBatch.Begin( HKEY_LOCAL_MACHINE ) != 0 ||
                  SetBytes( TestKey( "First" ), "n", std::to_string( i ) ) != 0 ||
                  SetBytes( TestKey( "Second" ), "n", std::to_string( i ) ) != 0 || aBatch.Commit() != 0 )
-            {
-                rnDone = -1;
                 _exit( 1 );
-            }
             rnDone = i;
         }
     };
@@ -116,13 +112,10 @@ TEST( Registry, KilledWriterLeavesOldOrNew )
         if ( nWriter == 0 )
             WriteForEver();
         // However busy the machine is, every other one gets through a change.
-        while ( i % 2 != 0 && rnDone == nBefore )
+        while ( i % 2 != 0 && rnDone == nBefore && waitpid( nWriter, nullptr, WNOHANG ) == 0 )
             std::this_thread::yield();
         std::this_thread::sleep_for( aLongest * ( aRandom() % 1000 ) / 1000 );
-        kill( nWriter, SIGKILL );
-        int nStatus = 0;
-        waitpid( nWriter, &nStatus, 0 );
-        ASSERT_TRUE( WIFSIGNALED( nStatus ) );
+        ASSERT_TRUE( KillAndWait( nWriter ) );
         const std::string strFirst = GetBytes( aFirst, "n" );
         ASSERT_EQ( strFirst, GetBytes( aSecond, "n" ) );
         ASSERT_GE( std::stoi( strFirst ), rnDone.load() );
@@ -134,7 +127,6 @@ TEST( Registry, KilledWriterLeavesOldOrNew )
         }
     }
     EXPECT_GT( rnDone.load(), 50 );
-    munmap( pShared, 4096 );
 }
 
 // The nearest to a full disk that needs no rights: files may not grow.
@@ -142,22 +134,20 @@ TEST( Registry, FullDiskChangesNothing )
 {
     const TestKey aKey( "Full" );
     ASSERT_EQ( 0, SetBytes( aKey, "n", "old" ) );
-    EXPECT_EQ( 0, InChild(
-                      [&]
-                      {
-                          signal( SIGXFSZ, SIG_IGN );
-                          const rlimit aLimit = { 100, RLIM_INFINITY };
-                          setrlimit( RLIMIT_FSIZE, &aLimit );
-                          const TestKey aInChild( "Full" );
-                          const bool fRefused = SetBytes( aInChild, "n", "new" ) == 112 &&
-                                                TestKey( "Full\\New" ).lError == 112 &&
-                                                SetBytes( HKEY_CURRENT_USER, "n", "new" ) == 112 &&
-                                                GetBytes( aInChild, "n" ) == "old";
-                          const rlimit aNone = { RLIM_INFINITY, RLIM_INFINITY };
-                          setrlimit( RLIMIT_FSIZE, &aNone );
-                          const bool fLeft = std::filesystem::exists( StoreFile( ".next" ) );
-                          return fRefused && !fLeft && SetBytes( HKEY_CURRENT_USER, "n", "new" ) == 0 ? 0 : 1;
-                      } ) );
+    const auto SetInVain = []
+    {
+        signal( SIGXFSZ, SIG_IGN );
+        {
+            const Limit aLimit( RLIMIT_FSIZE, 100 );
+            const TestKey aInChild( "Full" );
+            if ( SetBytes( aInChild, "n", "new" ) != 112 || TestKey( "Full\\New" ).lError != 112 ||
+                 SetBytes( HKEY_CURRENT_USER, "n", "new" ) != 112 || GetBytes( aInChild, "n" ) != "old" )
+                return 1;
+        }
+        const bool fLeft = std::filesystem::exists( StoreFile( ".next" ) );
+        return !fLeft && SetBytes( HKEY_CURRENT_USER, "n", "new" ) == 0 ? 0 : 2;
+    };
+    EXPECT_EQ( 0, InChild( SetInVain ) );
     EXPECT_EQ( "old", GetBytes( aKey, "n" ) );
     EXPECT_EQ( 0, SetBytes( aKey, "n", "new" ) );
     EXPECT_EQ( "new", GetBytes( HKEY_CURRENT_USER, "n" ) );
@@ -221,19 +211,19 @@ TEST( Registry, ReaderWithoutRightsSeesChanges )
 // What others may write is not mapped; what was replaced is not kept; a folder that is put back is noticed.
 TEST( Registry, FilesMayChangeBelow )
 {
-    std::vector<std::unique_ptr<TestKey>> aKeys;
+    std::deque<TestKey> aKeys;
     for ( int i = 0; i < 20; ++i )
     {
-        aKeys.push_back( std::make_unique<TestKey>( "Files" ) );
-        ASSERT_EQ( 0, SetBytes( *aKeys.back(), "n", std::to_string( i ) ) );
-        ASSERT_EQ( std::to_string( i ), GetBytes( *aKeys.back(), "n" ) );
+        const TestKey& rKey = aKeys.emplace_back( "Files" );
+        ASSERT_EQ( 0, SetBytes( rKey, "n", std::to_string( i ) ) );
+        ASSERT_EQ( std::to_string( i ), GetBytes( rKey, "n" ) );
     }
     const std::string strMaps = ReadBytes( "/proc/self/maps" );
     EXPECT_NE( std::string::npos, strMaps.find( "local_machine.bxreg\n" ) );
     EXPECT_EQ( std::string::npos, strMaps.find( "local_machine.bxreg (deleted)" ) );
     EXPECT_EQ( std::string::npos, strMaps.find( "local_machine.previous" ) );
 
-    const TestKey& rKey = *aKeys.front();
+    const TestKey& rKey = aKeys.back();
     for ( const char* pEnding : { ".bxreg", ".changes" } )
         std::filesystem::copy_file( StoreFile( pEnding ), StoreFile( pEnding ) + ".kept" );
     ASSERT_EQ( 0, SetBytes( rKey, "n", "new" ) );
@@ -258,53 +248,26 @@ TEST( Registry, FilesMayChangeBelow )
 TEST( Registry, ForksDoNotKeepTheLock )
 {
     std::atomic<bool> fEnough{ false };
-    std::thread aWriter(
-        [&]
-        {
-            const TestKey aKey( "Forked" );
-            while ( !fEnough )
-                SetBytes( aKey, "n", "x" );
-        } );
+    const auto Write = [&]
+    {
+        const TestKey aKey( "Forked" );
+        while ( !fEnough )
+            SetBytes( aKey, "n", "x" );
+    };
+    std::thread aWriter( Write );
     std::vector<pid_t> aChildren;
     for ( int i = 0; i < 50; ++i )
     {
         aChildren.push_back( fork() );
         if ( aChildren.back() == 0 )
-        {
-            pause();
-            _exit( 0 );
-        }
+            _exit( pause() );
         std::this_thread::sleep_for( std::chrono::microseconds( 40 * i ) );
     }
     fEnough = true;
     aWriter.join();
     EXPECT_EQ( 0, SetBytes( HKEY_LOCAL_MACHINE, "n", "after" ) );
     for ( const pid_t nChild : aChildren )
-    {
-        kill( nChild, SIGKILL );
-        waitpid( nChild, nullptr, 0 );
-    }
-}
-
-TEST( Registry, DeletedKeysStayDeleted )
-{
-    const TestKey aParent( "Gone" );
-    const TestKey aOld( "Gone\\Key" );
-    ASSERT_EQ( 0, SetBytes( aOld, "n", "old" ) );
-    const TestKey aBelow( "Gone\\Key\\Below" );
-    EXPECT_EQ( 5, RegDeleteKeyA( aParent, "Key" ) );
-    EXPECT_EQ( 0, RegDeleteKeyA( aBelow, "" ) );
-    EXPECT_EQ( 0, RegDeleteKeyA( aParent, "KEY" ) );
-    const TestKey aNew( "Gone\\Key" );
-    EXPECT_EQ( REG_CREATED_NEW_KEY, aNew.dwDisposition );
-    for ( const HKEY hGone : { aOld.hKey, aBelow.hKey } )
-    {
-        EXPECT_EQ( "error 1018", GetBytes( hGone, "n" ) );
-        EXPECT_EQ( 1018, SetBytes( hGone, "n", "x" ) );
-        EXPECT_EQ( 1018, TestKey( "Child", 0, hGone ).lError );
-        EXPECT_EQ( 1018, RegDeleteKeyA( hGone, "" ) );
-    }
-    EXPECT_EQ( "error 2", GetBytes( aNew, "n" ) );
+        KillAndWait( nChild );
 }
 
 TEST( Registry, LargestAndDeepest )
@@ -353,7 +316,7 @@ TEST( Registry, BatchIsOneChange )
     const auto SeenOutside = [&]
     {
         std::string strSeen;
-        std::thread( [&] { strSeen = GetBytes( aKey, "n" ); } ).join();
+        OnOtherThread( [&] { strSeen = GetBytes( aKey, "n" ); } );
         return strSeen;
     };
     {
@@ -367,12 +330,9 @@ TEST( Registry, BatchIsOneChange )
         EXPECT_EQ( "before", SeenOutside() );
         EXPECT_EQ( 170, SetBytes( HKEY_CURRENT_USER, "n", "x" ) );
         // In the child there is no lock, and so no batch; the parent's is untouched.
-        EXPECT_EQ( 0, InChild(
-                          [&] {
-                              return aBatch.Commit() == 6 && SetBytes( HKEY_CURRENT_USER, "n", "child" ) == 0
-                                         ? 0
-                                         : 1;
-                          } ) );
+        const auto Commit = [&]
+        { return aBatch.Commit() != 6 || SetBytes( HKEY_CURRENT_USER, "n", "child" ) != 0; };
+        EXPECT_EQ( 0, InChild( Commit ) );
     }
     EXPECT_EQ( "before", GetBytes( aKey, "n" ) );
     EXPECT_EQ( 2, OpenError( "Batch\\New" ) );
@@ -435,125 +395,4 @@ TEST( Registry, OutOfMemoryChangesNothing )
             RegDeleteKeyA( aKey, "a" );
             SetBytes( aKey, "n", "0" );
         } );
-}
-
-// ---- notification ---------------------------------------------------------------------------------------------------
-
-// Changes the registry as it is told: what, key.
-BX_ROLE( registry_changer )
-{
-    for ( std::string strWhat = WaitForTest(); !strWhat.empty(); strWhat = WaitForTest() )
-    {
-        const std::string strKey = WaitForTest();
-        if ( strWhat == "value" )
-            SetBytes( TestKey( strKey ), "n", "x" );
-        else if ( strWhat == "key" )
-            TestKey( strKey + "\\New" );
-        else
-            RegDeleteKeyA( HKEY_LOCAL_MACHINE, strKey.c_str() );
-        TellTest( "done" );
-    }
-    return 0;
-}
-
-TEST( Registry, WatchesSeeWhatTheyAskFor )
-{
-    const TestKey aOuter( "Outer" );
-    const TestKey aInner( "Outer\\Inner" );
-    const TestKey aOther( "Outer2" );
-    SecondProcess aChanger( "registry_changer", {} );
-    const HANDLE hEvent = CreateEventA( NULL, FALSE, FALSE, NULL );
-    const auto Change = [&]( const char* pWhat, const char* pKey )
-    {
-        aChanger.WriteLine( pWhat );
-        aChanger.WriteLine( pKey );
-        aChanger.ReadLine();
-    };
-    const auto IsSet = [&] { return WaitForSingleObject( hEvent, 0 ) == WAIT_OBJECT_0; };
-    const auto Arm = [&]( HKEY hKey, BOOL fSubtree, DWORD dwFilter )
-    { return RegNotifyChangeKeyValue( hKey, fSubtree, dwFilter, hEvent, TRUE ); };
-    struct Case
-    {
-        BOOL fSubtree;
-        DWORD dwFilter;
-        const char* pWhat;
-        const char* pKey;
-        bool fNoticed;
-    };
-    for ( const Case& rCase : {
-              Case{ FALSE, REG_NOTIFY_CHANGE_LAST_SET, "value", "Outer", true },
-              Case{ FALSE, REG_NOTIFY_CHANGE_LAST_SET, "value", "Outer\\Inner", false },
-              Case{ TRUE, REG_NOTIFY_CHANGE_LAST_SET, "value", "Outer\\Inner", true },
-              Case{ TRUE, REG_NOTIFY_CHANGE_LAST_SET, "value", "Outer2", false },
-              Case{ TRUE, REG_NOTIFY_CHANGE_LAST_SET, "key", "Outer", false },
-              Case{ FALSE, REG_NOTIFY_CHANGE_NAME, "value", "Outer", false },
-              Case{ FALSE, REG_NOTIFY_CHANGE_NAME, "delete", "Outer\\New", true },
-              Case{ FALSE, REG_NOTIFY_CHANGE_NAME, "key", "Outer\\Inner", false },
-              Case{ TRUE, REG_NOTIFY_CHANGE_NAME, "delete", "Outer\\Inner\\New", true },
-          } )
-    {
-        TestKey aWatched( "Outer" );
-        ASSERT_EQ( 0, Arm( aWatched, rCase.fSubtree, rCase.dwFilter ) );
-        EXPECT_FALSE( IsSet() );
-        Change( rCase.pWhat, rCase.pKey );
-        EXPECT_EQ( rCase.fNoticed, IsSet() ) << rCase.pWhat << ' ' << rCase.pKey;
-        // Once; and what has not been noticed yet is told when the key is closed.
-        Change( "value", "Outer" );
-        EXPECT_EQ( !rCase.fNoticed && rCase.dwFilter == REG_NOTIFY_CHANGE_LAST_SET, IsSet() );
-        RegCloseKey( std::exchange( aWatched.hKey, nullptr ) );
-        EXPECT_EQ( !rCase.fNoticed && rCase.dwFilter == REG_NOTIFY_CHANGE_NAME, IsSet() );
-    }
-    // A wait that sleeps meanwhile; a call that does not come back before; a key that is deleted.
-    ASSERT_EQ( 0, Arm( aInner, FALSE, REG_NOTIFY_CHANGE_LAST_SET ) );
-    aChanger.WriteLine( "value" );
-    aChanger.WriteLine( "Outer\\Inner" );
-    EXPECT_EQ( WAIT_OBJECT_0, WaitForSingleObject( hEvent, 20000 ) );
-    aChanger.ReadLine();
-    std::atomic<bool> fBack{ false };
-    std::thread aWaiter(
-        [&]
-        {
-            EXPECT_EQ( 0, RegNotifyChangeKeyValue( aInner, FALSE, REG_NOTIFY_CHANGE_LAST_SET, NULL, FALSE ) );
-            fBack = true;
-        } );
-    while ( !fBack )
-        Change( "value", "Outer\\Inner" );
-    aWaiter.join();
-    ASSERT_EQ( 0, Arm( aInner, FALSE, REG_NOTIFY_CHANGE_LAST_SET ) );
-    Change( "delete", "Outer\\Inner" );
-    EXPECT_TRUE( IsSet() );
-    // What a batch holds back is still to come.
-    {
-        RegistryBatch aBatch;
-        ASSERT_EQ( 0, aBatch.Begin( aOuter ) );
-        ASSERT_EQ( 0, SetBytes( aOuter, "n", "x" ) );
-        ASSERT_EQ( 0, Arm( aOuter, FALSE, REG_NOTIFY_CHANGE_LAST_SET ) );
-        EXPECT_FALSE( IsSet() );
-        ASSERT_EQ( 0, aBatch.Commit() );
-        EXPECT_TRUE( IsSet() );
-    }
-    CloseHandle( hEvent );
-    aChanger.WriteLine( "" );
-    aChanger.Wait();
-}
-
-// Whenever the key is closed, nobody waits for it any longer.
-TEST( Registry, CloseEndsEveryWait )
-{
-    for ( int i = 0; i < 150; ++i )
-    {
-        TestKey aKey( "Closed" );
-        std::atomic<bool> fReady{ false };
-        std::thread aWaiter(
-            [&, hKey = aKey.hKey]
-            {
-                fReady = true;
-                RegNotifyChangeKeyValue( hKey, FALSE, REG_NOTIFY_CHANGE_LAST_SET, NULL, FALSE );
-            } );
-        while ( !fReady )
-            std::this_thread::yield();
-        std::this_thread::sleep_for( std::chrono::microseconds( i % 50 ) );
-        RegCloseKey( std::exchange( aKey.hKey, nullptr ) );
-        aWaiter.join();
-    }
 }

@@ -2,17 +2,18 @@
 
 #include "core/guards.h"
 #include "support/sanitizer.h"
+#include "support/scratchfolder.h"
 #include "support/secondprocess.h"
 
 #include <bxtools/platform.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <pthread.h>
 
@@ -101,18 +102,13 @@ HANDLE Start( LPTHREAD_START_ROUTINE pFunction, LPVOID pParameter, DWORD dwFlags
     return CreateThread( NULL, 0, pFunction, pParameter, dwFlags, NULL );
 }
 
-template <class Iterator>
-size_t Count( Iterator aFirst )
+// Descriptors, threads and pieces of memory.
+std::array<std::ptrdiff_t, 3> CountWhatTheProcessHas()
 {
-    return static_cast<size_t>( std::distance( aFirst, Iterator() ) );
-}
-
-std::array<size_t, 3> CountWhatTheProcessHas()
-{
-    std::ifstream aMaps( "/proc/self/maps" );
-    return { Count( std::filesystem::directory_iterator( "/proc/self/fd" ) ),
-             Count( std::filesystem::directory_iterator( "/proc/self/task" ) ),
-             Count( std::istreambuf_iterator<char>( aMaps ) ) / 100 };
+    const std::string strMaps = ReadBytes( "/proc/self/maps" );
+    return { std::distance( std::filesystem::directory_iterator( "/proc/self/fd" ), {} ),
+             std::distance( std::filesystem::directory_iterator( "/proc/self/task" ), {} ),
+             std::count( strMaps.begin(), strMaps.end(), '\n' ) };
 }
 } // namespace
 
@@ -243,7 +239,7 @@ TEST( ThreadStop, AThousandEndsLeaveNothingBehind )
     SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED();
     const HANDLE hNamed = CreateEventA( NULL, TRUE, FALSE, "of thousands" );
     ASSERT_EQ( 0, pthread_key_create( &g_aKey, NULL ) );
-    std::array<size_t, 3> anBefore{};
+    std::array<std::ptrdiff_t, 3> anBefore{};
     for ( int i = 0; i < 1200; ++i )
     {
         if ( i == 200 )
@@ -253,12 +249,14 @@ TEST( ThreadStop, AThousandEndsLeaveNothingBehind )
         while ( i % 3 == 0 && g_ulRounds == ulSeen )
             Sleep( 0 );
         ASSERT_TRUE( i % 3 == 2 || TerminateThread( hThread, 0 ) );
-        WaitForSingleObject( hThread, LONG_TIME );
+        // Some outlive their handle.
+        if ( i % 6 != 2 )
+            WaitForSingleObject( hThread, LONG_TIME );
         CloseHandle( hThread );
     }
     const auto anAfter = CountWhatTheProcessHas();
     for ( size_t i = 0; i < anBefore.size(); ++i )
-        EXPECT_NEAR( static_cast<double>( anBefore[i] ), static_cast<double>( anAfter[i] ), 10 );
+        EXPECT_LT( std::abs( anAfter[i] - anBefore[i] ), 20 ) << i;
     CloseHandle( hNamed );
     pthread_key_delete( g_aKey );
 }

@@ -11,7 +11,6 @@
 #include <atomic>
 #include <pthread.h>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace
@@ -45,12 +44,6 @@ void CountEnd()
     ++g_nEnds;
 }
 
-void SetValueAgain()
-{
-    ++g_nEnds;
-    TlsSetValue( g_dwSlot, &g_nEnds );
-}
-
 class ThreadEnd : public ::testing::Test
 {
 protected:
@@ -82,6 +75,12 @@ TEST_F( ThreadEnd, ComesAfterObjectsAndAgainAfterALaterUse )
 TEST_F( ThreadEnd, ComesToThreadsThatStoredOrAsked )
 {
     // A function that never rests is bounded.
+    const auto Store = [] { TlsSetValue( g_dwSlot, &g_nEnds ); };
+    const auto CountAndStore = []
+    {
+        ++g_nEnds;
+        TlsSetValue( g_dwSlot, &g_nEnds );
+    };
     const struct
     {
         void ( *pEnd )();
@@ -90,15 +89,14 @@ TEST_F( ThreadEnd, ComesToThreadsThatStoredOrAsked )
     } aCases[] = { { CountEnd, [] { TlsSetValue( g_dwSlot, NULL ); }, 0, 0 },
                    { CountEnd, [] { TlsGetValue( g_dwSlot ); }, 0, 0 },
                    { CountEnd, [] { RequestThreadEnd(); }, 1, 1 },
-                   { CountEnd, [] { TlsSetValue( g_dwSlot, &g_nEnds ); }, 1, 1 },
-                   { SetValueAgain, [] { TlsSetValue( g_dwSlot, &g_nEnds ); }, 2, 16 } };
+                   { CountEnd, Store, 1, 1 },
+                   { CountAndStore, Store, 2, 16 } };
     for ( const auto& rCase : aCases )
     {
         ASSERT_TRUE( SetThreadEndFunc( rCase.pEnd ) );
         g_nEnds = 0;
         OnOtherThread( rCase.pRun );
-        EXPECT_GE( g_nEnds, rCase.nLeast );
-        EXPECT_LE( g_nEnds, rCase.nMost );
+        EXPECT_TRUE( g_nEnds >= rCase.nLeast && g_nEnds <= rCase.nMost ) << g_nEnds;
     }
 }
 
@@ -106,24 +104,16 @@ TEST_F( ThreadEnd, IsSilentAfterTheClose )
 {
     ASSERT_TRUE( SetThreadEndFunc( CountEnd ) );
     g_nEnds = 0;
-    std::atomic<int> nStep{ 0 };
-    std::thread aThread(
-        [&]
-        {
-            TlsSetValue( g_dwSlot, &g_nEnds );
-            nStep = 1;
-            nStep.notify_one();
-            nStep.wait( 1 );
-            // Slots work on.
-            EXPECT_EQ( &g_nEnds, TlsGetValue( g_dwSlot ) );
-            EXPECT_TRUE( TlsSetValue( g_dwSlot, &nStep ) );
-        } );
-    nStep.wait( 0 );
-    CloseThreadEnd();
-    CloseThreadEnd();
-    nStep = 2;
-    nStep.notify_one();
-    aThread.join();
+    const auto StoreAndClose = []
+    {
+        TlsSetValue( g_dwSlot, &g_nEnds );
+        CloseThreadEnd();
+        CloseThreadEnd();
+        // Slots work on.
+        EXPECT_EQ( &g_nEnds, TlsGetValue( g_dwSlot ) );
+        EXPECT_TRUE( TlsSetValue( g_dwSlot, &g_strOrder ) );
+    };
+    OnOtherThread( StoreAndClose );
     EXPECT_EQ( 0, g_nEnds );
     EXPECT_FALSE( SetThreadEndFunc( CountEnd ) );
     EXPECT_EQ( ERROR_NO_SYSTEM_RESOURCES + 0u, GetLastError() );
@@ -131,9 +121,10 @@ TEST_F( ThreadEnd, IsSilentAfterTheClose )
 
 TEST( Tls, WithoutMemorySettingFails )
 {
-    std::vector<DWORD> aSlots;
-    for ( int i = 0; i < 70; ++i )
-        aSlots.push_back( TlsAlloc() );
+    // Near ones, and far ones, which take memory of their own.
+    std::vector<DWORD> aSlots( 70 );
+    for ( DWORD& rdwSlot : aSlots )
+        rdwSlot = TlsAlloc();
     int nValue = 0;
     const auto Set = [&]
     {

@@ -1,4 +1,5 @@
-// The window calls over a table of operations that a program installs: here one with a window, a menu and no toolkit.
+// The window calls over a table of operations that a program installs: here one with a window, a menu and no toolkit. What they
+// do over the windows of a toolkit a transcript shows.
 #include "support/forked.h"
 #include "support/recorder.h"
 
@@ -19,14 +20,13 @@ const HMENU MENU = reinterpret_cast<HMENU>( 0x71 );
 const HMENU SUBMENU = reinterpret_cast<HMENU>( 0x72 );
 constexpr UINT PLAIN_ID = 17;
 
-// What the only window is like, and what the operations answer when they are asked for it.
+// What the only window is like, what the latest dialog showed, and what the operations answer.
 struct Toy
 {
     BOOL fReady = TRUE;
     DWORD dwAnswer = ERROR_SUCCESS;
-    std::string strText = "first";
+    std::string strShown;
     LOGFONTA aFont{};
-    COLORREF aColor = 1;
     std::string strItem;
     std::string strChosen = "/chosen";
 };
@@ -48,17 +48,14 @@ const WindowSystem TOY_SYSTEM = {
     .IsReady = [] { return g_pToy->fReady; },
     .RunEvents = []( const int*, UINT, DWORD ) -> DWORD { return ERROR_INVALID_THREAD_ID; },
     .CheckWindow = &ForWindow,
-    .FindRelated = []( HWND h, UINT uRelation, HWND* ph )
-    { return *ph = uRelation == GW_HWNDFIRST ? h : NULL, ForWindow( h ); },
+    .FindRelated = []( HWND h, UINT, HWND* ) { return ForWindow( h ); },
     .FindParent = []( HWND h, HWND* ) { return ForWindow( h ); },
-    .ReadText = []( HWND h, LPSTR pText, int nSize )
-    { return ForWindow( h ) != 0 ? ForWindow( h ) : CopyTo( pText, nSize, g_pToy->strText ); },
-    .ChangeText = []( HWND h, LPCSTR pText ) { return g_pToy->strText = pText, ForWindow( h ); },
+    .ReadText = []( HWND h, LPSTR, int ) { return ForWindow( h ); },
+    .ChangeText = []( HWND h, LPCSTR ) { return ForWindow( h ); },
     .ReadFont = []( HWND h, LOGFONTA* pFont ) { return *pFont = g_pToy->aFont, ForWindow( h ); },
     .ChangeFont = []( HWND h, const LOGFONTA* pFont, BOOL )
     { return g_pToy->aFont = *pFont, ForWindow( h ); },
-    .ChangeTextColor = []( HWND h, COLORREF aColor, COLORREF* pBefore )
-    { return *pBefore = std::exchange( g_pToy->aColor, aColor ), ForWindow( h ); },
+    .ChangeTextColor = []( HWND h, COLORREF, COLORREF* ) { return ForWindow( h ); },
     .CountItems = []( HMENU h, int* pnItems ) -> DWORD
     {
         if ( h != MENU && h != SUBMENU )
@@ -78,13 +75,13 @@ const WindowSystem TOY_SYSTEM = {
     { return g_pToy->strItem = pText, ERROR_SUCCESS; },
     .ShowMessage =
         []( HWND, LPCSTR pText, LPCSTR pCaption, UINT, int* pnAnswer ) {
-            return g_pToy->strText = std::string( pCaption ) + "|" + pText, *pnAnswer = IDRETRY,
+            return g_pToy->strShown = std::string( pCaption ) + "|" + pText, *pnAnswer = IDRETRY,
                    g_pToy->dwAnswer;
         },
     .ChooseFolder =
         []( HWND, LPCSTR pTitle, LPCSTR pInitial, LPSTR pPath, UINT uSize )
     {
-        g_pToy->strText = std::string( pTitle ) + "|" + pInitial;
+        g_pToy->strShown = std::string( pTitle ) + "|" + pInitial;
         CopyTo( pPath, static_cast<int>( uSize ), g_pToy->strChosen );
         return g_pToy->dwAnswer;
     },
@@ -150,41 +147,12 @@ TEST_F( WindowCalls, FailWithoutAWindowSystem )
     }
 }
 
-TEST_F( WindowCalls, PassOnWhatTheWindowSystemSays )
-{
-    EXPECT_TRUE( SetWindowTextA( WINDOW, NULL ) && GetWindowTextA( WINDOW, m_szText, 8 ) == 0 );
-    EXPECT_TRUE( SetWindowTextA( WINDOW, "longer than it" ) );
-    EXPECT_EQ( 7, GetWindowTextA( WINDOW, m_szText, sizeof( m_szText ) ) );
-    EXPECT_STREQ( "longer ", m_szText );
-    EXPECT_EQ( WINDOW, GetWindow( WINDOW, GW_HWNDFIRST ) );
-    EXPECT_EQ( NULL, GetWindow( WINDOW, GW_CHILD ) );
-    EXPECT_EQ( NULL, GetParent( WINDOW ) );
-    EXPECT_EQ( reinterpret_cast<LONG_PTR>( GetModuleHandleA( NULL ) ),
-               GetWindowLongPtrA( WINDOW, GWLP_HINSTANCE ) );
-    const HDC hContext = GetDC( WINDOW );
-    EXPECT_EQ( 1u, SetTextColor( hContext, RGB( 1, 2, 3 ) ) );
-    EXPECT_EQ( 0x030201u, m_aToy.aColor );
-    EXPECT_EQ( 1, ReleaseDC( WINDOW, hContext ) );
-    EXPECT_EQ( 0u, TakeError() ) << "no failure so far";
-    EXPECT_FALSE( IsWindow( NULL ) || GetWindow( NULL, GW_CHILD ) || GetDC( NULL ) ||
-                  SetWindowTextA( NULL, "" ) );
-    EXPECT_EQ( ERROR_INVALID_WINDOW_HANDLE + 0u, TakeError() );
-    EXPECT_FALSE( SendMessageA( WINDOW, WM_CLOSE, 0, 0 ) );
-    EXPECT_EQ( ERROR_INVALID_PARAMETER + 0u, TakeError() );
-}
-
 TEST_F( WindowCalls, MenuItemsKeepWhatTheyAre )
 {
-    const UINT_PTR uSubMenu = reinterpret_cast<UINT_PTR>( SUBMENU );
-    EXPECT_EQ( MF_CHECKED, GetMenuState( MENU, 0, MF_BYPOSITION ) );
     EXPECT_EQ( 0x0410u, GetMenuState( MENU, 1, MF_BYPOSITION ) ) << "260 items, of which a byte is told";
-    EXPECT_EQ( PLAIN_ID, GetMenuItemID( MENU, 0 ) );
-    EXPECT_EQ( 0xFFFFFFFFu, GetMenuItemID( MENU, 1 ) );
-    EXPECT_EQ( NULL, GetSubMenu( MENU, 0 ) );
-    EXPECT_EQ( SUBMENU, GetSubMenu( MENU, 1 ) );
     EXPECT_TRUE( ModifyMenuA( MENU, 0, MF_BYPOSITION, PLAIN_ID, "plain" ) );
-    EXPECT_TRUE( ModifyMenuA( MENU, 1, MF_BYPOSITION | MF_POPUP, uSubMenu, "popup" ) );
-    EXPECT_EQ( 5, GetMenuStringA( MENU, 1, m_szText, sizeof( m_szText ), MF_BYPOSITION ) );
+    EXPECT_TRUE(
+        ModifyMenuA( MENU, 1, MF_BYPOSITION | MF_POPUP, reinterpret_cast<UINT_PTR>( SUBMENU ), "popup" ) );
     EXPECT_EQ( 0u, TakeError() );
     EXPECT_FALSE( ModifyMenuA( MENU, 0, MF_BYPOSITION, PLAIN_ID + 1, "" ) ||
                   ModifyMenuA( MENU, 1, MF_BYPOSITION, PLAIN_ID, "" ) ||
@@ -192,10 +160,8 @@ TEST_F( WindowCalls, MenuItemsKeepWhatTheyAre )
                   ModifyMenuA( MENU, 0, MF_BYCOMMAND, PLAIN_ID, "" ) );
     EXPECT_EQ( ERROR_INVALID_PARAMETER + 0u, TakeError() );
     EXPECT_EQ( "popup", m_aToy.strItem );
-    EXPECT_EQ( 0xFFFFFFFFu, GetMenuState( MENU, 2, MF_BYPOSITION ) );
-    EXPECT_EQ( ERROR_MENU_ITEM_NOT_FOUND + 0u, TakeError() );
-    EXPECT_FALSE( IsMenu( NULL ) );
-    EXPECT_EQ( ERROR_INVALID_MENU_HANDLE + 0u, TakeError() );
+    EXPECT_FALSE( SendMessageA( WINDOW, WM_CLOSE, 0, 0 ) );
+    EXPECT_EQ( ERROR_INVALID_PARAMETER + 0u, TakeError() );
 }
 
 TEST_F( WindowCalls, FontsAreKnownByHandles )
@@ -204,26 +170,20 @@ TEST_F( WindowCalls, FontsAreKnownByHandles )
     strcpy( aFont.lfFaceName, "One" );
     const HFONT hFont = CreateFontIndirectA( &aFont );
     SendMessageA( WINDOW, WM_SETFONT, reinterpret_cast<WPARAM>( hFont ), TRUE );
-    EXPECT_STREQ( "One", m_aToy.aFont.lfFaceName );
-    EXPECT_EQ( reinterpret_cast<LRESULT>( hFont ), SendMessageA( WINDOW, WM_GETFONT, 0, 0 ) );
     EXPECT_TRUE( DeleteObject( hFont ) );
     EXPECT_STREQ( "One", m_aToy.aFont.lfFaceName ) << "the window has a copy";
-    EXPECT_EQ( 0u, TakeError() );
-    EXPECT_FALSE( DeleteObject( hFont ) || GetObjectA( hFont, sizeof( aFont ), &aFont ) );
-    EXPECT_EQ( ERROR_INVALID_HANDLE + 0u, TakeError() );
-
     const LRESULT lOwn = SendMessageA( WINDOW, WM_GETFONT, 0, 0 );
     EXPECT_NE( reinterpret_cast<LRESULT>( hFont ), lOwn );
     EXPECT_EQ( lOwn, SendMessageA( WINDOW, WM_GETFONT, 0, 0 ) );
     EXPECT_EQ( int( sizeof( aFont ) ), GetObjectA( reinterpret_cast<HGDIOBJ>( lOwn ), 0, NULL ) );
-    EXPECT_EQ( 4, GetObjectA( reinterpret_cast<HGDIOBJ>( lOwn ), 4, m_szText ) );
     EXPECT_TRUE( DeleteObject( reinterpret_cast<HGDIOBJ>( lOwn ) ) );
+    EXPECT_EQ( 0u, TakeError() );
 }
 
 TEST_F( WindowCalls, DialogsAskTheWindowSystem )
 {
     EXPECT_EQ( IDRETRY, MessageBoxA( NULL, "text", NULL, MB_RETRYCANCEL ) );
-    EXPECT_EQ( "Error|text", m_aToy.strText );
+    EXPECT_EQ( "Error|text", m_aToy.strShown );
     DebugRecorder aDebug;
     const char* const pHeader =
         "From DLL_EXPORT_MOD int DLL_EXPORT GetDirDlg( HWND hWndParent, LPCTSTR pTitle, LPTSTR pPath, USHORT uSize )";
@@ -234,7 +194,7 @@ TEST_F( WindowCalls, DialogsAskTheWindowSystem )
         EXPECT_TRUE( aDebug.OnlyReport( pHeader, pText ) );
     };
     EXPECT_EQ( 1, GetDirDlg( WINDOW, "title", m_szText, sizeof( m_szText ) ) );
-    EXPECT_EQ( "title|before", m_aToy.strText );
+    EXPECT_EQ( "title|before", m_aToy.strShown );
     EXPECT_STREQ( "/chosen", m_szText );
     m_aToy.dwAnswer = ERROR_CANCELLED;
     EXPECT_EQ( 2, GetDirDlg( WINDOW, NULL, NULL, 0 ) );
