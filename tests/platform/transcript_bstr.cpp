@@ -36,28 +36,28 @@ void SayTexts()
     SysFreeString( aBstr );
     aBstr = SysAllocStringLen( g_aSource, 5 );
     SayBstr( "allocated with its zero", aBstr );
-    Say( "reallocated from itself", "%d", SysReAllocStringLen( &aBstr, aBstr + 3, 2 ) != FALSE );
+    SayNumber( "reallocated from itself", SysReAllocStringLen( &aBstr, aBstr + 3, 2 ) != FALSE );
     SayBstr( "its own tail", aBstr );
-    Say( "grown", "%d", SysReAllocStringLen( &aBstr, g_aSource, 4 ) != FALSE );
+    SayNumber( "grown", SysReAllocStringLen( &aBstr, g_aSource, 4 ) != FALSE );
     SayBstr( "grown text", aBstr );
-    Say( "to nothing", "%d", SysReAllocStringLen( &aBstr, g_aSource, 0 ) != FALSE );
+    SayNumber( "to nothing", SysReAllocStringLen( &aBstr, g_aSource, 0 ) != FALSE );
     SayBstr( "nothing", aBstr );
     SysFreeString( aBstr );
 
     aBstr = NULL;
-    Say( "reallocated from null", "%d", SysReAllocStringLen( &aBstr, g_aSource, 2 ) != FALSE );
+    SayNumber( "reallocated from null", SysReAllocStringLen( &aBstr, g_aSource, 2 ) != FALSE );
     SayBstr( "from null", aBstr );
-    Say( "reallocated whole", "%d", SysReAllocString( &aBstr, g_aSource + 3 ) != FALSE );
+    SayNumber( "reallocated whole", SysReAllocString( &aBstr, g_aSource + 3 ) != FALSE );
     SayBstr( "whole", aBstr );
     SysFreeString( aBstr );
 
     aBstr = SysAllocStringLen( NULL, 3 );
     Say( "null source", "%u characters, terminated %d", SysStringLen( aBstr ), aBstr[3] == 0 );
     SysFreeString( aBstr );
-    Say( "null text", "%d", SysAllocString( NULL ) == NULL );
+    SayNumber( "null text", SysAllocString( NULL ) == NULL );
     Say( "length of null", "%u %u", SysStringLen( NULL ), SysStringByteLen( NULL ) );
     SysFreeString( NULL );
-    Say( "too long", "%d", SysAllocStringLen( NULL, 0x80000000 ) == NULL );
+    SayNumber( "too long", SysAllocStringLen( NULL, 0x80000000 ) == NULL );
 }
 
 void SayWidened( const char* pName, UINT uCodePage, const char* pBytes, int nBytes )
@@ -117,9 +117,9 @@ void SayLimits()
     char aBytes[8];
     SayOutcome( "no input", MultiByteToWideChar( CP_ACP, 0, "abc", 0, aWide, 8 ) );
     SayOutcome( "null input", MultiByteToWideChar( CP_ACP, 0, NULL, -1, aWide, 8 ) );
-    Say( "asked for the room", "%d", MultiByteToWideChar( CP_ACP, 0, "abc", -1, NULL, 0 ) );
-    Say( "asked with a buffer", "%d", MultiByteToWideChar( CP_ACP, 0, "abc", -1, aWide, 0 ) );
-    Say( "just enough", "%d", MultiByteToWideChar( CP_ACP, 0, "abc", 3, aWide, 3 ) );
+    SayNumber( "asked for the room", MultiByteToWideChar( CP_ACP, 0, "abc", -1, NULL, 0 ) );
+    SayNumber( "asked with a buffer", MultiByteToWideChar( CP_ACP, 0, "abc", -1, aWide, 0 ) );
+    SayNumber( "just enough", MultiByteToWideChar( CP_ACP, 0, "abc", 3, aWide, 3 ) );
     SayOutcome( "one too few", MultiByteToWideChar( CP_ACP, 0, "abc", -1, aWide, 3 ) );
     SayOutcome( "half a pair of room", MultiByteToWideChar( CP_UTF8, 0, "\xF0\x9F\x98\x80", 4, aWide, 1 ) );
     SayOutcome( "null output with a size", MultiByteToWideChar( CP_ACP, 0, "abc", 3, NULL, 8 ) );
@@ -130,11 +130,11 @@ void SayLimits()
     constexpr WCHAR WIDE[] = { 'a', 'b', 0x20AC };
     SayOutcome( "no wide input", WideCharToMultiByte( CP_ACP, 0, WIDE, 0, aBytes, 8, NULL, NULL ) );
     SayOutcome( "null wide input", WideCharToMultiByte( CP_ACP, 0, NULL, 3, aBytes, 8, NULL, NULL ) );
-    Say( "bytes asked for", "%d", WideCharToMultiByte( CP_UTF8, 0, WIDE, 3, NULL, 0, NULL, NULL ) );
+    SayNumber( "bytes asked for", WideCharToMultiByte( CP_UTF8, 0, WIDE, 3, NULL, 0, NULL, NULL ) );
     SayOutcome( "bytes too few", WideCharToMultiByte( CP_UTF8, 0, WIDE, 3, aBytes, 4, NULL, NULL ) );
     BOOL fUsed = TRUE;
     WideCharToMultiByte( CP_ACP, 0, WIDE, 2, aBytes, 8, NULL, &fUsed );
-    Say( "default character used", "%d", fUsed );
+    SayNumber( "default character used", fUsed );
 }
 } // namespace
 

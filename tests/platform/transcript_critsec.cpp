@@ -14,7 +14,7 @@ void SayOtherThreadTries( const char* pName )
         [=]
         {
             const BOOL fTaken = TryEnterCriticalSection( &g_aSection );
-            Say( pName, "%d", fTaken );
+            SayNumber( pName, fTaken );
             if ( fTaken )
                 LeaveCriticalSection( &g_aSection );
         } );
@@ -26,8 +26,8 @@ void SayRecursion()
     SetLastError( UNTOUCHED );
     EnterCriticalSection( &g_aSection );
     EnterCriticalSection( &g_aSection );
-    Say( "owner tries", "%d", TryEnterCriticalSection( &g_aSection ) );
-    Say( "last error", "%u", static_cast<unsigned>( GetLastError() ) );
+    SayNumber( "owner tries", TryEnterCriticalSection( &g_aSection ) );
+    SayNumber( "last error", GetLastError() );
     SayOtherThreadTries( "entered three times" );
     LeaveCriticalSection( &g_aSection );
     LeaveCriticalSection( &g_aSection );
@@ -51,22 +51,22 @@ void SayCounting()
         }
     };
     OnThreads( 8, Count );
-    Say( "guarded count", "%d", nGuarded );
-    Say( "interlocked count", "%d", static_cast<int>( lInterlocked ) );
+    SayNumber( "guarded count", nGuarded );
+    SayNumber( "interlocked count", lInterlocked );
 }
 
 void SayInterlocked()
 {
     LONG lValue = 0;
-    Say( "decrement", "%d", static_cast<int>( InterlockedDecrement( &lValue ) ) );
-    Say( "increment", "%d", static_cast<int>( InterlockedIncrement( &lValue ) ) );
-    Say( "exchange", "%d", static_cast<int>( InterlockedExchange( &lValue, 7 ) ) );
-    Say( "exchange and add", "%d", static_cast<int>( InterlockedExchangeAdd( &lValue, -3 ) ) );
-    Say( "compare, equal", "%d", static_cast<int>( InterlockedCompareExchange( &lValue, 9, 4 ) ) );
-    Say( "compare, different", "%d", static_cast<int>( InterlockedCompareExchange( &lValue, 11, 4 ) ) );
-    Say( "value", "%d", static_cast<int>( lValue ) );
+    SayNumber( "decrement", InterlockedDecrement( &lValue ) );
+    SayNumber( "increment", InterlockedIncrement( &lValue ) );
+    SayNumber( "exchange", InterlockedExchange( &lValue, 7 ) );
+    SayNumber( "exchange and add", InterlockedExchangeAdd( &lValue, -3 ) );
+    SayNumber( "compare, equal", InterlockedCompareExchange( &lValue, 9, 4 ) );
+    SayNumber( "compare, different", InterlockedCompareExchange( &lValue, 11, 4 ) );
+    SayNumber( "value", lValue );
     lValue = INT_MAX;
-    Say( "beyond the largest", "%d", static_cast<int>( InterlockedIncrement( &lValue ) ) );
+    SayNumber( "beyond the largest", InterlockedIncrement( &lValue ) );
 }
 } // namespace
 
@@ -76,7 +76,7 @@ int main()
     SayRecursion();
     SayCounting();
     DeleteCriticalSection( &g_aSection );
-    Say( "with a spin count", "%d", InitializeCriticalSectionAndSpinCount( &g_aSection, 4000 ) != FALSE );
+    SayNumber( "with a spin count", InitializeCriticalSectionAndSpinCount( &g_aSection, 4000 ) != FALSE );
     SayInterlocked();
     return 0;
 }

@@ -6,26 +6,12 @@
 
 namespace
 {
-void SayMade( const char* pName, HANDLE hObject )
-{
-    const DWORD dwError = GetLastError();
-    Say( pName, "%s, last error %u", hObject != NULL ? "made" : "null", static_cast<unsigned>( dwError ) );
-}
-
 void SayCreated( const char* pName, const char* pObject )
 {
     SetLastError( UNTOUCHED );
     const HANDLE hEvent = CreateEventA( NULL, FALSE, FALSE, pObject );
     SayMade( pName, hEvent );
     CloseHandle( hEvent );
-}
-
-void SayWait( const char* pName, HANDLE hObject )
-{
-    SetLastError( UNTOUCHED );
-    const DWORD dwResult = WaitForSingleObject( hObject, 0 );
-    const DWORD dwError = GetLastError();
-    Say( pName, "%u, last error %u", static_cast<unsigned>( dwResult ), static_cast<unsigned>( dwError ) );
 }
 
 void SayStates()

@@ -1,9 +1,9 @@
 // Files: opening, sharing, reading and writing, ranges, duplicates, deleting and renaming.
 
 #include "platform/transcript.h"
+#include "support/scratchfolder.h"
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 namespace
@@ -17,13 +17,8 @@ std::string PathOf( const char* pName )
 
 std::string MakeFile( const char* pName, const char* pText = "0123456789" )
 {
-    std::ofstream( PathOf( pName ), std::ios::binary ) << pText;
+    WriteBytes( PathOf( pName ), pText );
     return PathOf( pName );
-}
-
-unsigned SizeOf( const std::string& strPath )
-{
-    return static_cast<unsigned>( std::filesystem::file_size( strPath ) );
 }
 
 HANDLE Open( const std::string& strPath, DWORD dwAccess, DWORD dwShare, DWORD dwDisposition = OPEN_EXISTING )
@@ -91,9 +86,9 @@ void SayDispositions()
     SayOpening( "too long a name", Open( PathOf( std::string( 5000, 'a' ).c_str() ), GENERIC_READ, 0 ) );
     SayOpening( "a piece too long", Open( PathOf( std::string( 300, 'a' ).c_str() ), GENERIC_READ, 0 ) );
     SayOpening( "emptied through reading", Open( MakeFile( "old" ), GENERIC_READ, 0, CREATE_ALWAYS ) );
-    Say( "size then", "%u", SizeOf( PathOf( "old" ) ) );
+    SayNumber( "size then", std::filesystem::file_size( PathOf( "old" ) ) );
     SayOpening( "emptied through nothing", Open( MakeFile( "old" ), 0, 0, CREATE_ALWAYS ) );
-    Say( "size after nothing", "%u", SizeOf( PathOf( "old" ) ) );
+    SayNumber( "size after nothing", std::filesystem::file_size( PathOf( "old" ) ) );
 }
 
 // Every way to open a file against every way: which second openings a first one allows.
@@ -113,9 +108,9 @@ void SayShares()
                                                                       : '?';
             CloseHandle( hSecond );
         }
-        Say( ( "access " + std::to_string( uFirst / 4 ) + ", share " + std::to_string( uFirst % 4 ) ).c_str(),
-             "%s", strAllowed.c_str() );
-        SayOutcome( ( "delete beside " + std::to_string( uFirst ) ).c_str(),
+        Say( "access " + std::to_string( uFirst / 4 ) + ", share " + std::to_string( uFirst % 4 ), "%s",
+             strAllowed.c_str() );
+        SayOutcome( "delete beside " + std::to_string( uFirst ),
                     uFirst < 4 || DeleteFileA( strPath.c_str() ) );
         CloseHandle( hFirst );
     }
@@ -125,7 +120,7 @@ void SayShares()
     SayOpening( "create always through reading, beside a reader that denies writing",
                 Open( strPath, GENERIC_READ, 3, CREATE_ALWAYS ) );
     SayOpening( "create always through nothing, likewise", Open( strPath, 0, 3, CREATE_ALWAYS ) );
-    Say( "nothing was emptied", "%u", SizeOf( strPath ) );
+    SayNumber( "nothing was emptied", std::filesystem::file_size( strPath ) );
     SayOpening( "another spelling", Open( g_strFolder + "\\folder/..//shared", GENERIC_WRITE, 3 ) );
     SayOutcome( "rename of an open file", MoveFileA( strPath.c_str(), PathOf( "renamed" ).c_str() ) );
     CloseHandle( hReader );
@@ -288,11 +283,11 @@ void SayRanges()
     CloseHandle( hOther );
 }
 
-HANDLE Duplicate( HANDLE hFile )
+HANDLE Duplicate( const char* pName, HANDLE hFile )
 {
     HANDLE hDuplicate = NULL;
-    SayOutcome( "duplicate", DuplicateHandle( GetCurrentProcess(), hFile, GetCurrentProcess(), &hDuplicate, 0,
-                                              FALSE, DUPLICATE_SAME_ACCESS ) );
+    SayOutcome( pName, DuplicateHandle( GetCurrentProcess(), hFile, GetCurrentProcess(), &hDuplicate, 0,
+                                        FALSE, DUPLICATE_SAME_ACCESS ) );
     return hDuplicate;
 }
 
@@ -300,7 +295,7 @@ void SayDuplicates()
 {
     const std::string strPath = MakeFile( "doubled" );
     const HANDLE hFile = Open( strPath, GENERIC_READ, 0 );
-    const HANDLE hDuplicate = Duplicate( hFile );
+    const HANDLE hDuplicate = Duplicate( "duplicate", hFile );
     Seek( hFile, 4, FILE_BEGIN );
     SaySeek( "one position", hDuplicate, 0, FILE_CURRENT );
     SayWrite( "the same access", hDuplicate, "x", 1 );
@@ -313,10 +308,7 @@ void SayDuplicates()
     SayLock( "so does the range", hDuplicate, 3, 1 );
     CloseHandle( hDuplicate );
     SayOpening( "sharing ends", Open( strPath, GENERIC_READ, 0 ) );
-    HANDLE hNone = NULL;
-    SayOutcome( "duplicate of a closed handle",
-                DuplicateHandle( GetCurrentProcess(), hFile, GetCurrentProcess(), &hNone, 0, FALSE,
-                                 DUPLICATE_SAME_ACCESS ) );
+    Duplicate( "duplicate of a closed handle", hFile );
 }
 
 void SayRemoval()
@@ -355,16 +347,13 @@ void SayRemoval()
 
 int main()
 {
-    g_strFolder =
-        ( std::filesystem::temp_directory_path() / ( "bxfile" + std::to_string( GetCurrentProcessId() ) ) )
-            .generic_string();
-    std::filesystem::create_directory( g_strFolder );
+    const ScratchFolder aFolder;
+    g_strFolder = aFolder.Path();
     SayDispositions();
     SayShares();
     SayReadingAndWriting();
     SayRanges();
     SayDuplicates();
     SayRemoval();
-    std::filesystem::remove_all( g_strFolder );
     return 0;
 }

@@ -45,12 +45,11 @@ std::string Describe( DWORD dwFlags, DWORD dwNumber )
            ( dwError == UNTOUCHED ? "" : ", last error changed" );
 }
 
-void SayNumbers( const char* pName, DWORD dwFlags )
+void SayNumbers( const std::string& rName, DWORD dwFlags )
 {
     for ( const DWORD dwNumber : g_adwNumbers )
     {
-        const std::string strName = std::string( pName ) + " " + std::to_string( dwNumber );
-        Say( strName.c_str(), "%s", Describe( dwFlags, dwNumber ).c_str() );
+        Say( rName + " " + std::to_string( dwNumber ), "%s", Describe( dwFlags, dwNumber ).c_str() );
     }
 }
 
@@ -60,13 +59,13 @@ void SayThreads()
     OnOtherThread(
         []
         {
-            Say( "new thread", "%u", static_cast<unsigned>( GetLastError() ) );
+            SayNumber( "new thread", GetLastError() );
             SetLastError( 18 );
         } );
-    Say( "another thread's does not show", "%d", GetLastError() != 18 );
+    SayNumber( "another thread's does not show", GetLastError() != 18 );
     SetLastError( 19 );
     errno = EDOM;
-    Say( "errno is apart", "%u", static_cast<unsigned>( GetLastError() ) );
+    SayNumber( "errno is apart", GetLastError() );
     SetLastError( 0xE0000001 );
     Say( "any number", "%08X", static_cast<unsigned>( GetLastError() ) );
 }
@@ -88,7 +87,7 @@ void SayBuffers()
     char* pText = NULL;
     const DWORD dwNeutral =
         FormatMessageA( PLAIN, NULL, 5, 0, reinterpret_cast<LPSTR>( &pText ), 2000, NULL );
-    Say( "language and least size change nothing", "%d", dwNeutral == dwLength );
+    SayNumber( "language and least size change nothing", dwNeutral == dwLength );
     pText[1999] = 'x';
     LocalFree( pText );
 }

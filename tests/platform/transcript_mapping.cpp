@@ -16,12 +16,6 @@ HANDLE Make( DWORD dwBytes, const char* pName = NAME, DWORD dwProtect = PAGE_REA
     return CreateFileMappingA( INVALID_HANDLE_VALUE, NULL, dwProtect, 0, dwBytes, pName );
 }
 
-void SayMade( const char* pName, HANDLE hMapping )
-{
-    const DWORD dwError = GetLastError();
-    Say( pName, "%s, last error %u", hMapping != NULL ? "made" : "null", static_cast<unsigned>( dwError ) );
-}
-
 char* View( HANDLE hMapping, DWORD dwAccess, DWORD dwOffset = 0, SIZE_T nBytes = 0 )
 {
     return static_cast<char*>( MapViewOfFile( hMapping, dwAccess, 0, dwOffset, nBytes ) );
@@ -34,20 +28,20 @@ void SayView( const char* pName, HANDLE hMapping, DWORD dwAccess, DWORD dwOffset
     UnmapViewOfFile( pView );
 }
 
-void SayMemory( const char* pObject, const char* pZero, const char* pCoherent, const char* pOffset,
-                const char* pLater )
+void SayMemory( const std::string& rPrefix, const char* pObject )
 {
     const HANDLE hMapping = Make( BYTES, pObject );
     char* const pWrite = View( hMapping, FILE_MAP_WRITE );
-    Say( pZero, "%d", std::all_of( pWrite, pWrite + BYTES, []( char c ) { return c == 0; } ) );
+    SayNumber( rPrefix + "zero at first",
+               std::all_of( pWrite, pWrite + BYTES, []( char c ) { return c == 0; } ) );
     char* const pRead = View( hMapping, FILE_MAP_READ );
     std::strcpy( pWrite + 65536, "written" );
-    Say( pCoherent, "%s, %d", pRead + 65536, pRead != pWrite );
+    Say( rPrefix + "coherent", "%s, %d", pRead + 65536, pRead != pWrite );
     char* const pPart = View( hMapping, FILE_MAP_ALL_ACCESS, 65536, 100 );
-    Say( pOffset, "%s", pPart );
+    Say( rPrefix + "offset", "%s", pPart );
     CloseHandle( hMapping );
     pWrite[65536] = 'W';
-    Say( pLater, "%s", pRead + 65536 );
+    Say( rPrefix + "after the handle was closed", "%s", pRead + 65536 );
     for ( const char* const pView : { pWrite, pRead, pPart } )
         UnmapViewOfFile( pView );
 }
@@ -90,10 +84,7 @@ void SayNames()
     SayOutcome( "open null", OpenFileMappingA( FILE_MAP_READ, FALSE, NULL ) );
     SayOutcome( "open missing", OpenFileMappingA( FILE_MAP_READ, FALSE, "bxtools missing" ) );
     SayOutcome( "as an event", CreateEventA( NULL, FALSE, FALSE, "bxtools gone" ) );
-    SetLastError( UNTOUCHED );
-    const DWORD dwResult = WaitForSingleObject( hAnew, 0 );
-    Say( "wait", "%u, last error %u", static_cast<unsigned>( dwResult ),
-         static_cast<unsigned>( GetLastError() ) );
+    SayWait( "wait", hAnew );
     CloseHandle( hAnew );
 }
 
@@ -143,8 +134,8 @@ void SayReserved()
     char* const pView = View( hMapping, FILE_MAP_WRITE );
     SayOutcome( "room for a byte", VirtualAlloc( pView, 1, MEM_COMMIT, PAGE_READWRITE ) );
     std::strcpy( pView + 4000, "kept" );
-    Say( "room is where it was asked for", "%d",
-         VirtualAlloc( pView, BYTES, MEM_COMMIT, PAGE_READWRITE ) == pView );
+    SayNumber( "room is where it was asked for",
+               VirtualAlloc( pView, BYTES, MEM_COMMIT, PAGE_READWRITE ) == pView );
     Say( "what was there stays, what comes is zero", "%s %d", pView + 4000, pView[BYTES - 1] );
     SayOutcome( "room that is there already", VirtualAlloc( pView, BYTES, MEM_COMMIT, PAGE_READWRITE ) );
     SayOutcome( "room beyond the view", VirtualAlloc( pView, 2 * BYTES, MEM_COMMIT, PAGE_READWRITE ) );
@@ -157,9 +148,8 @@ void SayReserved()
 
 int main()
 {
-    SayMemory( NULL, "zero at first", "coherent", "offset", "after the handle was closed" );
-    SayMemory( NAME, "named, zero at first", "named, coherent", "named, offset",
-               "named, after the handle was closed" );
+    SayMemory( "", NULL );
+    SayMemory( "named, ", NAME );
     SaySizes();
     SayNames();
     SayRights();

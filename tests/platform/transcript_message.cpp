@@ -3,7 +3,7 @@
 #include "platform/transcript.h"
 
 #include <atomic>
-#include <string>
+#include <vector>
 
 namespace
 {
@@ -12,8 +12,7 @@ const HWND NO_WINDOW = reinterpret_cast<HWND>( static_cast<LONG_PTR>( 0x7FFF0 ) 
 void SayPost( const char* pName, DWORD dwThreadId, UINT uMessage, WPARAM wParam = 0 )
 {
     SetLastError( UNTOUCHED );
-    const BOOL fDone = PostThreadMessageA( dwThreadId, uMessage, wParam, 0 );
-    Say( pName, "%d, last error %u", fDone, static_cast<unsigned>( GetLastError() ) );
+    SayWithError( pName, PostThreadMessageA( dwThreadId, uMessage, wParam, 0 ) );
 }
 
 std::string TextOf( const MSG& rMessage )
@@ -41,13 +40,11 @@ void SayGet( const char* pName, UINT uFirst = 0, UINT uLast = 0 )
     Say( pName, "%d, %s", fResult, TextOf( aMessage ).c_str() );
 }
 
-void SayWait( const char* pName, DWORD dwCount, const HANDLE* pHandles, DWORD dwMask = QS_ALLINPUT,
-              BOOL fAll = FALSE )
+void SayInput( const char* pName, DWORD dwCount, const HANDLE* pHandles, DWORD dwMask = QS_ALLINPUT,
+               BOOL fAll = FALSE )
 {
     SetLastError( UNTOUCHED );
-    const DWORD dwResult = MsgWaitForMultipleObjects( dwCount, pHandles, fAll, 20, dwMask );
-    Say( pName, "%u, last error %u", static_cast<unsigned>( dwResult ),
-         static_cast<unsigned>( GetLastError() ) );
+    SayWithError( pName, MsgWaitForMultipleObjects( dwCount, pHandles, fAll, 20, dwMask ) );
 }
 
 void SayQueue()
@@ -74,7 +71,7 @@ void SayQueue()
     aMessage.message = WM_USER;
     Say( "translate and dispatch", "%d, %d", TranslateMessage( &aMessage ),
          static_cast<int>( DispatchMessageA( &aMessage ) ) );
-    Say( "is a window", "%d", IsWindow( NO_WINDOW ) );
+    SayNumber( "is a window", IsWindow( NO_WINDOW ) );
     SayOutcome( "post to no window", PostMessageA( NO_WINDOW, WM_CLOSE, 0, 0 ) );
 }
 
@@ -82,35 +79,33 @@ void SayWaits()
 {
     const DWORD dwOwn = GetCurrentThreadId();
     const HANDLE hEvent = CreateEventA( NULL, FALSE, FALSE, NULL );
-    SayWait( "wait for nothing", 0, NULL );
+    SayInput( "wait for nothing", 0, NULL );
     PostThreadMessageA( dwOwn, WM_USER, 1, 0 );
     PostThreadMessageA( dwOwn, WM_USER, 2, 0 );
-    SayWait( "wait for other input", 1, &hEvent, QS_KEY | QS_TIMER );
-    SayWait( "new input", 0, NULL );
-    SayWait( "new input again, behind an event", 1, &hEvent );
-    SayWait( "all of it, unset", 1, &hEvent, QS_ALLINPUT, TRUE );
+    SayInput( "wait for other input", 1, &hEvent, QS_KEY | QS_TIMER );
+    SayInput( "new input", 0, NULL );
+    SayInput( "new input again, behind an event", 1, &hEvent );
+    SayInput( "all of it, unset", 1, &hEvent, QS_ALLINPUT, TRUE );
     SetEvent( hEvent );
-    SayWait( "event before input", 1, &hEvent );
+    SayInput( "event before input", 1, &hEvent );
     SetEvent( hEvent );
-    SayWait( "all of it", 1, &hEvent, QS_ALLINPUT, TRUE );
-    SayWait( "event is taken", 1, &hEvent );
+    SayInput( "all of it", 1, &hEvent, QS_ALLINPUT, TRUE );
+    SayInput( "event is taken", 1, &hEvent );
     SayPeek( "look at the first", 0, 0, PM_NOREMOVE );
-    SayWait( "seen input is old", 1, &hEvent );
+    SayInput( "seen input is old", 1, &hEvent );
     PostThreadMessageA( dwOwn, WM_USER, 3, 0 );
-    SayWait( "new again", 1, &hEvent );
+    SayInput( "new again", 1, &hEvent );
     SayGet( "take the first" );
-    SayWait( "what is left is old", 1, &hEvent );
+    SayInput( "what is left is old", 1, &hEvent );
     PostThreadMessageA( dwOwn, WM_USER, 4, 0 );
     SayPeek( "look for others", WM_APP, WM_APP, PM_NOREMOVE );
-    SayWait( "looked for others", 1, &hEvent );
-    SayWait( "counted without ranges", 1, &hEvent, QS_ALLPOSTMESSAGE );
-    HANDLE ahMany[MAXIMUM_WAIT_OBJECTS];
-    for ( HANDLE& rhEvent : ahMany )
-        rhEvent = hEvent;
-    SayWait( "63 handles", 63, ahMany );
-    SayWait( "64 handles", 64, ahMany );
-    ahMany[3] = NULL;
-    SayWait( "a bad handle", 5, ahMany );
+    SayInput( "looked for others", 1, &hEvent );
+    SayInput( "counted without ranges", 1, &hEvent, QS_ALLPOSTMESSAGE );
+    std::vector<HANDLE> aMany( 64, hEvent );
+    SayInput( "63 handles", 63, aMany.data() );
+    SayInput( "64 handles", 64, aMany.data() );
+    aMany[3] = NULL;
+    SayInput( "a bad handle", 5, aMany.data() );
     CloseHandle( hEvent );
 }
 
@@ -145,7 +140,7 @@ void SayThreads()
     WaitForSingleObject( hThread, INFINITE );
     DWORD dwCode = UNTOUCHED;
     GetExitCodeThread( hThread, &dwCode );
-    Say( "it received", "%u", static_cast<unsigned>( dwCode ) );
+    SayNumber( "it received", dwCode );
     SayPost( "to an ended thread", dwThreadId, WM_USER );
     SayPost( "to thread 0", 0, WM_USER );
     SayPost( "to a thread that is not", 0x7FFFFFF0u, WM_USER );

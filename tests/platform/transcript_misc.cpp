@@ -9,14 +9,14 @@ namespace
 void SayVersion()
 {
     OSVERSIONINFOA aVersion{};
-    Say( "size of the record", "%u", static_cast<unsigned>( sizeof( aVersion ) ) );
+    SayNumber( "size of the record", sizeof( aVersion ) );
     aVersion.dwOSVersionInfoSize = sizeof( aVersion );
     std::memset( aVersion.szCSDVersion, 'x', sizeof( aVersion.szCSDVersion ) );
     SayOutcome( "version", GetVersionExA( &aVersion ) );
-    Say( "platform", "%u", static_cast<unsigned>( aVersion.dwPlatformId ) );
-    Say( "major above zero", "%d", aVersion.dwMajorVersion > 0 );
-    Say( "size stays", "%u", static_cast<unsigned>( aVersion.dwOSVersionInfoSize ) );
-    Say( "service pack terminated", "%d", std::memchr( aVersion.szCSDVersion, 0, 128 ) != NULL );
+    SayNumber( "platform", aVersion.dwPlatformId );
+    SayNumber( "major above zero", aVersion.dwMajorVersion > 0 );
+    SayNumber( "size stays", aVersion.dwOSVersionInfoSize );
+    SayNumber( "service pack terminated", std::memchr( aVersion.szCSDVersion, 0, 128 ) != NULL );
     aVersion.dwOSVersionInfoSize = 147;
     SayOutcome( "wrong size", GetVersionExA( &aVersion ) );
     aVersion.dwOSVersionInfoSize = 0;
@@ -28,15 +28,15 @@ void SayComputerName()
     char aName[260];
     DWORD dwSize = sizeof( aName );
     SayOutcome( "computer name", GetComputerNameA( aName, &dwSize ) );
-    Say( "its length comes back", "%d", dwSize == std::strlen( aName ) && dwSize > 0 );
+    SayNumber( "its length comes back", dwSize == std::strlen( aName ) && dwSize > 0 );
     const DWORD dwLength = dwSize;
     SayOutcome( "one too small", GetComputerNameA( aName, &dwSize ) );
-    Say( "what is needed", "%d", dwSize == dwLength + 1 );
+    SayNumber( "what is needed", dwSize == dwLength + 1 );
     SayOutcome( "just enough", GetComputerNameA( aName, &dwSize ) );
-    Say( "length again", "%d", dwSize == dwLength );
+    SayNumber( "length again", dwSize == dwLength );
     dwSize = 0;
     SayOutcome( "null buffer", GetComputerNameA( NULL, &dwSize ) );
-    Say( "needed for null", "%d", dwSize == dwLength + 1 );
+    SayNumber( "needed for null", dwSize == dwLength + 1 );
 }
 
 // The country itself is the machine's.
@@ -44,10 +44,10 @@ void SayLocale()
 {
     char szCode[16] = "";
     const int nSize = GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY, szCode, sizeof( szCode ) );
-    Say( "size of the country's code", "%d",
-         nSize == static_cast<int>( std::strlen( szCode ) ) + 1 && nSize > 1 );
-    Say( "size that is needed", "%d",
-         GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY, NULL, 0 ) == nSize );
+    SayNumber( "size of the country's code",
+               nSize == static_cast<int>( std::strlen( szCode ) ) + 1 && nSize > 1 );
+    SayNumber( "size that is needed",
+               GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY, NULL, 0 ) == nSize );
     SayOutcome( "a country's code", GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY, szCode, nSize ) );
     SayOutcome( "its size one too small",
                 GetLocaleInfoA( LOCALE_SYSTEM_DEFAULT, LOCALE_ICOUNTRY, szCode, nSize - 1 ) );
@@ -59,10 +59,10 @@ void SayLocale()
 void SayIds()
 {
     const DWORD dwThread = GetCurrentThreadId();
-    Say( "thread id stays", "%d", dwThread == GetCurrentThreadId() && dwThread != 0 );
-    OnOtherThread( [=] { Say( "another thread, another id", "%d", GetCurrentThreadId() != dwThread ); } );
-    Say( "process id stays", "%d",
-         GetCurrentProcessId() == GetCurrentProcessId() && GetCurrentProcessId() != 0 );
+    SayNumber( "thread id stays", dwThread == GetCurrentThreadId() && dwThread != 0 );
+    OnOtherThread( [=] { SayNumber( "another thread, another id", GetCurrentThreadId() != dwThread ); } );
+    SayNumber( "process id stays",
+               GetCurrentProcessId() == GetCurrentProcessId() && GetCurrentProcessId() != 0 );
 }
 
 void SayHandles()
@@ -78,7 +78,7 @@ void SayDebugOutput()
     OutputDebugStringA( NULL );
     OutputDebugStringA( "" );
     OutputDebugStringA( "a line for the debug output\r\n" );
-    Say( "last error after debug output", "%u", static_cast<unsigned>( GetLastError() ) );
+    SayNumber( "last error after debug output", GetLastError() );
 }
 } // namespace
 

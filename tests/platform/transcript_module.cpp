@@ -1,10 +1,10 @@
 // Modules. The library to load lies beside this program or beside the tool library.
 
 #include "platform/transcript.h"
+#include "support/scratchfolder.h"
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 namespace
@@ -18,33 +18,33 @@ int Count( HMODULE hModule )
     return reinterpret_cast<CountFunc>( pFunction )();
 }
 
-void SayLoading( const std::string& strFolder )
+void SayLoading( const ScratchFolder& rFolder )
 {
     SetLastError( UNTOUCHED );
     const HMODULE hModule = LoadLibraryA( MODULE_NAME );
     SayOutcome( "load", hModule != NULL );
     char aPath[1024];
     GetModuleFileNameA( hModule, aPath, sizeof( aPath ) );
-    Say( "absolute path", "%d", std::filesystem::path( aPath ).is_absolute() );
+    SayNumber( "absolute path", std::filesystem::path( aPath ).is_absolute() );
     const HMODULE hAgain = LoadLibraryA( aPath );
-    Say( "by its path, same handle", "%d", hAgain == hModule );
+    SayNumber( "by its path, same handle", hAgain == hModule );
     const HMODULE hOther = LoadLibraryA( "bxtranscriptmodule" );
-    Say( "without extension, same handle", "%d", hOther == hModule );
-    Say( "loaded already", "%d", GetModuleHandleA( "bxTranscriptModule.dll" ) == hModule );
-    Say( "calls", "%d", Count( hModule ) );
-    Say( "calls of the same code", "%d", Count( hAgain ) );
-    Say( "free", "%d", FreeLibrary( hOther ) != FALSE );
-    Say( "free a second time", "%d", FreeLibrary( hAgain ) != FALSE );
-    Say( "still loaded, calls", "%d", Count( hModule ) );
-    Say( "free the last time", "%d", FreeLibrary( hModule ) != FALSE );
+    SayNumber( "without extension, same handle", hOther == hModule );
+    SayNumber( "loaded already", GetModuleHandleA( "bxTranscriptModule.dll" ) == hModule );
+    SayNumber( "calls", Count( hModule ) );
+    SayNumber( "calls of the same code", Count( hAgain ) );
+    SayNumber( "free", FreeLibrary( hOther ) != FALSE );
+    SayNumber( "free a second time", FreeLibrary( hAgain ) != FALSE );
+    SayNumber( "still loaded, calls", Count( hModule ) );
+    SayNumber( "free the last time", FreeLibrary( hModule ) != FALSE );
     SayOutcome( "free once too often", FreeLibrary( hModule ) );
     SayOutcome( "name in a freed module", GetProcAddress( hModule, "CountTranscriptCalls" ) != NULL );
     SayOutcome( "no longer loaded", GetModuleHandleA( MODULE_NAME ) != NULL );
     const HMODULE hFresh = LoadLibraryA( MODULE_NAME );
-    Say( "loaded afresh, calls", "%d", Count( hFresh ) );
+    SayNumber( "loaded afresh, calls", Count( hFresh ) );
     FreeLibrary( hFresh );
 
-    const std::string strCopy = strFolder + "/copied.dll";
+    const std::string strCopy = rFolder.Path( "copied.dll" );
     std::filesystem::copy_file( aPath, strCopy );
     const HMODULE hCopy = LoadLibraryA( strCopy.c_str() );
     SayOutcome( "a path with slashes", hCopy != NULL );
@@ -52,7 +52,7 @@ void SayLoading( const std::string& strFolder )
     for ( char& rChar : strBackslashes )
         rChar = rChar == '/' ? '\\' : rChar;
     const HMODULE hSame = LoadLibraryA( strBackslashes.c_str() );
-    Say( "a path with backslashes, same handle", "%d", hSame == hCopy );
+    SayNumber( "a path with backslashes, same handle", hSame == hCopy );
     FreeLibrary( hSame );
     FreeLibrary( hCopy );
 }
@@ -61,7 +61,7 @@ void SaySymbols()
 {
     const HMODULE hModule = LoadLibraryA( MODULE_NAME );
     const int* const pData = reinterpret_cast<const int*>( GetProcAddress( hModule, "nTranscriptData" ) );
-    Say( "data", "%d", pData != NULL ? *pData : 0 );
+    SayNumber( "data", pData != NULL ? *pData : 0 );
     SetLastError( UNTOUCHED );
     SayOutcome( "missing name", GetProcAddress( hModule, "NoSuchName" ) != NULL );
     SayOutcome( "name in other case", GetProcAddress( hModule, "countTranscriptCalls" ) != NULL );
@@ -72,23 +72,23 @@ void SaySymbols()
     FreeLibrary( hModule );
 }
 
-void WriteTextFile( const std::string& strPath, const std::string& strText )
+void SayLoad( const char* pName, const std::string& strFile )
 {
-    std::ofstream( strPath, std::ios::binary ) << strText;
+    SayOutcome( pName, LoadLibraryA( strFile.c_str() ) != NULL );
 }
 
-void SayFailures( const std::string& strFolder )
+void SayFailures( const ScratchFolder& rFolder )
 {
-    SayOutcome( "missing, plain name", LoadLibraryA( "NOSUCHLIBRARY.DLL" ) != NULL );
-    SayOutcome( "missing, with folder", LoadLibraryA( ( strFolder + "/nosuch.dll" ).c_str() ) != NULL );
-    SayOutcome( "missing folder", LoadLibraryA( ( strFolder + "/nosuch/nosuch.dll" ).c_str() ) != NULL );
-    WriteTextFile( strFolder + "/text.dll",
-                   "This is a text file and no library at all, but long enough for a header.\n" );
-    SayOutcome( "text file", LoadLibraryA( ( strFolder + "/text.dll" ).c_str() ) != NULL );
-    WriteTextFile( strFolder + "/empty.dll", "" );
-    SayOutcome( "empty file", LoadLibraryA( ( strFolder + "/empty.dll" ).c_str() ) != NULL );
-    SayOutcome( "folder", LoadLibraryA( strFolder.c_str() ) != NULL );
-    SayOutcome( "empty name to load", LoadLibraryA( "" ) != NULL );
+    SayLoad( "missing, plain name", "NOSUCHLIBRARY.DLL" );
+    SayLoad( "missing, with folder", rFolder.Path( "nosuch.dll" ) );
+    SayLoad( "missing folder", rFolder.Path( "nosuch/nosuch.dll" ) );
+    WriteBytes( rFolder.Path( "text.dll" ),
+                "This is a text file and no library at all, but long enough for a header.\n" );
+    SayLoad( "text file", rFolder.Path( "text.dll" ) );
+    WriteBytes( rFolder.Path( "empty.dll" ), "" );
+    SayLoad( "empty file", rFolder.Path( "empty.dll" ) );
+    SayLoad( "folder", rFolder.Path() );
+    SayLoad( "empty name to load", "" );
     SayOutcome( "null name to load", LoadLibraryA( NULL ) != NULL );
     SayOutcome( "free null", FreeLibrary( NULL ) );
     SayOutcome( "free no module", FreeLibrary( reinterpret_cast<HMODULE>( 0x1230 ) ) );
@@ -97,44 +97,41 @@ void SayFailures( const std::string& strFolder )
     const HMODULE hModule = LoadLibraryA( MODULE_NAME );
     GetModuleFileNameA( hModule, aPath, sizeof( aPath ) );
     FreeLibrary( hModule );
-    std::filesystem::copy_file( aPath, strFolder + "/short.dll" );
-    std::filesystem::resize_file( strFolder + "/short.dll", 5000 );
-    SayOutcome( "library cut short", LoadLibraryA( ( strFolder + "/short.dll" ).c_str() ) != NULL );
+    const std::string strShort = rFolder.Path( "short.dll" );
+    std::filesystem::copy_file( aPath, strShort );
+    std::filesystem::resize_file( strShort, 5000 );
+    SayLoad( "library cut short", strShort );
 }
 
 void SayProgram()
 {
-    Say( "the program's handle", "%d", GetModuleHandleA( NULL ) != NULL );
+    SayNumber( "the program's handle", GetModuleHandleA( NULL ) != NULL );
     char aPath[1024];
     SetLastError( UNTOUCHED );
     const DWORD dwLength = GetModuleFileNameA( NULL, aPath, sizeof( aPath ) );
-    Say( "the program's path, length", "%d", dwLength == std::strlen( aPath ) && dwLength > 0 );
-    Say( "last error after it", "%u", static_cast<unsigned>( GetLastError() ) );
+    SayNumber( "the program's path, length", dwLength == std::strlen( aPath ) && dwLength > 0 );
+    SayNumber( "last error after it", GetLastError() );
     Say( "the program's name", "%s", std::filesystem::path( aPath ).stem().string().c_str() );
     char aByHandle[1024];
     GetModuleFileNameA( GetModuleHandleA( NULL ), aByHandle, sizeof( aByHandle ) );
-    Say( "by its handle", "%d", std::strcmp( aPath, aByHandle ) == 0 );
+    SayNumber( "by its handle", std::strcmp( aPath, aByHandle ) == 0 );
     char aSmall[11] = "0123456789";
-    Say( "small, result", "%u", static_cast<unsigned>( GetModuleFileNameA( NULL, aSmall, 5 ) ) );
+    SayNumber( "small, result", GetModuleFileNameA( NULL, aSmall, 5 ) );
     SayOutcome( "small", false );
-    Say( "small, beginning", "%d", std::strncmp( aSmall, aPath, 4 ) == 0 );
-    Say( "small, terminated", "%d", aSmall[4] == '\0' );
-    Say( "small, nothing beyond", "%d", aSmall[5] == '5' );
-    Say( "just too small, result", "%d", GetModuleFileNameA( NULL, aByHandle, dwLength ) == dwLength );
+    SayNumber( "small, beginning", std::strncmp( aSmall, aPath, 4 ) == 0 );
+    SayNumber( "small, terminated", aSmall[4] == '\0' );
+    SayNumber( "small, nothing beyond", aSmall[5] == '5' );
+    SayNumber( "just too small, result", GetModuleFileNameA( NULL, aByHandle, dwLength ) == dwLength );
     SayOutcome( "path of no module", GetModuleFileNameA( reinterpret_cast<HMODULE>( 0x1230 ), aPath, 100 ) );
 }
 } // namespace
 
 int main()
 {
-    const std::string strFolder =
-        ( std::filesystem::temp_directory_path() / ( "bxmodule" + std::to_string( GetCurrentProcessId() ) ) )
-            .generic_string();
-    std::filesystem::create_directory( strFolder );
-    SayLoading( strFolder );
+    const ScratchFolder aFolder;
+    SayLoading( aFolder );
     SaySymbols();
-    SayFailures( strFolder );
+    SayFailures( aFolder );
     SayProgram();
-    std::filesystem::remove_all( strFolder );
     return 0;
 }

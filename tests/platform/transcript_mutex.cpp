@@ -4,18 +4,10 @@
 
 namespace
 {
-void SayWait( const char* pName, HANDLE hObject, DWORD dwMilliseconds = 0 )
-{
-    SetLastError( UNTOUCHED );
-    const DWORD dwResult = WaitForSingleObject( hObject, dwMilliseconds );
-    const DWORD dwError = GetLastError();
-    Say( pName, "%u, last error %u", static_cast<unsigned>( dwResult ), static_cast<unsigned>( dwError ) );
-}
-
 // The wait of a thread that ends without giving the mutex back.
-void SayLeftWait( const char* pName, HANDLE hMutex )
+void SayLeftWait( const std::string& rName, HANDLE hMutex )
 {
-    OnOtherThread( [=] { SayWait( pName, hMutex ); } );
+    OnOtherThread( [&] { SayWait( rName, hMutex ); } );
 }
 
 void SayOwner()
@@ -39,7 +31,7 @@ void SayOwner()
     SayOutcome( "released null", ReleaseMutex( NULL ) );
 }
 
-void SayLeftOwned( const char* pName, const char* pFirst, const char* pSecond, const char* pObject )
+void SayLeftOwned( const std::string& rName, const char* pObject )
 {
     const HANDLE hMutex = CreateMutexA( NULL, FALSE, pObject );
     OnOtherThread(
@@ -48,9 +40,9 @@ void SayLeftOwned( const char* pName, const char* pFirst, const char* pSecond, c
             for ( int i = 0; i < 3; ++i )
                 WaitForSingleObject( hMutex, INFINITE );
         } );
-    SayWait( pName, hMutex, 1000 );
-    SayOutcome( pFirst, ReleaseMutex( hMutex ) );
-    SayLeftWait( pSecond, hMutex );
+    SayWait( rName, hMutex, 1000 );
+    SayOutcome( rName + ", released", ReleaseMutex( hMutex ) );
+    SayLeftWait( rName + ", for the next but one", hMutex );
     CloseHandle( hMutex );
 }
 
@@ -96,9 +88,8 @@ void SayName()
 int main()
 {
     SayOwner();
-    SayLeftOwned( "left owned", "left owned, released", "left owned, for the next but one", NULL );
-    SayLeftOwned( "named, left owned", "named, left owned, released",
-                  "named, left owned, for the next but one", "bxtools left" );
+    SayLeftOwned( "left owned", NULL );
+    SayLeftOwned( "named, left owned", "bxtools left" );
     SayName();
     return 0;
 }

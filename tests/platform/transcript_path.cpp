@@ -1,9 +1,9 @@
 // Folders, searches, temporary names and paths.
 
 #include "platform/transcript.h"
+#include "support/scratchfolder.h"
 
 #include <filesystem>
-#include <fstream>
 #include <set>
 #include <string>
 
@@ -18,7 +18,7 @@ std::string PathOf( const std::string& strName )
 
 void MakeFile( const char* pName )
 {
-    std::ofstream( PathOf( pName ), std::ios::binary ) << "0123456789";
+    WriteBytes( PathOf( pName ), "0123456789" );
 }
 
 // The same on both systems: '/' between the pieces, no drive, "~" for the scratch folder.
@@ -34,31 +34,28 @@ std::string Plain( std::string strPath )
 
 void SayFolders()
 {
-    const struct
+    struct Case
     {
         const char* pName;
         const char* pFolder;
-    } aMakes[] = {
+    };
+    const Case aMakes[] = {
         { "make a folder", "a" },           { "make it again", "a" },
         { "make one over a file", "file" }, { "make one in it, separator behind", "a/b/" },
         { "missing parent", "none/b" },     { "parent is a file", "file/b" },
         { "a star for a name", "st*r" },
     };
-    for ( const auto& rMake : aMakes )
+    for ( const Case& rMake : aMakes )
         SayOutcome( rMake.pName, CreateDirectoryA( PathOf( rMake.pFolder ).c_str(), NULL ) );
     SayOutcome( "make nothing", CreateDirectoryA( "", NULL ) );
-    const struct
-    {
-        const char* pName;
-        const char* pFolder;
-    } aRemovals[] = {
+    const Case aRemovals[] = {
         { "remove one that is not empty", "a" },
         { "remove an empty one", "a\\b" },
         { "remove it again", "a/b" },
         { "remove from a missing parent", "none/b" },
         { "remove a file", "file" },
     };
-    for ( const auto& rRemoval : aRemovals )
+    for ( const Case& rRemoval : aRemovals )
         SayOutcome( rRemoval.pName, RemoveDirectoryA( PathOf( rRemoval.pFolder ).c_str() ) );
 }
 
@@ -73,20 +70,20 @@ void SayAccess()
             const int nResult = _access( *pName ? PathOf( pName ).c_str() : "", nMode );
             strModes += nResult == 0 ? "yes " : errno == ENOENT ? "missing " : "no ";
         }
-        Say( ( std::string( "access of '" ) + pName + "'" ).c_str(), "%s", strModes.c_str() );
+        Say( std::string( "access of '" ) + pName + "'", "%s", strModes.c_str() );
     }
     const HANDLE hFile = CreateFileA( PathOf( "file" ).c_str(), GENERIC_READ, 0, NULL, OPEN_EXISTING,
                                       FILE_ATTRIBUTE_NORMAL, NULL );
-    Say( "access of an open file", "%d", _access( PathOf( "file" ).c_str(), 6 ) );
+    SayNumber( "access of an open file", _access( PathOf( "file" ).c_str(), 6 ) );
     CloseHandle( hFile );
 }
 
-void SaySearch( const char* pName, const std::string& strPattern )
+void SaySearch( const std::string& rName, const std::string& strPattern )
 {
     WIN32_FIND_DATAA aData;
     const HANDLE hSearch = FindFirstFileA( strPattern.c_str(), &aData );
     if ( hSearch == INVALID_HANDLE_VALUE )
-        return SayOutcome( pName, false );
+        return SayOutcome( rName, false );
     std::string strFinds = std::string( aData.cFileName ) + " first:";
     std::set<std::string> aFinds;
     do
@@ -95,8 +92,8 @@ void SaySearch( const char* pName, const std::string& strPattern )
     const DWORD dwError = GetLastError();
     for ( const std::string& rFind : aFinds )
         strFinds += " " + rFind;
-    Say( pName, "%s, last error %u", strFinds.c_str(), static_cast<unsigned>( dwError ) );
-    SayOutcome( ( std::string( pName ) + ", closed" ).c_str(), FindClose( hSearch ) );
+    Say( rName, "%s, last error %u", strFinds.c_str(), static_cast<unsigned>( dwError ) );
+    SayOutcome( rName + ", closed", FindClose( hSearch ) );
 }
 
 void SaySearches()
@@ -118,12 +115,12 @@ void SaySearches()
     SayOutcome( "close no search", FindClose( NULL ) );
 
     WIN32_FIND_DATAA aData;
-    FindClose( FindFirstFileA( PathOf( "file" ).c_str(), &aData ) );
-    Say( "a file's data", "%u bytes, attributes %X", static_cast<unsigned>( aData.nFileSizeLow ),
-         static_cast<unsigned>( aData.dwFileAttributes ) );
-    FindClose( FindFirstFileA( PathOf( "a" ).c_str(), &aData ) );
-    Say( "a folder's data", "%u bytes, attributes %X", static_cast<unsigned>( aData.nFileSizeLow ),
-         static_cast<unsigned>( aData.dwFileAttributes ) );
+    for ( const auto& [pName, pWhat] : { std::pair( "a file's data", "file" ), { "a folder's data", "a" } } )
+    {
+        FindClose( FindFirstFileA( PathOf( pWhat ).c_str(), &aData ) );
+        Say( pName, "%u bytes, attributes %X", static_cast<unsigned>( aData.nFileSizeLow ),
+             static_cast<unsigned>( aData.dwFileAttributes ) );
+    }
 }
 
 void SayTemporary( const char* pName, const std::string& strFolder, const char* pPrefix, UINT uNumber )
@@ -201,7 +198,7 @@ void SayPaths()
               []( char* pBuffer, DWORD dwSize ) { return GetSystemDirectoryA( pBuffer, dwSize ); } );
     char aBuffer[1000] = "";
     GetTempPathA( sizeof( aBuffer ), aBuffer );
-    Say( "temporary folder ends in a separator", "%d", Plain( aBuffer ).ends_with( '/' ) );
+    SayNumber( "temporary folder ends in a separator", Plain( aBuffer ).ends_with( '/' ) );
     SayOutcome( "short path of a missing file",
                 GetShortPathNameA( PathOf( "none" ).c_str(), aBuffer, sizeof( aBuffer ) ) );
     SayOutcome( "short path in a missing folder",
@@ -212,16 +209,13 @@ void SayPaths()
 
 int main()
 {
-    const std::filesystem::path aFolder =
-        std::filesystem::temp_directory_path() / ( "bxpath" + std::to_string( GetCurrentProcessId() ) );
-    std::filesystem::create_directory( aFolder );
-    g_strFolder = aFolder.generic_string();
+    const ScratchFolder aFolder;
+    g_strFolder = aFolder.Path();
     MakeFile( "file" );
     SayFolders();
     SayAccess();
     SaySearches();
     SayTemporaries();
     SayPaths();
-    std::filesystem::remove_all( aFolder );
     return 0;
 }

@@ -1,10 +1,10 @@
 // Profile files: what a read gives back of any text, and what a write makes of it.
 
 #include "platform/transcript.h"
+#include "support/scratchfolder.h"
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <string>
 
@@ -155,69 +155,56 @@ void SayRead( const ReadCase& rCase, const std::string& strFile )
          static_cast<unsigned>( GetLastError() ), Visible( strBuffer ).c_str() );
 }
 
-void WriteFileBytes( const fs::path& rPath, const std::string& strBytes )
-{
-    std::ofstream( rPath, std::ios::binary ) << strBytes;
-}
-
-void SayWrite( const WriteCase& rCase, const fs::path& rPath )
+void SayWrite( const WriteCase& rCase, const std::string& strFile )
 {
     if ( rCase.pBefore )
-        WriteFileBytes( rPath, rCase.pBefore );
+        WriteBytes( strFile, rCase.pBefore );
     SetLastError( UNTOUCHED );
-    const std::string strFile = rPath.generic_string();
     const BOOL fDone =
         WritePrivateProfileStringA( rCase.pSection, rCase.pKey, rCase.pValue, strFile.c_str() );
     const DWORD dwError = GetLastError();
     WritePrivateProfileStringA( NULL, NULL, NULL, strFile.c_str() );
-    std::string strAfter = "(no file)";
-    if ( fs::exists( rPath ) )
-    {
-        std::ifstream aFile( rPath, std::ios::binary );
-        strAfter.assign( std::istreambuf_iterator<char>( aFile ), std::istreambuf_iterator<char>() );
-    }
+    const std::string strAfter = fs::exists( strFile ) ? ReadBytes( strFile ) : "(no file)";
     Say( rCase.pName, "%d %u %s", fDone, static_cast<unsigned>( fDone ? 0 : dwError ),
          Visible( strAfter ).c_str() );
 }
 
-void SayErrors( const fs::path& rFolder )
+void SayRefusal( const char* pName, const std::string& strFile )
 {
-    const std::string strFolder = rFolder.generic_string();
-    SayRead( { "no file", "s", "k" }, strFolder + "/missing.ini" );
-    SayRead( { "sections of no file", NULL, NULL, "" }, strFolder + "/missing.ini" );
-    SayRead( { "no folder", "s", "k" }, strFolder + "/missing/a.ini" );
-    SayRead( { "a folder", "s", "k" }, strFolder );
+    SayOutcome( pName, WritePrivateProfileStringA( "s", "k", "v", strFile.c_str() ) );
+}
+
+void SayErrors( const ScratchFolder& rFolder )
+{
+    SayRead( { "no file", "s", "k" }, rFolder.Path( "missing.ini" ) );
+    SayRead( { "sections of no file", NULL, NULL, "" }, rFolder.Path( "missing.ini" ) );
+    SayRead( { "no folder", "s", "k" }, rFolder.Path( "missing/a.ini" ) );
+    SayRead( { "a folder", "s", "k" }, rFolder.Path() );
     SayRead( { "empty path", "s", "k" }, "" );
-    WriteFileBytes( rFolder / "bare.ini", "k=1\r\n[e]\r\n;c=1\r\n" );
-    SayRead( { "keys of a section with comments only", "e", NULL }, strFolder + "/bare.ini" );
-    SayRead( { "missing section with sections", "m", "k" }, strFolder + "/bare.ini" );
-    WriteFileBytes( rFolder / "none.ini", "k=1\r\n" );
-    SayRead( { "sections where there are none", NULL, NULL }, strFolder + "/none.ini" );
-    SayOutcome( "write without folder",
-                WritePrivateProfileStringA( "s", "k", "v", ( strFolder + "/missing/a.ini" ).c_str() ) );
-    SayOutcome( "write to a folder", WritePrivateProfileStringA( "s", "k", "v", strFolder.c_str() ) );
-    const fs::path aLocked = rFolder / "readonly.ini";
-    WriteFileBytes( aLocked, "[s]\n" );
-    fs::permissions( aLocked, fs::perms::owner_read );
-    SayOutcome( "write to a read-only file",
-                WritePrivateProfileStringA( "s", "k", "v", aLocked.generic_string().c_str() ) );
-    fs::permissions( aLocked, fs::perms::owner_all );
+    WriteBytes( rFolder.Path( "bare.ini" ), "k=1\r\n[e]\r\n;c=1\r\n" );
+    SayRead( { "keys of a section with comments only", "e", NULL }, rFolder.Path( "bare.ini" ) );
+    SayRead( { "missing section with sections", "m", "k" }, rFolder.Path( "bare.ini" ) );
+    WriteBytes( rFolder.Path( "none.ini" ), "k=1\r\n" );
+    SayRead( { "sections where there are none", NULL, NULL }, rFolder.Path( "none.ini" ) );
+    SayRefusal( "write without folder", rFolder.Path( "missing/a.ini" ) );
+    SayRefusal( "write to a folder", rFolder.Path() );
+    const std::string strLocked = rFolder.Path( "readonly.ini" );
+    WriteBytes( strLocked, "[s]\n" );
+    fs::permissions( strLocked, fs::perms::owner_read );
+    SayRefusal( "write to a read-only file", strLocked );
+    fs::permissions( strLocked, fs::perms::owner_all );
 }
 } // namespace
 
 int main()
 {
-    const fs::path aFolder =
-        fs::temp_directory_path() / ( "bxtools-profile-" + std::to_string( GetCurrentProcessId() ) );
-    fs::create_directory( aFolder );
-    const fs::path aText = aFolder / "text.ini";
-    WriteFileBytes( aText, TEXT );
+    const ScratchFolder aFolder;
+    WriteBytes( aFolder.Path( "text.ini" ), TEXT );
     for ( const ReadCase& rCase : READ_CASES )
-        SayRead( rCase, aText.generic_string() );
+        SayRead( rCase, aFolder.Path( "text.ini" ) );
     int nFile = 0;
     for ( const WriteCase& rCase : WRITE_CASES )
-        SayWrite( rCase, aFolder / ( std::to_string( nFile++ ) + ".ini" ) );
+        SayWrite( rCase, aFolder.Path( std::to_string( nFile++ ) + ".ini" ) );
     SayErrors( aFolder );
-    fs::remove_all( aFolder );
     return 0;
 }

@@ -75,46 +75,45 @@ void Remove( HKEY hParent, const char* pPath )
 
 void SayKeys( HKEY hRoot )
 {
-    Say( "new", "%ld", Create( hRoot, "Key" ) );
-    Say( "existing", "%ld", Create( hRoot, "kEY" ) );
-    Say( "missing parents", "%ld", Create( hRoot, "A\\b\\C\\" ) );
+    SayNumber( "new", Create( hRoot, "Key" ) );
+    SayNumber( "existing", Create( hRoot, "kEY" ) );
+    SayNumber( "missing parents", Create( hRoot, "A\\b\\C\\" ) );
     Say( "leading backslash", "%ld %ld", Create( hRoot, "\\Key" ), Open( hRoot, "\\Key" ) );
     Say( "open", "%ld %ld %ld", Open( hRoot, "a\\B\\c" ), Open( hRoot, "a\\B\\c\\" ), Open( hRoot, "a\\X" ) );
     Say( "open nothing", "%ld %ld", Open( hRoot, "" ), Open( hRoot, NULL ) );
     Say( "null parent", "%ld %ld", Create( NULL, "Key" ), Open( NULL, "Key" ) );
-    Say( "255", "%ld", Create( hRoot, std::string( 255, 'x' ).c_str() ) );
-    Say( "256", "%ld", Create( hRoot, std::string( 256, 'x' ).c_str() ) );
-    Say( "volatile", "%ld", Create( hRoot, "Passing", REG_OPTION_VOLATILE ) );
+    SayNumber( "255", Create( hRoot, std::string( 255, 'x' ).c_str() ) );
+    SayNumber( "256", Create( hRoot, std::string( 256, 'x' ).c_str() ) );
+    SayNumber( "volatile", Create( hRoot, "Passing", REG_OPTION_VOLATILE ) );
     Say( "below a volatile one", "%ld %ld", Create( hRoot, "Passing\\Kept" ),
          Create( hRoot, "Passing\\Too", REG_OPTION_VOLATILE ) );
     Say( "close", "%ld %ld", static_cast<long>( RegCloseKey( NULL ) ),
          static_cast<long>( RegCloseKey( HKEY_CURRENT_USER ) ) );
     const HKEY hKey = Make( hRoot, "Key" );
-    Say( "closed", "%ld", static_cast<long>( RegCloseKey( hKey ) ) );
-    Say( "closed again", "%ld", static_cast<long>( RegCloseKey( hKey ) ) );
+    SayNumber( "closed", RegCloseKey( hKey ) );
+    SayNumber( "closed again", RegCloseKey( hKey ) );
     const HKEY hZero = reinterpret_cast<HKEY>( static_cast<ULONG_PTR>( 0x80000001u ) );
-    Say( "root with zeros above", "%ld", Open( hZero, ROOT ) );
-    Say( "no root", "%ld", Open( reinterpret_cast<HKEY>( static_cast<ULONG_PTR>( 0x80000077u ) ), NULL ) );
+    SayNumber( "root with zeros above", Open( hZero, ROOT ) );
+    SayNumber( "no root", Open( reinterpret_cast<HKEY>( static_cast<ULONG_PTR>( 0x80000077u ) ), NULL ) );
 }
 
 void SayDeleting( HKEY hRoot )
 {
     const HKEY hOld = Make( hRoot, "Gone\\Below" );
-    Say( "delete with subkeys", "%ld", static_cast<long>( RegDeleteKeyA( hRoot, "Gone" ) ) );
-    Say( "delete missing", "%ld", static_cast<long>( RegDeleteKeyA( hRoot, "Never" ) ) );
-    Say( "delete null", "%ld", static_cast<long>( RegDeleteKeyA( hRoot, NULL ) ) );
+    SayNumber( "delete with subkeys", RegDeleteKeyA( hRoot, "Gone" ) );
+    SayNumber( "delete missing", RegDeleteKeyA( hRoot, "Never" ) );
+    SayNumber( "delete null", RegDeleteKeyA( hRoot, NULL ) );
     Set( hOld, "n", REG_DWORD, "1234", 4 );
-    Say( "delete with values", "%ld", static_cast<long>( RegDeleteKeyA( hRoot, "Gone\\Below" ) ) );
+    SayNumber( "delete with values", RegDeleteKeyA( hRoot, "Gone\\Below" ) );
     RegCloseKey( Make( hRoot, "Gone\\Below" ) );
-    Say( "set in the deleted", "%ld", Set( hOld, "n", REG_DWORD, "1234", 4 ) );
-    Say( "query the deleted", "%ld",
-         static_cast<long>( RegQueryValueExA( hOld, "n", NULL, NULL, NULL, NULL ) ) );
-    Say( "open below the deleted", "%ld", Open( hOld, "x" ) );
-    Say( "create below the deleted", "%ld", Create( hOld, "x" ) );
+    SayNumber( "set in the deleted", Set( hOld, "n", REG_DWORD, "1234", 4 ) );
+    SayNumber( "query the deleted", RegQueryValueExA( hOld, "n", NULL, NULL, NULL, NULL ) );
+    SayNumber( "open below the deleted", Open( hOld, "x" ) );
+    SayNumber( "create below the deleted", Create( hOld, "x" ) );
     RegCloseKey( hOld );
     const HKEY hSelf = Make( hRoot, "Self" );
-    Say( "delete itself", "%ld", static_cast<long>( RegDeleteKeyA( hSelf, "" ) ) );
-    Say( "is gone", "%ld", Open( hRoot, "Self" ) );
+    SayNumber( "delete itself", RegDeleteKeyA( hSelf, "" ) );
+    SayNumber( "is gone", Open( hRoot, "Self" ) );
     RegCloseKey( hSelf );
 }
 
@@ -126,23 +125,20 @@ void SayRights( HKEY hRoot )
     const HKEY hQuery = Make( hRoot, "Rights", KEY_QUERY_VALUE );
     char aName[8];
     DWORD dwSize = 0;
-    Say( "create through read", "%ld", Create( hRead, "New" ) );
-    Say( "delete through read", "%ld", static_cast<long>( RegDeleteKeyA( hRead, "New" ) ) );
-    Say( "open for more", "%ld", Open( hRead, "Below", KEY_ALL_ACCESS ) );
-    Say( "set through read", "%ld", Set( hRead, "n", REG_SZ, "", 1 ) );
-    Say( "delete value through read", "%ld", static_cast<long>( RegDeleteValueA( hRead, "n" ) ) );
-    Say( "set through set", "%ld", Set( hWrite, "n", REG_SZ, "", 1 ) );
-    Say( "query through set", "%ld",
-         static_cast<long>( RegQueryValueExA( hWrite, "n", NULL, NULL, NULL, NULL ) ) );
-    Say( "list keys through query", "%ld",
-         static_cast<long>( RegEnumKeyA( hQuery, 0, aName, sizeof( aName ) ) ) );
-    Say( "info through set", "%ld",
-         static_cast<long>(
-             RegQueryInfoKeyA( hWrite, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL ) ) );
-    Say( "security through set", "%ld",
-         static_cast<long>( RegGetKeySecurity( hWrite, DACL_SECURITY_INFORMATION, NULL, &dwSize ) ) );
-    Say( "notify through set", "%ld",
-         static_cast<long>( RegNotifyChangeKeyValue( hWrite, FALSE, REG_NOTIFY_CHANGE_NAME, NULL, FALSE ) ) );
+    SayNumber( "create through read", Create( hRead, "New" ) );
+    SayNumber( "delete through read", RegDeleteKeyA( hRead, "New" ) );
+    SayNumber( "open for more", Open( hRead, "Below", KEY_ALL_ACCESS ) );
+    SayNumber( "set through read", Set( hRead, "n", REG_SZ, "", 1 ) );
+    SayNumber( "delete value through read", RegDeleteValueA( hRead, "n" ) );
+    SayNumber( "set through set", Set( hWrite, "n", REG_SZ, "", 1 ) );
+    SayNumber( "query through set", RegQueryValueExA( hWrite, "n", NULL, NULL, NULL, NULL ) );
+    SayNumber( "list keys through query", RegEnumKeyA( hQuery, 0, aName, sizeof( aName ) ) );
+    SayNumber( "info through set",
+               RegQueryInfoKeyA( hWrite, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL ) );
+    SayNumber( "security through set",
+               RegGetKeySecurity( hWrite, DACL_SECURITY_INFORMATION, NULL, &dwSize ) );
+    SayNumber( "notify through set",
+               RegNotifyChangeKeyValue( hWrite, FALSE, REG_NOTIFY_CHANGE_NAME, NULL, FALSE ) );
     for ( const HKEY hKey : { hRead, hWrite, hQuery } )
         RegCloseKey( hKey );
 }
@@ -151,23 +147,23 @@ void SayValues( HKEY hRoot )
 {
     const HKEY hKey = Make( hRoot, "Values" );
     SayValue( "missing value", hKey, "missing", 16 );
-    Say( "text with its zero", "%ld", Set( hKey, "text", REG_SZ, "abc", 4 ) );
+    SayNumber( "text with its zero", Set( hKey, "text", REG_SZ, "abc", 4 ) );
     SayValue( "that text", hKey, "TEXT", 16 );
-    Say( "text without", "%ld", Set( hKey, "bare", REG_SZ, "abcd", 3 ) );
+    SayNumber( "text without", Set( hKey, "bare", REG_SZ, "abcd", 3 ) );
     SayValue( "that bare text", hKey, "bare", 16 );
-    Say( "text with a zero behind", "%ld", Set( hKey, "behind", REG_SZ, "abc", 3 ) );
+    SayNumber( "text with a zero behind", Set( hKey, "behind", REG_SZ, "abc", 3 ) );
     SayValue( "the zero is taken", hKey, "behind", 16 );
     Say( "wrong sizes", "%ld %ld", Set( hKey, "two", REG_DWORD, "12", 2 ),
          Set( hKey, "five", REG_DWORD, "12345", 5 ) );
     SayValue( "two bytes", hKey, "two", 16 );
     SayValue( "five bytes", hKey, "five", 16 );
-    Say( "unknown type", "%ld", Set( hKey, "type", 77, "x", 1 ) );
+    SayNumber( "unknown type", Set( hKey, "type", 77, "x", 1 ) );
     SayValue( "type 77", hKey, "type", 16 );
-    Say( "empty", "%ld", Set( hKey, "empty", REG_BINARY, NULL, 0 ) );
+    SayNumber( "empty", Set( hKey, "empty", REG_BINARY, NULL, 0 ) );
     SayValue( "nothing in it", hKey, "empty", 16 );
-    Say( "default", "%ld", Set( hKey, NULL, REG_BINARY, "default", 7 ) );
+    SayNumber( "default", Set( hKey, NULL, REG_BINARY, "default", 7 ) );
     SayValue( "default by no name", hKey, "", 16 );
-    Say( "backslash", "%ld", Set( hKey, "a\\b", REG_BINARY, "x", 1 ) );
+    SayNumber( "backslash", Set( hKey, "a\\b", REG_BINARY, "x", 1 ) );
     SayValue( "name with backslash", hKey, "A\\B", 16 );
     SayValue( "exact room", hKey, "five", 5 );
     SayValue( "too small", hKey, "five", 4 );
@@ -176,11 +172,10 @@ void SayValues( HKEY hRoot )
     const LONG lAsked = RegQueryValueExA( hKey, "five", NULL, NULL, NULL, &dwSize );
     Say( "only the size", "%ld %u", static_cast<long>( lAsked ), static_cast<unsigned>( dwSize ) );
     BYTE aData[4];
-    Say( "no size", "%ld", static_cast<long>( RegQueryValueExA( hKey, "five", NULL, NULL, aData, NULL ) ) );
-    Say( "reserved", "%ld",
-         static_cast<long>( RegQueryValueExA( hKey, "five", &dwSize, NULL, NULL, NULL ) ) );
-    Say( "delete value", "%ld", static_cast<long>( RegDeleteValueA( hKey, "FIVE" ) ) );
-    Say( "delete it again", "%ld", static_cast<long>( RegDeleteValueA( hKey, "five" ) ) );
+    SayNumber( "no size", RegQueryValueExA( hKey, "five", NULL, NULL, aData, NULL ) );
+    SayNumber( "reserved", RegQueryValueExA( hKey, "five", &dwSize, NULL, NULL, NULL ) );
+    SayNumber( "delete value", RegDeleteValueA( hKey, "FIVE" ) );
+    SayNumber( "delete it again", RegDeleteValueA( hKey, "five" ) );
     RegCloseKey( hKey );
 }
 
@@ -195,7 +190,7 @@ void SayLists( HKEY hRoot )
     for ( DWORD i = 0; RegEnumKeyA( hKey, i, aName, sizeof( aName ) ) == 0; ++i )
         strNames += std::string( aName ) + " ";
     Say( "order of keys", "%s", strNames.c_str() );
-    Say( "past the last", "%ld", static_cast<long>( RegEnumKeyA( hKey, 7, aName, sizeof( aName ) ) ) );
+    SayNumber( "past the last", RegEnumKeyA( hKey, 7, aName, sizeof( aName ) ) );
     Say( "name too small", "%ld %ld", static_cast<long>( RegEnumKeyA( hKey, 2, aName, 3 ) ),
          static_cast<long>( RegEnumKeyA( hKey, 2, aName, 2 ) ) );
     DWORD dwName = 64;
@@ -221,8 +216,7 @@ void SayLists( HKEY hRoot )
     const LONG lSmall = RegEnumValueA( hKey, 0, aName, &dwName, NULL, &dwType, aData, &dwData );
     Say( "data too small", "%ld %u", static_cast<long>( lSmall ), static_cast<unsigned>( dwData ) );
     dwName = 64;
-    Say( "past the last value", "%ld",
-         static_cast<long>( RegEnumValueA( hKey, 1, aName, &dwName, NULL, NULL, NULL, NULL ) ) );
+    SayNumber( "past the last value", RegEnumValueA( hKey, 1, aName, &dwName, NULL, NULL, NULL, NULL ) );
     DWORD aNumbers[5] = {};
     dwClass = 64;
     RegQueryInfoKeyA( hKey, aClass, &dwClass, NULL, &aNumbers[0], &aNumbers[1], &aNumbers[2], &aNumbers[3],
@@ -234,7 +228,7 @@ void SayLists( HKEY hRoot )
     dwClass = 4;
     const LONG lInfo =
         RegQueryInfoKeyA( hKey, aClass, &dwClass, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL );
-    Say( "class too small", "%ld", static_cast<long>( lInfo ) );
+    SayNumber( "class too small", lInfo );
     RegCloseKey( Make( hRoot, "Lists", KEY_ALL_ACCESS, 0, "Other" ) );
     dwClass = 64;
     RegQueryInfoKeyA( hKey, aClass, &dwClass, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL );
@@ -249,24 +243,23 @@ void SayNotices( HKEY hRoot )
     const auto Arm = [&]( BOOL fSubtree, DWORD dwFilter )
     { return static_cast<long>( RegNotifyChangeKeyValue( hKey, fSubtree, dwFilter, hEvent, TRUE ) ); };
     const auto IsSet = [&] { return WaitForSingleObject( hEvent, 0 ) == WAIT_OBJECT_0; };
-    Say( "watch values", "%ld", Arm( FALSE, REG_NOTIFY_CHANGE_LAST_SET ) );
-    Say( "nothing yet", "%d", IsSet() );
+    SayNumber( "watch values", Arm( FALSE, REG_NOTIFY_CHANGE_LAST_SET ) );
+    SayNumber( "nothing yet", IsSet() );
     RegCloseKey( Make( hKey, "New" ) );
-    Say( "a key is no value", "%d", IsSet() );
+    SayNumber( "a key is no value", IsSet() );
     Set( hKey, "n", REG_SZ, "", 1 );
-    Say( "a value", "%d", IsSet() );
+    SayNumber( "a value", IsSet() );
     Set( hKey, "n", REG_SZ, "", 1 );
-    Say( "only once", "%d", IsSet() );
+    SayNumber( "only once", IsSet() );
     RegCloseKey( hKey );
     hKey = Make( hRoot, "Watched" );
-    Say( "watch names", "%ld", Arm( FALSE, REG_NOTIFY_CHANGE_NAME ) );
+    SayNumber( "watch names", Arm( FALSE, REG_NOTIFY_CHANGE_NAME ) );
     RegCloseKey( Make( hKey, "New\\Below" ) );
-    Say( "not below", "%d", IsSet() );
+    SayNumber( "not below", IsSet() );
     RegCloseKey( hKey );
-    Say( "closed is told", "%d", IsSet() );
+    SayNumber( "closed is told", IsSet() );
     hKey = Make( hRoot, "Watched" );
-    Say( "no event", "%ld",
-         static_cast<long>( RegNotifyChangeKeyValue( hKey, FALSE, REG_NOTIFY_CHANGE_NAME, NULL, TRUE ) ) );
+    SayNumber( "no event", RegNotifyChangeKeyValue( hKey, FALSE, REG_NOTIFY_CHANGE_NAME, NULL, TRUE ) );
     RegCloseKey( hKey );
     CloseHandle( hEvent );
 }
@@ -274,35 +267,29 @@ void SayNotices( HKEY hRoot )
 void SayTheRest( HKEY hRoot )
 {
     HKEY hKey = NULL;
-    Say( "connect", "%ld", static_cast<long>( RegConnectRegistryA( NULL, HKEY_LOCAL_MACHINE, &hKey ) ) );
+    SayNumber( "connect", RegConnectRegistryA( NULL, HKEY_LOCAL_MACHINE, &hKey ) );
     RegCloseKey( hKey );
-    Say( "connect users", "%ld", static_cast<long>( RegConnectRegistryA( NULL, HKEY_USERS, &hKey ) ) );
+    SayNumber( "connect users", RegConnectRegistryA( NULL, HKEY_USERS, &hKey ) );
     RegCloseKey( hKey );
-    Say( "connect without out", "%ld", static_cast<long>( RegConnectRegistryA( NULL, HKEY_USERS, NULL ) ) );
+    SayNumber( "connect without out", RegConnectRegistryA( NULL, HKEY_USERS, NULL ) );
     Say( "flush", "%ld %ld", static_cast<long>( RegFlushKey( hRoot ) ),
          static_cast<long>( RegFlushKey( NULL ) ) );
     DWORD dwSize = 0;
     const LONG lSmall = RegGetKeySecurity( hRoot, DACL_SECURITY_INFORMATION, NULL, &dwSize );
     Say( "security without room", "%ld %d", static_cast<long>( lSmall ), dwSize >= 20 );
     std::string strDescriptor( dwSize, '\0' );
-    Say( "security", "%ld",
-         static_cast<long>(
-             RegGetKeySecurity( hRoot, DACL_SECURITY_INFORMATION, strDescriptor.data(), &dwSize ) ) );
-    Say( "set security", "%ld",
-         static_cast<long>( RegSetKeySecurity( hRoot, DACL_SECURITY_INFORMATION, strDescriptor.data() ) ) );
-    Say( "security of null", "%ld",
-         static_cast<long>( RegGetKeySecurity( NULL, DACL_SECURITY_INFORMATION, NULL, &dwSize ) ) );
-    Say( "load a missing file", "%ld",
-         static_cast<long>( RegLoadKeyA( HKEY_LOCAL_MACHINE, "BXLoaded", "missing.file" ) ) );
-    Say( "unload what is not loaded", "%ld",
-         static_cast<long>( RegUnLoadKeyA( HKEY_LOCAL_MACHINE, "BXLoaded" ) ) );
-    Say( "restore a missing file", "%ld", static_cast<long>( RegRestoreKeyA( hRoot, "missing.file", 0 ) ) );
-    Say( "replace by a missing file", "%ld",
-         static_cast<long>( RegReplaceKeyA( hRoot, NULL, "missing.file", "old.file" ) ) );
-    Say( "save null", "%ld", static_cast<long>( RegSaveKeyA( NULL, "saved.file", NULL ) ) );
+    SayNumber( "security",
+               RegGetKeySecurity( hRoot, DACL_SECURITY_INFORMATION, strDescriptor.data(), &dwSize ) );
+    SayNumber( "set security", RegSetKeySecurity( hRoot, DACL_SECURITY_INFORMATION, strDescriptor.data() ) );
+    SayNumber( "security of null", RegGetKeySecurity( NULL, DACL_SECURITY_INFORMATION, NULL, &dwSize ) );
+    SayNumber( "load a missing file", RegLoadKeyA( HKEY_LOCAL_MACHINE, "BXLoaded", "missing.file" ) );
+    SayNumber( "unload what is not loaded", RegUnLoadKeyA( HKEY_LOCAL_MACHINE, "BXLoaded" ) );
+    SayNumber( "restore a missing file", RegRestoreKeyA( hRoot, "missing.file", 0 ) );
+    SayNumber( "replace by a missing file", RegReplaceKeyA( hRoot, NULL, "missing.file", "old.file" ) );
+    SayNumber( "save null", RegSaveKeyA( NULL, "saved.file", NULL ) );
     SetLastError( UNTOUCHED );
     Open( hRoot, "Missing" );
-    Say( "last error", "%u", static_cast<unsigned>( GetLastError() ) );
+    SayNumber( "last error", GetLastError() );
 }
 } // namespace
 

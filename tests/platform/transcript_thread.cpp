@@ -3,7 +3,6 @@
 #include "platform/transcript.h"
 
 #include <atomic>
-#include <string>
 
 namespace
 {
@@ -49,8 +48,7 @@ DWORD WINAPI UseObject( LPVOID pParameter )
 
 DWORD WINAPI UseObjectAndExit( LPVOID pParameter )
 {
-    t_aObject.fUsed = true;
-    ExitThread( ToNumber( pParameter ) );
+    ExitThread( UseObject( pParameter ) );
     return 1;
 }
 
@@ -108,13 +106,13 @@ void SayThreads()
     DWORD dwThreadId = 0;
     SetLastError( UNTOUCHED );
     const HANDLE hThread = CreateThread( NULL, 0, AwaitEvent, hEvent, 0, &dwThreadId );
-    Say( "last error after the start", "%u", static_cast<unsigned>( GetLastError() ) );
-    Say( "number, not the caller's", "%d", dwThreadId != 0 && dwThreadId != GetCurrentThreadId() );
+    SayNumber( "last error after the start", GetLastError() );
+    SayNumber( "number, not the caller's", dwThreadId != 0 && dwThreadId != GetCurrentThreadId() );
     SayCode( "while it runs", hThread );
-    Say( "wait while it runs", "%u", static_cast<unsigned>( WaitForSingleObject( hThread, 10 ) ) );
+    SayNumber( "wait while it runs", WaitForSingleObject( hThread, 10 ) );
     SetEvent( hEvent );
-    Say( "wait", "%u", static_cast<unsigned>( WaitForSingleObject( hThread, INFINITE ) ) );
-    Say( "wait again", "%u", static_cast<unsigned>( WaitForSingleObject( hThread, 0 ) ) );
+    SayNumber( "wait", WaitForSingleObject( hThread, INFINITE ) );
+    SayNumber( "wait again", WaitForSingleObject( hThread, 0 ) );
     SayCode( "after its end", hThread );
     SayOutcome( "set a thread", SetEvent( hThread ) );
     SayOutcome( "release a thread", ReleaseMutex( hThread ) );
@@ -125,22 +123,21 @@ void SayThreads()
 
     // Closing the handle does not stop it.
     CloseHandle( CreateThread( NULL, 0, SetLater, hEvent, 0, NULL ) );
-    Say( "goes on without a handle", "%u", static_cast<unsigned>( WaitForSingleObject( hEvent, 10000 ) ) );
+    SayNumber( "goes on without a handle", WaitForSingleObject( hEvent, 10000 ) );
     CloseHandle( hEvent );
 
     const HANDLE hNumbered = CreateThread( NULL, 0, OwnNumber, NULL, 0, &dwThreadId );
     WaitForSingleObject( hNumbered, INFINITE );
     DWORD dwCode = 0;
     GetExitCodeThread( hNumbered, &dwCode );
-    Say( "its number is the one that it sees", "%d", dwCode == dwThreadId );
+    SayNumber( "its number is the one that it sees", dwCode == dwThreadId );
     CloseHandle( hNumbered );
 }
 
 void SayCount( const char* pName, DWORD( WINAPI* pCall )( HANDLE ), HANDLE hThread )
 {
     SetLastError( UNTOUCHED );
-    const DWORD dwCount = pCall( hThread );
-    Say( pName, "%d, last error %u", static_cast<int>( dwCount ), static_cast<unsigned>( GetLastError() ) );
+    SayWithError( pName, static_cast<int>( pCall( hThread ) ) );
 }
 
 HANDLE g_hSelf;
@@ -159,14 +156,14 @@ DWORD WINAPI EndSelf( LPVOID pParameter )
 void SaySuspensions()
 {
     g_hSelf = CreateThread( NULL, 0, SuspendSelf, NULL, CREATE_SUSPENDED, NULL );
-    Say( "created suspended", "%u", static_cast<unsigned>( WaitForSingleObject( g_hSelf, 20 ) ) );
+    SayNumber( "created suspended", WaitForSingleObject( g_hSelf, 20 ) );
     SayCount( "suspended once more", SuspendThread, g_hSelf );
     SayCount( "resumed once", ResumeThread, g_hSelf );
     SayCount( "resumed", ResumeThread, g_hSelf );
     DWORD dwBefore = 0;
     while ( ( dwBefore = ResumeThread( g_hSelf ) ) == 0 )
         Sleep( 1 );
-    Say( "suspends itself, resumed", "%u", static_cast<unsigned>( dwBefore ) );
+    SayNumber( "suspends itself, resumed", dwBefore );
     WaitForSingleObject( g_hSelf, INFINITE );
     SayCode( "the count that it saw", g_hSelf );
     SayCount( "suspended after its end", SuspendThread, g_hSelf );
@@ -180,7 +177,7 @@ void SaySuspensions()
     SayCount( "suspended too often", SuspendThread, hThread );
     SayCount( "resumed after that", ResumeThread, hThread );
     SayOutcome( "suspended one ended", TerminateThread( hThread, 21 ) );
-    Say( "its wait", "%u", static_cast<unsigned>( WaitForSingleObject( hThread, 10000 ) ) );
+    SayNumber( "its wait", WaitForSingleObject( hThread, 10000 ) );
     SayCode( "its code", hThread );
     TerminateThread( hThread, 22 );
     SayCode( "its code after it is ended again", hThread );
@@ -193,18 +190,15 @@ void SaySuspensions()
     CloseHandle( g_hSelf );
 }
 
-void SayProcess( const char* pName, DWORD dwAccess, DWORD dwProcessId )
+void SayProcess( const std::string& rName, DWORD dwAccess, DWORD dwProcessId )
 {
     SetLastError( UNTOUCHED );
     const HANDLE hProcess = OpenProcess( dwAccess, FALSE, dwProcessId );
     const DWORD dwError = GetLastError();
-    Say( pName, "%s, last error %u", hProcess != NULL ? "opened" : "null", static_cast<unsigned>( dwError ) );
+    Say( rName, "%s, last error %u", hProcess != NULL ? "opened" : "null", static_cast<unsigned>( dwError ) );
     if ( hProcess == NULL )
         return;
-    SetLastError( UNTOUCHED );
-    const DWORD dwResult = WaitForSingleObject( hProcess, 0 );
-    Say( ( std::string( pName ) + ", wait" ).c_str(), "%u, last error %u", static_cast<unsigned>( dwResult ),
-         static_cast<unsigned>( GetLastError() ) );
+    SayWait( rName + ", wait", hProcess );
     CloseHandle( hProcess );
 }
 

@@ -15,18 +15,17 @@ const char* NameOf( const void* pValue )
     return pValue == NULL ? "null" : pValue == &g_nOne ? "one" : pValue == &g_nTwo ? "two" : "other";
 }
 
-void SayValue( const char* pName, DWORD dwIndex )
+void SayValue( const std::string& rName, DWORD dwIndex )
 {
     SetLastError( UNTOUCHED );
     const void* const pValue = TlsGetValue( dwIndex );
-    Say( pName, "%s, last error %u", NameOf( pValue ), static_cast<unsigned>( GetLastError() ) );
+    Say( rName, "%s, last error %u", NameOf( pValue ), static_cast<unsigned>( GetLastError() ) );
 }
 
 void SaySet( const char* pName, DWORD dwIndex, LPVOID pValue )
 {
     SetLastError( UNTOUCHED );
-    const BOOL fDone = TlsSetValue( dwIndex, pValue );
-    Say( pName, "%d, last error %u", fDone, static_cast<unsigned>( GetLastError() ) );
+    SayWithError( pName, TlsSetValue( dwIndex, pValue ) );
 }
 
 void SayOneSlot()
@@ -45,12 +44,12 @@ void SayOneSlot()
     SaySet( "set null", dwIndex, NULL );
     SayValue( "get null", dwIndex );
     SetLastError( UNTOUCHED );
-    Say( "free", "%d, last error %u", TlsFree( dwIndex ), static_cast<unsigned>( GetLastError() ) );
+    SayWithError( "free", TlsFree( dwIndex ) );
     SayOutcome( "free again", TlsFree( dwIndex ) );
 }
 
 // A thread that holds a value in a slot while the slot is given back and reserved again.
-void SayReuse( const char* pOwn, const char* pOther, bool fFarSlot )
+void SayReuse( const std::string& rName, bool fFarSlot )
 {
     std::vector<DWORD> aBefore;
     while ( fFarSlot && aBefore.size() < 200 )
@@ -69,14 +68,14 @@ void SayReuse( const char* pOwn, const char* pOther, bool fFarSlot )
         TlsSetValue( dwIndex, &g_nTwo );
         nStep = 1;
         Await( 2 );
-        SayValue( pOther, dwIndex );
+        SayValue( rName + ", other thread", dwIndex );
     };
     std::thread aThread( Hold );
     Await( 1 );
     TlsFree( dwIndex );
     const DWORD dwAgain = TlsAlloc();
     if ( dwAgain == dwIndex )
-        SayValue( pOwn, dwIndex );
+        SayValue( rName, dwIndex );
     nStep = 2;
     aThread.join();
     TlsFree( dwAgain );
@@ -90,13 +89,13 @@ void SayManySlots()
     for ( DWORD dwIndex = TlsAlloc(); dwIndex != TLS_OUT_OF_INDEXES; dwIndex = TlsAlloc() )
         aIndexes.push_back( dwIndex );
     SayOutcome( "one slot too many", false );
-    Say( "at least 500 slots", "%d", aIndexes.size() >= 500 );
+    SayNumber( "at least 500 slots", aIndexes.size() >= 500 );
     bool fRight = true;
     for ( const DWORD dwIndex : aIndexes )
         fRight &= TlsGetValue( dwIndex ) == NULL && TlsSetValue( dwIndex, &g_nOne + dwIndex ) != FALSE;
     for ( const DWORD dwIndex : aIndexes )
         fRight &= TlsGetValue( dwIndex ) == &g_nOne + dwIndex;
-    Say( "every slot holds its own", "%d", fRight );
+    SayNumber( "every slot holds its own", fRight );
     for ( const DWORD dwIndex : aIndexes )
         TlsFree( dwIndex );
 }
@@ -117,8 +116,8 @@ void SayBadIndexes()
 int main()
 {
     SayOneSlot();
-    SayReuse( "reserved again", "reserved again, other thread", false );
-    SayReuse( "far slot reserved again", "far slot reserved again, other thread", true );
+    SayReuse( "reserved again", false );
+    SayReuse( "far slot reserved again", true );
     SayManySlots();
     SayBadIndexes();
     return 0;

@@ -9,7 +9,7 @@ namespace
 constexpr DWORD LONG_TIME = 20000;
 
 // The result of a wait, and the last error: untouched unless it failed.
-void SayWait( const char* pName, DWORD dwResult )
+void SayResult( const char* pName, DWORD dwResult )
 {
     const DWORD dwError = GetLastError();
     const char* const pKind = dwResult == WAIT_FAILED        ? "failed"
@@ -24,21 +24,20 @@ void SayWait( const char* pName, DWORD dwResult )
 void SaySingle( const char* pName, HANDLE hObject, DWORD dwMilliseconds = 0 )
 {
     SetLastError( UNTOUCHED );
-    SayWait( pName, WaitForSingleObject( hObject, dwMilliseconds ) );
+    SayResult( pName, WaitForSingleObject( hObject, dwMilliseconds ) );
 }
 
-void SayAny( const char* pName, const std::vector<HANDLE>& rHandles, DWORD dwMilliseconds = 0 )
+void SayAny( const char* pName, const std::vector<HANDLE>& rHandles, DWORD dwMilliseconds = 0,
+             BOOL fAll = FALSE )
 {
     SetLastError( UNTOUCHED );
-    SayWait( pName, WaitForMultipleObjects( static_cast<DWORD>( rHandles.size() ), rHandles.data(), FALSE,
-                                            dwMilliseconds ) );
+    SayResult( pName, WaitForMultipleObjects( static_cast<DWORD>( rHandles.size() ), rHandles.data(), fAll,
+                                              dwMilliseconds ) );
 }
 
 void SayAll( const char* pName, const std::vector<HANDLE>& rHandles, DWORD dwMilliseconds = 0 )
 {
-    SetLastError( UNTOUCHED );
-    SayWait( pName, WaitForMultipleObjects( static_cast<DWORD>( rHandles.size() ), rHandles.data(), TRUE,
-                                            dwMilliseconds ) );
+    SayAny( pName, rHandles, dwMilliseconds, TRUE );
 }
 
 HANDLE NewEvent( bool fManualReset, bool fSet )
@@ -56,8 +55,7 @@ void SayRefusals()
     SayAny( "any, closed behind a set one", { hSet, hClosed } );
     SayAny( "any, null behind a set one", { hSet, NULL } );
     SayAll( "all, closed one", { hSet, hClosed } );
-    SetLastError( UNTOUCHED );
-    SayWait( "no handles", WaitForMultipleObjects( 0, &hSet, FALSE, 0 ) );
+    SayAny( "no handles", {} );
     SayAny( "65 handles", std::vector<HANDLE>( 65, hSet ) );
     SayAny( "64 handles", std::vector<HANDLE>( 64, hSet ) );
     SayAll( "all of 65 handles", std::vector<HANDLE>( 65, hSet ) );
@@ -138,24 +136,20 @@ void SayAbandoned()
 {
     const HANDLE hMutex = CreateMutexA( NULL, FALSE, NULL );
     const HANDLE hEvent = NewEvent( false, false );
-    const auto Abandon = [=]
+    const auto TakeTwice = [=]
     {
-        OnOtherThread(
-            [=]
-            {
-                WaitForSingleObject( hMutex, INFINITE );
-                WaitForSingleObject( hMutex, INFINITE );
-            } );
+        WaitForSingleObject( hMutex, INFINITE );
+        WaitForSingleObject( hMutex, INFINITE );
     };
-    Abandon();
+    OnOtherThread( TakeTwice );
     SaySingle( "abandoned", hMutex );
     SaySingle( "not abandoned again", hMutex );
     for ( const char* pName : { "first release", "second release", "no third, whatever the old depth" } )
         SayOutcome( pName, ReleaseMutex( hMutex ) );
-    Abandon();
+    OnOtherThread( TakeTwice );
     SayAny( "any, abandoned at its index", { hEvent, hMutex } );
     ReleaseMutex( hMutex );
-    Abandon();
+    OnOtherThread( TakeTwice );
     SayAll( "all, the mutex is abandoned, one missing", { hMutex, hEvent } );
     SetEvent( hEvent );
     SayAll( "all, still abandoned", { hEvent, hMutex } );
@@ -208,11 +202,11 @@ void SayTimes()
     for ( int i = 0; i < 3; ++i )
         WaitForSingleObject( hEvent, 30 );
     const DWORD dwWaited = GetTickCount() - dwBefore;
-    Say( "three waits of 30 ms are no shorter", "%d", dwWaited >= 70 );
+    SayNumber( "three waits of 30 ms are no shorter", dwWaited >= 70 );
     SetLastError( UNTOUCHED );
     Sleep( 0 );
     Sleep( 1 );
-    Say( "last error after sleep", "%u", static_cast<unsigned>( GetLastError() ) );
+    SayNumber( "last error after sleep", GetLastError() );
     CloseHandle( hEvent );
 }
 } // namespace

@@ -79,9 +79,8 @@ void SayTexts( HWND hTop )
     SayOutcome( "set nothing", SetWindowTextA( hTop, NULL ) );
     SayText( "after nothing", hTop );
     SayOutcome( "set no window's", SetWindowTextA( NO_WINDOW, "x" ) );
-    Say( "instance", "%d",
-         GetWindowLongPtrA( hTop, GWLP_HINSTANCE ) ==
-             reinterpret_cast<LONG_PTR>( GetModuleHandleA( NULL ) ) );
+    SayNumber( "instance", GetWindowLongPtrA( hTop, GWLP_HINSTANCE ) ==
+                               reinterpret_cast<LONG_PTR>( GetModuleHandleA( NULL ) ) );
     SayOutcome( "no such index", GetWindowLongPtrA( hTop, -77 ) );
 }
 
@@ -91,7 +90,7 @@ void SayColours( HWND hTop )
     SayOutcome( "context", hContext );
     SetTextColor( hContext, RGB( 1, 2, 3 ) );
     Say( "colour before", "%X", static_cast<unsigned>( SetTextColor( hContext, RGB( 9, 8, 7 ) ) ) );
-    Say( "released", "%d", ReleaseDC( hTop, hContext ) );
+    SayNumber( "released", ReleaseDC( hTop, hContext ) );
     SayOutcome( "context of no window", GetDC( NO_WINDOW ) );
     Say( "colour of nothing", "%X", static_cast<unsigned>( SetTextColor( NULL, 0 ) ) );
 }
@@ -104,18 +103,18 @@ void SayFonts( HWND hTop )
     std::strcpy( aFont.lfFaceName, "Some Face" );
     const HFONT hFont = CreateFontIndirectA( &aFont );
     SayOutcome( "font", hFont );
-    Say( "size of its description", "%d", GetObjectA( hFont, 0, NULL ) );
+    SayNumber( "size of its description", GetObjectA( hFont, 0, NULL ) );
     LOGFONTA aSame{};
-    Say( "description", "%d", GetObjectA( hFont, sizeof( aSame ), &aSame ) );
+    SayNumber( "description", GetObjectA( hFont, sizeof( aSame ), &aSame ) );
     Say( "what it says", "%ld %ld %s", static_cast<long>( aSame.lfHeight ),
          static_cast<long>( aSame.lfWeight ), aSame.lfFaceName );
     std::memset( &aSame, 0, sizeof( aSame ) );
-    Say( "its first bytes", "%d", GetObjectA( hFont, 4, &aSame ) );
+    SayNumber( "its first bytes", GetObjectA( hFont, 4, &aSame ) );
     Say( "and no more", "%ld %ld", static_cast<long>( aSame.lfHeight ), static_cast<long>( aSame.lfWeight ) );
     const HWND hChild = GetWindow( hTop, GW_CHILD );
     SendMessageA( hChild, WM_SETFONT, reinterpret_cast<WPARAM>( hFont ), TRUE );
-    Say( "a window keeps its handle", "%d",
-         SendMessageA( hChild, WM_GETFONT, 0, 0 ) == reinterpret_cast<LRESULT>( hFont ) );
+    SayNumber( "a window keeps its handle",
+               SendMessageA( hChild, WM_GETFONT, 0, 0 ) == reinterpret_cast<LRESULT>( hFont ) );
     SayOutcome( "font of no window", SendMessageA( NO_WINDOW, WM_GETFONT, 0, 0 ) );
     SayOutcome( "delete", DeleteObject( hFont ) );
     SetLastError( UNTOUCHED );
@@ -132,19 +131,18 @@ void SayItem( HMENU hMenu, UINT uItem )
     char szText[64] = "";
     SetLastError( UNTOUCHED );
     const int nLength = GetMenuStringA( hMenu, uItem, szText, sizeof( szText ), MF_BYPOSITION );
-    Say( ( strItem + ", text" ).c_str(), "%d, '%s'", nLength, szText );
-    Say( ( strItem + ", state" ).c_str(), "%X", GetMenuState( hMenu, uItem, MF_BYPOSITION ) );
-    Say( ( strItem + ", a number" ).c_str(), "%d",
-         GetMenuItemID( hMenu, static_cast<int>( uItem ) ) != UINT( -1 ) );
-    Say( ( strItem + ", a menu" ).c_str(), "%d", GetSubMenu( hMenu, static_cast<int>( uItem ) ) != NULL );
+    Say( strItem + ", text", "%d, '%s'", nLength, szText );
+    Say( strItem + ", state", "%X", GetMenuState( hMenu, uItem, MF_BYPOSITION ) );
+    SayNumber( strItem + ", a number", GetMenuItemID( hMenu, static_cast<int>( uItem ) ) != UINT( -1 ) );
+    SayNumber( strItem + ", a menu", GetSubMenu( hMenu, static_cast<int>( uItem ) ) != NULL );
 }
 
 void SayMenu( HMENU hMenu )
 {
     SayOutcome( "menu", IsMenu( hMenu ) );
     SayOutcome( "no menu", IsMenu( NO_MENU ) );
-    Say( "items", "%d", GetMenuItemCount( hMenu ) );
-    Say( "items of no menu", "%d", GetMenuItemCount( NO_MENU ) );
+    SayNumber( "items", GetMenuItemCount( hMenu ) );
+    SayNumber( "items of no menu", GetMenuItemCount( NO_MENU ) );
     for ( UINT uItem = 0; uItem < 5; ++uItem )
         SayItem( hMenu, uItem );
     const HMENU hMore = GetSubMenu( hMenu, 3 );
@@ -159,8 +157,8 @@ void SayMenu( HMENU hMenu )
     Say( "text, cut", "%d, '%s'", nCut, szText );
     GetMenuStringA( hMenu, 3, szText, sizeof( szText ), MF_BYPOSITION );
     Say( "text of the one with a menu", "%s", szText );
-    Say( "its menu stays", "%d", GetSubMenu( hMenu, 3 ) == hMore );
-    Say( "in it", "%d", GetMenuItemCount( hMore ) );
+    SayNumber( "its menu stays", GetSubMenu( hMenu, 3 ) == hMore );
+    SayNumber( "in it", GetMenuItemCount( hMore ) );
 }
 } // namespace
 
