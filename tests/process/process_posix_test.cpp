@@ -1,11 +1,11 @@
 // What only this system's processes do: programs without a file, without a name, without rights.
 #include "process/processes.h"
 #include "process/procservices.h"
+#include "support/limit.h"
 
 #include <gtest/gtest.h>
 
 #include <linux/capability.h>
-#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -62,15 +62,12 @@ TEST( Processes, AreNotKilledInPlaceOfOnesThatHadTheirNumberNorBesideTheirWindow
 
 TEST( Processes, ThatCannotBeListedFailTheCalls )
 {
-    rlimit aBefore{};
-    getrlimit( RLIMIT_NOFILE, &aBefore );
-    const rlimit aNone{ 0, aBefore.rlim_max };
     DebugRecorder aRecorder;
     DWORD dwFound = 4711;
-    setrlimit( RLIMIT_NOFILE, &aNone );
-    const BOOL fDone = FindProcess( "a", &dwFound, NULL ) || KillProcesses( "a", FALSE );
-    setrlimit( RLIMIT_NOFILE, &aBefore );
-    EXPECT_FALSE( fDone );
+    {
+        const Limit aNone( RLIMIT_NOFILE, 0 );
+        EXPECT_FALSE( FindProcess( "a", &dwFound, NULL ) || KillProcesses( "a", FALSE ) );
+    }
     EXPECT_EQ( static_cast<DWORD>( ERROR_TOO_MANY_OPEN_FILES ), GetLastError() );
     EXPECT_EQ( 4711u, dwFound );
     EXPECT_EQ( "FindProcess| Error: !EnumProcs( OnEnumProcessSearch, (LPARAM)&aStruct )\n"

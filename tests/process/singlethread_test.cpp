@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <functional>
+#include <regex>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -56,11 +57,6 @@ bool GoOn( SingleThread* )
     return true;
 }
 
-std::string Header( const char* pSignature )
-{
-    return std::string( "From " ) + pSignature;
-}
-
 std::string IdText( DWORD dwId, const char* pFormat = "%#lx (%lu)" )
 {
     char szText[40];
@@ -69,20 +65,35 @@ std::string IdText( DWORD dwId, const char* pFormat = "%#lx (%lu)" )
     return szText;
 }
 
-const std::string BEGIN = Header( "bool SingleThread::Begin()" );
-const std::string INIT = Header( "bool SingleThread::InitThread()" );
-const std::string ROUTINE = Header( "DWORD WINAPI SingleThread::MainThreadRoutine( LPVOID pData )" );
-const std::string TERMINATE = Header( "bool SingleThread::Terminate()" );
+constexpr char BEGIN[] = "From bool SingleThread::Begin()";
+constexpr char INIT[] = "From bool SingleThread::InitThread()";
+constexpr char ROUTINE[] = "From DWORD WINAPI SingleThread::MainThreadRoutine( LPVOID pData )";
+constexpr char TERMINATE[] = "From bool SingleThread::Terminate()";
+constexpr char STOP[] = "From bool SingleThread::Stop( bool fImmediately, bool fWithMsgLoop )";
+constexpr char END[] = "From void SingleThread::End( DWORD dwMilliseconds, bool fWithMsgLoop )";
+constexpr char CLOSE[] = "From bool SingleThread::MyCloseHandle( HANDLE hHandle, bool fThreadHDL )";
+constexpr char WAIT[] =
+    "From DLL_EXPORT_MOD BOOL DLL_EXPORT WaitForHandleSignaled( HANDLE aThreadHDL, DWORD dwMilliseconds, BOOL fWithMessageLoop, DWORD* pdwRetValueOnSuccess )";
 
-// The exit code of a thread that ends by itself, and what was reported after its creation.
-DWORD ExitCodeOf( Work& rWork, const std::vector<Report>& aReports )
+Report Created( const SingleThread& rThread )
 {
-    // The work waits in its first call, so that the end comes while it is waited for.
+    return { INIT, "Thread with ID = " + IdText( rThread.m_aThreadID ) + " created" };
+}
+
+void AwaitWaiting( SingleThread* pThread )
+{
+    while ( !pThread->IsWaiting() )
+        Sleep( 1 );
+}
+
+// The exit code of a thread that ends by itself while it is waited for, and what was reported after its creation.
+DWORD ExitCodeOf( const std::function<bool( SingleThread* )>& aEnd, const std::vector<Report>& aReports )
+{
+    Work aWork( [&]( SingleThread* pThread ) { return AwaitWaiting( pThread ), aEnd( pThread ); } );
     DebugRecorder aRecorder;
-    SingleThread aThread( &rWork );
+    SingleThread aThread( &aWork );
     EXPECT_TRUE( aThread.Begin() );
-    EXPECT_TRUE(
-        aRecorder.OnlyReport( INIT, "Thread with ID = " + IdText( aThread.m_aThreadID ) + " created" ) );
+    EXPECT_TRUE( aRecorder.OnlyReports( { Created( aThread ) } ) );
     EXPECT_TRUE( aThread.Wait( 20000, false, false ) );
     EXPECT_TRUE( aRecorder.OnlyReports( aReports ) );
     EXPECT_TRUE( aThread.IsGoingToDie() );
@@ -93,12 +104,6 @@ DWORD ExitCodeOf( Work& rWork, const std::vector<Report>& aReports )
     EXPECT_EQ( NULL, aThread.m_aThreadHDL );
     EXPECT_TRUE( aThread.IsGoingToDie() );
     return dwExitCode;
-}
-
-void AwaitWaiting( SingleThread* pThread )
-{
-    while ( !pThread->IsWaiting() )
-        Sleep( 1 );
 }
 
 } // namespace
@@ -134,9 +139,7 @@ TEST( SingleThread, StandsStillAtItsSafePointUntilItIsContinued )
         ASSERT_TRUE( aThread.Stop( false, fWithMsgLoop ) );
         EXPECT_TRUE( aRecorder.Silent() );
         EXPECT_FALSE( aThread.Stop( false, fWithMsgLoop ) );
-        EXPECT_TRUE(
-            aRecorder.OnlyReport( Header( "bool SingleThread::Stop( bool fImmediately, bool fWithMsgLoop )" ),
-                                  " Error: IsSuspended()" ) );
+        EXPECT_TRUE( aRecorder.OnlyReport( STOP, " Error: IsSuspended()" ) );
         aWork.m_strNotified.clear();
         EXPECT_TRUE( aThread.End( INFINITE, fWithMsgLoop ) );
         EXPECT_EQ( "rs", aWork.m_strNotified );
@@ -195,18 +198,17 @@ TEST( SingleThread, StoppedAtOnceItNeverKeepsItsOwnerOut )
         } );
     SingleThread aThread( &aWork );
     ASSERT_TRUE( aThread.Begin() );
-    int nDone = 0;
     for ( int nRound = 0; nRound < 1000; ++nRound )
     {
         for ( const int nFrom = nSteps; nSteps - nFrom < nRound % 2; )
             Sleep( 0 );
-        nDone += aThread.Stop( true, false );
-        nDone += aThread.IsSuspended() && aThread.IsValidThread() && !aThread.IsStopRequested();
-        nDone += aThread.Continue();
+        // Looked at when it goes on: stopped it may hold what a report takes.
+        const bool fStopped = aThread.Stop( true, false ) && aThread.IsSuspended() &&
+                              aThread.IsValidThread() && !aThread.IsStopRequested();
+        ASSERT_TRUE( aThread.Continue() && fStopped );
         if ( nRound % 10 == 0 )
             aThread.ClearErrors();
     }
-    EXPECT_EQ( 3000, nDone );
     EXPECT_TRUE( aThread.Stop( false, false ) && aThread.End( INFINITE, false ) );
 }
 
@@ -249,32 +251,27 @@ TEST( SingleThread, ErrorsOfAllCallsAreCollected )
 
 TEST( SingleThread, EndsAsItsWorkDoes )
 {
-    Work aAsked( []( SingleThread* pThread ) { return AwaitWaiting( pThread ), false; } );
-    EXPECT_EQ( 42u, ExitCodeOf( aAsked, { { ROUTINE, "Nothing" } } ) );
-    Work aTold( []( SingleThread* pThread )
-                { return AwaitWaiting( pThread ), pThread->SetICanRun( false ), true; } );
-    EXPECT_EQ( 0u, ExitCodeOf( aTold, {} ) );
-    Work aThrew( []( SingleThread* pThread ) -> bool
-                 { AwaitWaiting( pThread ), throw std::runtime_error( "x" ); } );
-    EXPECT_EQ(
-        42u,
-        ExitCodeOf(
-            aThrew,
-            { { ROUTINE,
-                " Error: fRet = pSingleThread->m_pWorkerThreadBase->Execute( pSingleThread ) caused severe exception" } } ) );
-    Work aExits( []( SingleThread* pThread ) { return AwaitWaiting( pThread ), ExitThread( 7 ), true; } );
-    EXPECT_EQ( 7u, ExitCodeOf( aExits, {} ) );
+    const auto Exit = []( SingleThread* ) { return ExitThread( 7 ), true; };
+    const auto Throw = []( SingleThread* ) -> bool { throw std::runtime_error( "x" ); };
+    const Report aThrown = {
+        ROUTINE,
+        " Error: fRet = pSingleThread->m_pWorkerThreadBase->Execute( pSingleThread ) caused severe exception"
+    };
+    EXPECT_EQ( 42u, ExitCodeOf( []( SingleThread* ) { return false; }, { { ROUTINE, "Nothing" } } ) );
+    EXPECT_EQ( 0u, ExitCodeOf( []( SingleThread* p ) { return p->SetICanRun( false ), true; }, {} ) );
+    EXPECT_EQ( 42u, ExitCodeOf( Throw, { aThrown } ) );
+    EXPECT_EQ( 7u, ExitCodeOf( Exit, {} ) );
 
-    Work aExitsAlone( []( SingleThread* ) { return ExitThread( 7 ), true; } );
-    SingleThread aThread( &aExitsAlone );
+    Work aExits( Exit );
+    SingleThread aThread( &aExits );
     aThread.SetICanRun( false );
     EXPECT_TRUE( aThread.Begin() && aThread.Wait( 20000, false, false ) && aThread.CanIRun() );
-    EXPECT_EQ( 0, aExitsAlone.m_nCalls ) << "it was told before it began";
+    EXPECT_EQ( 0, aExits.m_nCalls ) << "it was told before it began";
     for ( int nCalls = 1; nCalls <= 2; ++nCalls )
     {
         EXPECT_TRUE( aThread.Begin() );
         EXPECT_EQ( WAIT_OBJECT_0, WaitForSingleObject( aThread.m_aThreadHDL, 20000 ) );
-        EXPECT_EQ( nCalls, aExitsAlone.m_nCalls );
+        EXPECT_EQ( nCalls, aExits.m_nCalls );
     }
 }
 
@@ -294,10 +291,10 @@ TEST( SingleThread, ItsOwnThreadIsRefusedWhatItWouldWaitForItselfIn )
     DebugRecorder aRecorder;
     EXPECT_TRUE( aThread.Wait( INFINITE, false, false ) );
     const std::string strReports = aRecorder.Take();
-    size_t uRefused = 0;
-    for ( size_t uAt = 0; ( uAt = strReports.find( " the thread itself", uAt ) ) != std::string::npos; ++uAt )
-        ++uRefused;
-    EXPECT_EQ( 6u, uRefused ) << strReports;
+    const std::regex aRefused( " the thread itself" );
+    EXPECT_EQ( 6,
+               std::distance( std::sregex_iterator( strReports.begin(), strReports.end(), aRefused ), {} ) )
+        << strReports;
     EXPECT_EQ( 0, nDone );
 }
 
@@ -344,7 +341,7 @@ TEST( SingleThread, AWorkThatNeverReturnsIsEndedByForce )
         EXPECT_TRUE( aRecorder.OnlyReports(
             { { TERMINATE, " Warning: going to terminate thread with ID = " + IdText( dwId ) },
               { TERMINATE, " Info: Thread with ID = " + IdText( dwId ) + " terminated" },
-              { Header( "bool SingleThread::MyCloseHandle( HANDLE hHandle, bool fThreadHDL )" ),
+              { CLOSE,
                 " Info: Thread with m_aThreadID = " + IdText( dwId, "%#lx" ) + " closed properly" } } ) );
         EXPECT_FALSE( aThread.IsRunning() );
     }
@@ -388,8 +385,7 @@ TEST( SingleThread, WhatCannotBeginIsReported )
     EXPECT_TRUE( aRecorder.Silent() );
     EXPECT_FALSE( aThread.End( 0, false ) );
     EXPECT_TRUE(
-        aRecorder.OnlyReport( Header( "void SingleThread::End( DWORD dwMilliseconds, bool fWithMsgLoop )" ),
-                              " Error: !internalWait( dwMilliseconds, fTimeout, fWithMsgLoop )" ) );
+        aRecorder.OnlyReport( END, " Error: !internalWait( dwMilliseconds, fTimeout, fWithMsgLoop )" ) );
     EXPECT_TRUE( aThread.SetThreadCreateFunc( []( SingleThread* ) -> bool { throw 1; } ) );
     EXPECT_FALSE( aThread.Begin() );
     EXPECT_TRUE(
@@ -399,8 +395,7 @@ TEST( SingleThread, WhatCannotBeginIsReported )
     { throw SingleThread::SDKThreadCreateFunc( pThread ); };
     EXPECT_TRUE( aThread.SetThreadCreateFunc( ThrowWithThread ) );
     EXPECT_TRUE( aThread.Begin() );
-    EXPECT_TRUE(
-        aRecorder.OnlyReport( INIT, "Thread with ID = " + IdText( aThread.m_aThreadID ) + " created" ) );
+    EXPECT_TRUE( aRecorder.OnlyReports( { Created( aThread ) } ) );
     EXPECT_TRUE( aThread.End( INFINITE, false ) && aThread.SetThreadCreateFunc( NULL ) );
     aWork.m_aOnNotify = []( bool ) { throw 1; };
     EXPECT_TRUE( aThread.Begin() );
@@ -464,8 +459,6 @@ TEST( OutOfMemory, WorkersBeginAndStopOrSaySo )
 
 TEST( WaitForHandle, LetsMessagesFlowAndEndsAtItsLimit )
 {
-    const std::string strHeader = Header(
-        "DLL_EXPORT_MOD BOOL DLL_EXPORT WaitForHandleSignaled( HANDLE aThreadHDL, DWORD dwMilliseconds, BOOL fWithMessageLoop, DWORD* pdwRetValueOnSuccess )" );
     const HANDLE aEvent = CreateEventA( NULL, FALSE, FALSE, NULL );
     const HANDLE aMutex = CreateMutexA( NULL, FALSE, NULL );
     DebugRecorder aRecorder;
@@ -487,7 +480,7 @@ TEST( WaitForHandle, LetsMessagesFlowAndEndsAtItsLimit )
         EXPECT_TRUE( aRecorder.Silent() );
         EXPECT_FALSE( WaitForHandleSignaled( NULL, 0, fWithMessageLoop, &dwResult ) );
         EXPECT_TRUE( aRecorder.OnlyReport(
-            strHeader, " Error: aThreadHDL == NULL || pdwRetValueOnSuccess == NULL -> invalid handle" ) );
+            WAIT, " Error: aThreadHDL == NULL || pdwRetValueOnSuccess == NULL -> invalid handle" ) );
         Work aDies( [&]( SingleThread* ) { return WaitForSingleObject( aMutex, INFINITE ), false; } );
         SingleThread aOwner( &aDies );
         EXPECT_TRUE( aOwner.Begin() && aOwner.Wait( INFINITE, false, false ) );
@@ -498,8 +491,7 @@ TEST( WaitForHandle, LetsMessagesFlowAndEndsAtItsLimit )
         ReleaseMutex( aMutex );
     }
     EXPECT_TRUE( aRecorder.OnlyReport(
-        strHeader,
-        " Error: dwRet != WAIT_OBJECT_0 + 1 && dwRet != WAIT_TIMEOUT -> Something else happened" ) );
+        WAIT, " Error: dwRet != WAIT_OBJECT_0 + 1 && dwRet != WAIT_TIMEOUT -> Something else happened" ) );
     CloseHandle( aMutex );
     CloseHandle( aEvent );
 }

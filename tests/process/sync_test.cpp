@@ -5,11 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
+
 namespace
 {
 
 constexpr int PROCESSES = 8;
-constexpr int TURNS = 10000;
+constexpr int THREADS = 2;
+constexpr int TURNS = 5000;
 constexpr char NOBODY[] =
     "SignalActionFinished1| Error: ( aMyEvent = OpenEvent( EVENT_MODIFY_STATE, TRUE, pEventName ) ) == NULL\n";
 
@@ -39,12 +42,16 @@ BX_ROLE( lock_counter )
     const HANDLE hMapping = OpenFileMappingA( FILE_MAP_WRITE, FALSE, Arguments[1].c_str() );
     volatile long* const pCount =
         static_cast<volatile long*>( MapViewOfFile( hMapping, FILE_MAP_WRITE, 0, 0, 0 ) );
-    for ( int nTurn = 0; nTurn < TURNS; ++nTurn )
+    const auto Count = [&]
     {
-        const HANDLE hSection = Entered( Arguments[0] );
-        *pCount = *pCount + 1;
-        ReleaseInterProcessCriticalSection( hSection );
-    }
+        for ( int nTurn = 0; nTurn < TURNS; ++nTurn )
+        {
+            const HANDLE hSection = Entered( Arguments[0] );
+            *pCount = *pCount + 1;
+            ReleaseInterProcessCriticalSection( hSection );
+        }
+    };
+    OnThreads( THREADS, Count );
     return 0;
 }
 
@@ -69,13 +76,12 @@ TEST( NamedLock, LosesNoTurnOfManyProcessesAndLeavesNothing )
     const HANDLE hMapping =
         CreateFileMappingA( INVALID_HANDLE_VALUE, NULL, PAGE_READWRITE, 0, sizeof( long ), strCount.c_str() );
     const void* const pCount = MapViewOfFile( hMapping, FILE_MAP_READ, 0, 0, 0 );
-    std::vector<std::unique_ptr<SecondProcess>> aProcesses;
+    std::deque<SecondProcess> aProcesses;
     for ( int nProcess = 0; nProcess < PROCESSES; ++nProcess )
-        aProcesses.push_back(
-            std::make_unique<SecondProcess>( "lock_counter", std::vector{ strName, strCount } ) );
-    for ( const auto& pProcess : aProcesses )
-        EXPECT_EQ( 0, pProcess->Wait() );
-    EXPECT_EQ( PROCESSES * TURNS, *static_cast<const long*>( pCount ) );
+        aProcesses.emplace_back( "lock_counter", std::vector{ strName, strCount } );
+    for ( SecondProcess& rProcess : aProcesses )
+        EXPECT_EQ( 0, rProcess.Wait() );
+    EXPECT_EQ( PROCESSES * THREADS * TURNS, *static_cast<const long*>( pCount ) );
     EXPECT_FALSE( IsThere( strName ) );
     if ( const char* pFolder = std::getenv( "BXTOOLS_OBJECT_DIR" ) )
     {
@@ -125,20 +131,19 @@ TEST( NamedLock, BelongsToItsThread )
 
 TEST( NamedLock, AndSignalReportWhatTheyLack )
 {
-    const std::string strEvent = OwnName( "event" );
-    const std::string strMutex = OwnName( "mutex" );
-    const HANDLE hEvent = CreateEventA( NULL, TRUE, FALSE, strEvent.c_str() );
-    const HANDLE hMutex = CreateMutexA( NULL, FALSE, strMutex.c_str() );
+    const std::string strName = OwnName( "event" );
+    const HANDLE hEvent = CreateEventA( NULL, TRUE, FALSE, strName.c_str() );
     HANDLE hSection = hEvent;
     DebugRecorder aRecorder;
     EXPECT_FALSE( EnterInterProcessCriticalSection( NULL, NULL ) ||
                   EnterInterProcessCriticalSection( "", &hSection ) ||
-                  EnterInterProcessCriticalSection( strEvent.c_str(), &hSection ) );
+                  EnterInterProcessCriticalSection( strName.c_str(), &hSection ) );
     EXPECT_EQ( static_cast<DWORD>( ERROR_INVALID_HANDLE ), GetLastError() );
     EXPECT_EQ( NULL, hSection );
+    CloseHandle( hEvent );
+    const HANDLE hMutex = CreateMutexA( NULL, FALSE, strName.c_str() );
     EXPECT_FALSE( ReleaseInterProcessCriticalSection( NULL ) || SignalActionFinished( NULL ) ||
-                  WaitForActionFinished( "", 0, NULL ) ||
-                  WaitForActionFinished( strMutex.c_str(), 0, NULL ) );
+                  WaitForActionFinished( "", 0, NULL ) || WaitForActionFinished( strName.c_str(), 0, NULL ) );
     EXPECT_EQ(
         "EnterInterProcessCriticalSection| Error: phSectionID == NULL\n"
         "EnterInterProcessCriticalSection| Error: pSectionName == NULL || STRLEN( pSectionName ) <= 0\n"
@@ -148,7 +153,6 @@ TEST( NamedLock, AndSignalReportWhatTheyLack )
         "WaitForActionFinished| Error: pEventName == NULL || STRLEN( pEventName ) <= 0\n"
         "WaitForActionFinished| Error: ( aMyEvent = CreateEvent( NULL, TRUE, FALSE, pEventName ) ) == NULL\n",
         Reported( aRecorder ) );
-    CloseHandle( hEvent );
     CloseHandle( hMutex );
 }
 
