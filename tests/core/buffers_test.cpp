@@ -48,11 +48,10 @@ std::string Converted( const std::string& strText )
 {
     std::string strInPlace( strText );
     ReplaceAllBackSlashChars( strInPlace.data() );
-    strInPlace.resize( std::char_traits<char>::length( strInPlace.c_str() ) );
     MString aString( strText.c_str() );
     ReplaceAllBackSlashChars( aString );
-    EXPECT_EQ( strInPlace, static_cast<LPCTSTR>( aString ) );
-    return strInPlace;
+    EXPECT_STREQ( strInPlace.c_str(), aString );
+    return aString.data();
 }
 
 // What a test does not look at was not to be reported.

@@ -108,12 +108,8 @@ TEST_F( ErrClient, EachKindOfClassHasItsText )
                Translated( Record( "TEST.CLASS", "-4", "0+?+origin+?++?+not!;!wanted" ) ) );
     EXPECT_EQ( "\r\norigin\r\n" + Block( "CLASS", "9 (hex: 0x00000009)", "Der Test" ),
                Translated( Record( "TEST.CLASS", "9" ) ) );
-    EXPECT_EQ( "\r\n\r\n\nline\r\n\n"
-               "more\r\n" +
-                   Block( "A.B.C", strOne ),
-               Translated( Record( "A.B.C", "1",
-                                   "0+?+\r\n\nline\r\n\n"
-                                   "more\n+?++?+" ) ) )
+    EXPECT_EQ( "\r\n\r\n\nline\r\n\nmore\r\n" + Block( "A.B.C", strOne ),
+               Translated( Record( "A.B.C", "1", "0+?+\r\n\nline\r\n\nmore\n+?++?+" ) ) )
         << "of the frame first the CR go, then the LF";
 
     EXPECT_EQ( SystemText( 5 ) + Block( "ERRCLS_SYS_LASTERROR", "5 (hex: 0x00000005)" ),
@@ -121,8 +117,7 @@ TEST_F( ErrClient, EachKindOfClassHasItsText )
     EXPECT_EQ( "\r\norigin\r\n" + Block( "ERRCLS_SYS_LASTERROR", "4294967295 (hex: 0xFFFFFFFF)" ),
                Translated( Record( ERRCLS_SYS_LASTERROR, "12", "4294967295+?+origin+?++?+" ) ) );
     const std::string strDenied = Record( ERRCLS_SYS_HRESULT, "-2147024891" );
-    const std::string strDeniedBlock = Block( "ERRCLS_SYS_HRESULT", "-2147024891 (hex: 0x80070005)" );
-    EXPECT_EQ( SystemText( 0x80070005 ) + strDeniedBlock +
+    EXPECT_EQ( SystemText( 0x80070005 ) + Block( "ERRCLS_SYS_HRESULT", "-2147024891 (hex: 0x80070005)" ) +
                    "\r\nSEVERITY: \r\nFACILITY: \r\nCODE: 5 (hex: 0x00000005)",
                Translated( strDenied ) );
     EXPECT_EQ( "\r\norigin\r\n" + Block( "ERRCLS_SYS_HRESULT", "-2147220991 (hex: 0x80040201)" ) +
