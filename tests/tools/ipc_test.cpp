@@ -3,25 +3,20 @@
 
 #include <bxtools/platform.h>
 
-#include <gtest/gtest.h>
-
 #include <regex>
 
-namespace
+class IpcTool : public ToolTest
 {
-
-// Exit code, blank, output with every age as 0.
-std::string Listed( const std::vector<std::string>& aOptions )
-{
-    std::vector<std::string> aArguments = { "ipc", "ls" };
-    aArguments.insert( aArguments.end(), aOptions.begin(), aOptions.end() );
-    const ProgramResult aResult = ProgramFolder().Run( BXTOOL_PROGRAM, aArguments );
-    const std::regex aAge( "(age +|\"age\":)[0-9]+" );
-    return std::to_string( aResult.nExitCode ) + " " +
-           std::regex_replace( aResult.strOutput + aResult.strErrors, aAge, "$010" );
-}
-
-} // namespace
+protected:
+    // Exit code, blank, output with every age as 0.
+    std::string Listed( const std::string& strOptions = "" ) const
+    {
+        const std::regex aAge( "(age +|\"age\":)[0-9]+" );
+        const ProgramResult aResult = Tool( "ipc ls " + strOptions );
+        return std::to_string( aResult.nExitCode ) + " " +
+               std::regex_replace( aResult.strOutput + aResult.strErrors, aAge, "$010" );
+    }
+};
 
 BX_ROLE( ipc_listener )
 {
@@ -32,10 +27,10 @@ BX_ROLE( ipc_listener )
     return 0;
 }
 
-TEST( IpcTool, ListsWhatIsSharedWithHoldersAndWaiters )
+TEST_F( IpcTool, ListsWhatIsSharedWithHoldersAndWaiters )
 {
-    EXPECT_EQ( "1 ", Listed( {} ) );
-    EXPECT_EQ( "1 {\"objects\":[]}\n", Listed( { "--json" } ) );
+    EXPECT_EQ( "1 ", Listed() );
+    EXPECT_EQ( "1 {\"objects\":[]}\n", Listed( "--json" ) );
     SecondProcess aListener( "ipc_listener", {} );
     const std::string strThread = aListener.ReadLine();
     const HANDLE ahObjects[] = {
@@ -57,17 +52,17 @@ TEST( IpcTool, ListsWhatIsSharedWithHoldersAndWaiters )
         Object( "b mutex", "mutex", "owned by thread " + strThread, std::to_string( aListener.Id() ), "0" ) +
         Object( "c memory", "mapping", "5000 bytes", strOwn, "0" ) +
         Object( "d set", "event", "set, manual reset", strOwn, "0" );
-    std::string strListed = Listed( {} );
+    std::string strListed = Listed();
     while ( !Holds( strListed, "waiters  1" ) ) // until it waits
-        strListed = Listed( {} );
+        strListed = Listed();
     EXPECT_EQ( strExpected, strListed );
     EXPECT_TRUE(
-        Holds( Listed( { "--json" } ),
+        Holds( Listed( "--json" ),
                "{\"name\":\"d set\",\"type\":\"event\",\"state\":\"set, manual reset\",\"holders\":[" +
                    strOwn + "],\"waiters\":0,\"age\":0}]}" ) );
     aListener.Kill();
     aListener.Wait();
-    EXPECT_FALSE( Holds( Listed( {} ), std::to_string( aListener.Id() ) ) );
+    EXPECT_FALSE( Holds( Listed(), std::to_string( aListener.Id() ) ) );
     for ( const HANDLE hObject : ahObjects )
         CloseHandle( hObject );
 }

@@ -4,8 +4,6 @@
 #include "tools/runprogram.h"
 #include "tools/toolfailure.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <atomic>
 #include <random>
@@ -61,26 +59,12 @@ std::string TextOf( const RegTree& rTree )
     return strText;
 }
 
-class RegFolder : public ProgramFolder
+class RegTool : public ToolTest
 {
-public:
-    RegFolder() : m_strKey( "HKLM\\Software\\BXToolsTest" + std::to_string( std::random_device()() ) ) {}
-    ~RegFolder() { Reg( { "delete", m_strKey, "-f" } ); }
+protected:
+    ~RegTool() override { Tool( "reg delete " + m_strKey + " -f" ); }
 
-    ProgramResult Reg( std::vector<std::string> aArguments, const std::string& strInput = "" ) const
-    {
-        aArguments.insert( aArguments.begin(), "reg" );
-        return Run( BXTOOL_PROGRAM, aArguments, strInput );
-    }
-    // Exit code, blank, output.
-    std::string RegOutcome( const std::vector<std::string>& aArguments,
-                            const std::string& strInput = "" ) const
-    {
-        const ProgramResult aResult = Reg( aArguments, strInput );
-        return std::to_string( aResult.nExitCode ) + " " + aResult.strOutput;
-    }
-
-    const std::string m_strKey;
+    const std::string m_strKey = "HKLM\\Software\\BXToolsTest" + std::to_string( std::random_device()() );
 };
 
 } // namespace
@@ -173,82 +157,78 @@ TEST( RegText, WhatIsWrittenReadsBack )
     EXPECT_EQ( "\x3D\xD8\xA9\xDC", ToUtf16( "\xF0\x9F\x92\xA9" ) );
 }
 
-TEST( RegTool, ValuesAreSetPrintedAndDeleted )
+TEST_F( RegTool, ValuesAreSetPrintedAndDeleted )
 {
-    RegFolder aFolder;
-    const std::string& strKey = aFolder.m_strKey;
-    std::string strSlashed = strKey;
+    std::string strSlashed = m_strKey;
     std::ranges::replace( strSlashed, '\\', '/' );
-    EXPECT_EQ( "0 ",
-               aFolder.RegOutcome( { "set", strSlashed + "/Sub", "Level", "0x10", "--type", "dword" } ) );
-    EXPECT_EQ( "0 16\n", aFolder.RegOutcome( { "get", strKey + "\\sub", "LEVEL" } ) );
-    EXPECT_EQ( "0 ", aFolder.RegOutcome( { "set", strKey, "", "the default" } ) );
-    EXPECT_EQ( "0 the default\n", aFolder.RegOutcome( { "get", strKey } ) );
-    EXPECT_EQ( "0 ", aFolder.RegOutcome( { "set", strKey, "m", "a", "b c", "--type", "multi" } ) );
-    EXPECT_EQ( "0 {\"name\":\"m\",\"type\":\"multi\",\"data\":[\"a\",\"b c\"]}\n",
-               aFolder.RegOutcome( { "get", strKey, "m", "--json" } ) );
-    EXPECT_EQ( "0 ", aFolder.RegOutcome( { "set", strKey, "bin", "00,Ff", "--type", "binary" } ) );
-    const std::string strTitle = "HKEY_LOCAL_MACHINE" + strKey.substr( 4 );
-    EXPECT_EQ( "0 " + strTitle +
-                   "\n  (default) = string \"the default\"\n  bin = binary 00ff\n"
-                   "  m = multi \"a\" \"b c\"\n  Sub\n    Level = dword 16\n",
-               aFolder.RegOutcome( { "list", strKey, "--values" } ) );
-    EXPECT_EQ( "0 " + strTitle + "\n  Sub\n", aFolder.RegOutcome( { "list", strKey } ) );
-    EXPECT_EQ( "1 ", aFolder.RegOutcome( { "get", strKey, "missing" } ) );
-    EXPECT_EQ( "1 ", aFolder.RegOutcome( { "list", strKey + "\\missing" } ) );
-    EXPECT_EQ( "1 ", aFolder.RegOutcome( { "delete", strKey, "missing" } ) );
-    EXPECT_EQ( "2 ", aFolder.RegOutcome( { "get", "Software\\x" } ) );
-    EXPECT_EQ( "2 ", aFolder.RegOutcome( { "set", strKey, "n", "-1", "--type", "dword" } ) );
-    EXPECT_EQ( "2 ", aFolder.RegOutcome( { "set", strKey, "n", "4294967296", "--type", "dword" } ) );
-    EXPECT_EQ( "2 ", aFolder.RegOutcome( { "set", strKey, "n", "0ff", "--type", "binary" } ) );
-    EXPECT_EQ( "2 ", aFolder.RegOutcome( { "delete", strKey } ) ) << "it has a subkey";
-    EXPECT_EQ( "0 ", aFolder.RegOutcome( { "delete", strKey, "" } ) );
-    EXPECT_EQ( "1 ", aFolder.RegOutcome( { "get", strKey } ) );
-    EXPECT_EQ( "bxtool: deleted " + strTitle + ", 1 subkey, 3 values\n",
-               aFolder.Reg( { "delete", strKey, "-f" } ).strErrors );
+    const std::string strTitle = "HKEY_LOCAL_MACHINE" + m_strKey.substr( 4 );
+    const std::pair<std::string, std::string> aSteps[] = {
+        { "set " + strSlashed + "/Sub Level 0x10 --type dword", "0 " },
+        { "get " + m_strKey + "\\sub LEVEL", "0 16\n" },
+        { "set " + m_strKey + " '' 'the default'", "0 " },
+        { "get " + m_strKey, "0 the default\n" },
+        { "set " + m_strKey + " m a 'b c' --type multi", "0 " },
+        { "get " + m_strKey + " m --json",
+          "0 {\"name\":\"m\",\"type\":\"multi\",\"data\":[\"a\",\"b c\"]}\n" },
+        { "set " + m_strKey + " bin 00,Ff --type binary", "0 " },
+        { "list " + m_strKey + " --values",
+          "0 " + strTitle +
+              "\n  (default) = string \"the default\"\n  bin = binary 00ff\n"
+              "  m = multi \"a\" \"b c\"\n  Sub\n    Level = dword 16\n" },
+        { "list " + m_strKey, "0 " + strTitle + "\n  Sub\n" },
+        { "get " + m_strKey + " missing", "1 " },
+        { "list " + m_strKey + "\\missing", "1 " },
+        { "delete " + m_strKey + " missing", "1 " },
+        { "get Software\\x", "2 " },
+        { "set " + m_strKey + " n -1 --type dword", "2 " },
+        { "set " + m_strKey + " n 4294967296 --type dword", "2 " },
+        { "set " + m_strKey + " n 0ff --type binary", "2 " },
+        { "delete " + m_strKey, "2 " }, // it has a subkey
+        { "delete " + m_strKey + " ''", "0 " },
+        { "get " + m_strKey, "1 " },
+    };
+    for ( const auto& [strWords, strOutcome] : aSteps )
+        EXPECT_EQ( strOutcome, Outcome( "reg " + strWords ) ) << strWords;
+    EXPECT_TRUE( Tool( "reg delete " + m_strKey + " -f" )
+                     .Is( 0, {}, { "bxtool: deleted " + strTitle + ", 1 subkey, 3 values\n" } ) );
 }
 
-TEST( RegTool, AnExportedKeyIsImportedAsItWas )
+TEST_F( RegTool, AnExportedKeyIsImportedAsItWas )
 {
-    RegFolder aFolder;
     std::string strText = GetRegHeader();
-    AppendRegTree( strText, { HKEY_LOCAL_MACHINE, aFolder.m_strKey.substr( 5 ) }, EVERY_KIND );
-    EXPECT_EQ( "0 ", aFolder.RegOutcome( { "import", "-" }, strText ) );
-    EXPECT_EQ( "0 " + strText, aFolder.RegOutcome( { "export", aFolder.m_strKey } ) );
-    EXPECT_EQ( "0 ", aFolder.RegOutcome( { "export", aFolder.m_strKey, "wide.reg", "--utf16" } ) );
-    EXPECT_EQ( "0 ", aFolder.RegOutcome( { "delete", aFolder.m_strKey, "-f" } ) );
-    EXPECT_EQ( "0 ", aFolder.RegOutcome( { "import", "wide.reg" } ) );
-    EXPECT_EQ( "0 " + strText, aFolder.RegOutcome( { "export", aFolder.m_strKey } ) );
+    AppendRegTree( strText, { HKEY_LOCAL_MACHINE, m_strKey.substr( 5 ) }, EVERY_KIND );
+    EXPECT_EQ( "0 ", Outcome( "reg import -", strText ) );
+    EXPECT_EQ( "0 " + strText, Outcome( "reg export " + m_strKey ) );
+    EXPECT_EQ( "0 ", Outcome( "reg export " + m_strKey + " wide.reg" ) );
+    EXPECT_EQ( "0 ", Outcome( "reg export " + m_strKey + " wide.reg --utf16" ) );
+    EXPECT_EQ( "0 ", Outcome( "reg delete " + m_strKey + " -f" ) );
+    EXPECT_EQ( "0 ", Outcome( "reg import wide.reg" ) );
+    EXPECT_EQ( "0 " + strText, Outcome( "reg export " + m_strKey ) );
 
-    const std::string strKeyLine = HEADER + "["s + aFolder.m_strKey + "]\n";
-    const ProgramResult aWrong = aFolder.Reg( { "import", "-" }, strKeyLine + "\"new\"=\"x\"\n@=-\nwrong" );
-    EXPECT_EQ( 3, aWrong.nExitCode );
-    EXPECT_TRUE( Holds( aWrong.strErrors, "standard input:6: " ) ) << aWrong.strErrors;
-    EXPECT_EQ( "1 ", aFolder.RegOutcome( { "get", aFolder.m_strKey, "new" } ) ) << "nothing was changed";
-    EXPECT_EQ( "0 ", aFolder.RegOutcome( { "import", "-" },
-                                         strKeyLine + "@=-\n[-" + aFolder.m_strKey + "\\Sub]key]\n" ) );
-    EXPECT_EQ( "1 ", aFolder.RegOutcome( { "get", aFolder.m_strKey } ) );
-    EXPECT_EQ( "1 ", aFolder.RegOutcome( { "list", aFolder.m_strKey + "\\Sub]key" } ) );
+    const std::string strKeyLine = HEADER + "["s + m_strKey + "]\n";
+    EXPECT_TRUE( Tool( "reg import -", strKeyLine + "\"new\"=\"x\"\n@=-\nwrong" )
+                     .Is( 3, {}, { "standard input:6: " } ) );
+    EXPECT_EQ( "1 ", Outcome( "reg get " + m_strKey + " new" ) ) << "nothing was changed";
+    EXPECT_EQ( "0 ", Outcome( "reg import -", strKeyLine + "@=-\n[-" + m_strKey + "\\Sub]key]\n" ) );
+    EXPECT_EQ( "1 ", Outcome( "reg get " + m_strKey ) );
+    EXPECT_EQ( "1 ", Outcome( "reg list " + m_strKey + "\\Sub]key" ) );
 }
 
-TEST( RegTool, WatchPrintsAChange )
+TEST_F( RegTool, WatchPrintsAChange )
 {
-    RegFolder aFolder;
-    ASSERT_EQ( "0 ", aFolder.RegOutcome( { "set", aFolder.m_strKey + "\\Sub", "n", "0" } ) );
+    const std::string strSet = "reg set " + m_strKey + "\\Sub n ";
+    ASSERT_EQ( "0 ", Outcome( strSet + "0" ) );
     std::atomic<bool> fDone = false;
     ProgramResult aWatched;
     std::thread aWatcher(
         [&]
         {
-            aWatched = ProgramFolder().Run( BXTOOL_PROGRAM,
-                                            { "reg", "watch", aFolder.m_strKey, "--subtree", "--once" } );
+            aWatched = ProgramFolder().Tool( "reg watch " + m_strKey + " --subtree --once" );
             fDone = true;
         } );
     // Until the program has begun to watch, changes go unseen.
     for ( int n = 1; !fDone; n++ )
-        aFolder.Reg( { "set", aFolder.m_strKey + "\\Sub", "n", std::to_string( n ) } );
+        Tool( strSet + std::to_string( n ) );
     aWatcher.join();
-    EXPECT_EQ( 0, aWatched.nExitCode );
-    EXPECT_TRUE( aWatched.strOutput.starts_with( "changed HKEY_LOCAL_MACHINE" ) ) << aWatched.strOutput;
-    EXPECT_TRUE( Holds( aWatched.strOutput, "\\Sub: n = string \"" ) ) << aWatched.strOutput;
+    EXPECT_TRUE( aWatched.Is( 0, { "changed HKEY_LOCAL_MACHINE", "\\Sub: n = string \"" }, { "" } ) );
 }

@@ -1,44 +1,53 @@
 #include "tools/runprogram.h"
 
-#include "tools/startprogram.h"
-
 #include <algorithm>
+#include <iomanip>
+#include <sstream>
 
-ProgramResult ProgramFolder::Run( const std::string& strProgram, const std::vector<std::string>& aArguments,
-                                  const std::string& strInput,
-                                  const std::vector<std::string>& aEnvironment ) const
+static bool HoldsAll( const std::string& strText, const Texts& aParts )
 {
-    ProgramStart aStart = { strProgram,
-                            aArguments,
-                            Path(),
-                            Path( "stdin" ),
-                            Path( "stdout" ),
-                            Path( "stderr" ),
-                            { "BXTOOLS_DEBUG_SINK=" } };
-    aStart.aEnvironment.insert( aStart.aEnvironment.end(), aEnvironment.begin(), aEnvironment.end() );
-    WriteBytes( aStart.strInput, strInput );
-    ProgramResult aResult;
-    aResult.nExitCode = StartProgram( aStart );
-    aResult.strOutput = ReadBytes( aStart.strOutput );
-    aResult.strErrors = ReadBytes( aStart.strErrors );
+    const auto IsThere = [&]( const std::string& strPart ) { return Holds( strText, strPart ); };
+    return aParts.empty() ? strText.empty() : std::ranges::all_of( aParts, IsThere );
+}
+
+::testing::AssertionResult ProgramResult::Is( int nExpected, const Texts& aOutput,
+                                              const Texts& aErrors ) const
+{
+    if ( nExitCode == nExpected && HoldsAll( strOutput, aOutput ) && HoldsAll( strErrors, aErrors ) )
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure()
+           << "exit code " << nExitCode << "\noutput:\n"
+           << strOutput << "\nerrors:\n"
+           << strErrors << "\nexpected: " << nExpected << ", " << ::testing::PrintToString( aOutput ) << ", "
+           << ::testing::PrintToString( aErrors );
+}
+
+ProgramResult ProgramFolder::RunProgram( const std::string& strProgram, const Texts& aArguments,
+                                         const std::string& strInput, const Texts& aEnvironment ) const
+{
+    WriteBytes( Path( "stdin" ), strInput );
+    ProgramResult aResult{ Start( strProgram, aArguments, aEnvironment ), ReadBytes( Path( "stdout" ) ),
+                           ReadBytes( Path( "stderr" ) ) };
     std::erase( aResult.strErrors, '\r' );
     return aResult;
 }
 
-ProgramResult ProgramFolder::Errors( std::vector<std::string> aArguments, const std::string& strInput ) const
+ProgramResult ProgramFolder::Tool( const std::string& strWords, const std::string& strInput ) const
 {
-    aArguments.insert( aArguments.begin(), "errors" );
-    return Run( BXTOOL_PROGRAM, aArguments, strInput );
+    Texts aArguments;
+    std::istringstream aWords( strWords );
+    for ( std::string strWord; aWords >> std::quoted( strWord, '\'', '\0' ); )
+        aArguments.push_back( strWord );
+    return RunProgram( BXTOOL_PROGRAM, aArguments, strInput );
 }
 
-std::string ProgramFolder::Outcome( const std::vector<std::string>& aArguments,
-                                    const std::string& strInput ) const
+std::string ProgramFolder::Outcome( const std::string& strWords, const std::string& strInput ) const
 {
-    const ProgramResult aResult = Errors( aArguments, strInput );
+    const ProgramResult aResult = Tool( strWords, strInput );
     return std::to_string( aResult.nExitCode ) + " " + aResult.strOutput;
 }
 
-std::string StreamOf( const std::vector<std::string>& aRecords )
+std::string StreamOf( const Texts& aRecords )
 {
     std::string strStream = "##HDRMSG0";
     for ( const std::string& strRecord : aRecords )

@@ -3,34 +3,49 @@
 
 #include "support/scratchfolder.h"
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <string_view>
 #include <vector>
 
+using Texts = std::vector<std::string>;
+
 struct ProgramResult
 {
-    int nExitCode;
+    int nExitCode;         // -1 when the program could not be started or was killed
     std::string strOutput; // as bytes
     std::string strErrors; // with lines ending in LF
+
+    // Whether it ended so. Each text holds all the parts that are given for it; with none it is empty.
+    ::testing::AssertionResult Is( int nExpected, const Texts& aOutput, const Texts& aErrors = {} ) const;
 };
 
-// A folder in which programs run. Without a change of its own a program finds no BXTOOLS_DEBUG_SINK.
+// A folder in which programs run.
 class ProgramFolder : public ScratchFolder
 {
 public:
-    ProgramResult Run( const std::string& strProgram, const std::vector<std::string>& aArguments,
-                       const std::string& strInput = "",
-                       const std::vector<std::string>& aEnvironment = {} ) const;
-
-    // bxtool errors <arguments>.
-    ProgramResult Errors( std::vector<std::string> aArguments, const std::string& strInput = "" ) const;
+    //   aEnvironment  NAME=value, beside our own; a NAME= without value is taken away.
+    ProgramResult RunProgram( const std::string& strProgram, const Texts& aArguments,
+                              const std::string& strInput = "",
+                              const Texts& aEnvironment = { "BXTOOLS_DEBUG_SINK=" } ) const;
+    // bxtool with words that blanks divide; a word in ' may hold some.
+    ProgramResult Tool( const std::string& strWords, const std::string& strInput = "" ) const;
     // The same in one text, for comparisons: exit code, blank, output.
-    std::string Outcome( const std::vector<std::string>& aArguments, const std::string& strInput = "" ) const;
+    std::string Outcome( const std::string& strWords, const std::string& strInput = "" ) const;
+
+private:
+    // Waits for the end of a program whose standard streams are files in the folder; one form for each system.
+    int Start( const std::string& strProgram, const Texts& aArguments, const Texts& aEnvironment ) const;
+};
+
+class ToolTest : public ::testing::Test, protected ProgramFolder
+{
 };
 
 // The separators, and a stream of the given records.
 inline constexpr char SEP[] = "\x24\xB0";
-std::string StreamOf( const std::vector<std::string>& aRecords );
+std::string StreamOf( const Texts& aRecords );
 
 // The two records that most tests use.
 inline constexpr char RECORD_A[] =

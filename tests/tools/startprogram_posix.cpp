@@ -1,13 +1,10 @@
-#include "tools/startprogram.h"
+#include "tools/runprogram.h"
 
 #include <cstdlib>
 #include <sys/wait.h>
 
-namespace
-{
-
 // A word that the shell takes as it is.
-std::string Word( const std::string& strText )
+static std::string Word( const std::string& strText )
 {
     std::string strWord = " '";
     for ( const char cSign : strText )
@@ -15,20 +12,17 @@ std::string Word( const std::string& strText )
     return strWord + "'";
 }
 
-} // namespace
-
-int StartProgram( const ProgramStart& rStart )
+int ProgramFolder::Start( const std::string& strProgram, const Texts& aArguments,
+                          const Texts& aEnvironment ) const
 {
-    std::string strLine = "cd" + Word( rStart.strFolder ) + " && exec env";
-    for ( const std::string& strEntry : rStart.aEnvironment )
+    std::string strLine = "cd" + Word( Path() ) + " && exec <stdin >stdout 2>stderr env";
+    for ( const std::string& strEntry : aEnvironment )
         strLine += strEntry.ends_with( '=' ) ? " -u" + Word( strEntry.substr( 0, strEntry.size() - 1 ) ) : "";
-    for ( const std::string& strEntry : rStart.aEnvironment )
+    for ( const std::string& strEntry : aEnvironment )
         strLine += strEntry.ends_with( '=' ) ? "" : Word( strEntry );
-    strLine += Word( rStart.strProgram );
-    for ( const std::string& strArgument : rStart.aArguments )
+    strLine += Word( strProgram );
+    for ( const std::string& strArgument : aArguments )
         strLine += Word( strArgument );
-    strLine +=
-        " <" + Word( rStart.strInput ) + " >" + Word( rStart.strOutput ) + " 2>" + Word( rStart.strErrors );
     const int nStatus = std::system( strLine.c_str() );
     return WIFEXITED( nStatus ) ? WEXITSTATUS( nStatus ) : -1;
 }

@@ -1,4 +1,4 @@
-#include "tools/startprogram.h"
+#include "tools/runprogram.h"
 
 #include <windows.h>
 
@@ -13,35 +13,30 @@ HANDLE OpenInherited( const std::string& strFile, bool fWrite )
                         fWrite ? CREATE_ALWAYS : OPEN_EXISTING, 0, NULL );
 }
 
-std::string CommandLine( const ProgramStart& rStart )
-{
-    std::string strLine = "\"" + rStart.strProgram + "\"";
-    for ( const std::string& strArgument : rStart.aArguments )
-        strLine += " \"" + strArgument + "\"";
-    return strLine;
-}
-
 } // namespace
 
-int StartProgram( const ProgramStart& rStart )
+int ProgramFolder::Start( const std::string& strProgram, const Texts& aArguments,
+                          const Texts& aEnvironment ) const
 {
     // A test program starts one program at a time, so its own environment is as good as a copy.
-    for ( const std::string& strEntry : rStart.aEnvironment )
+    for ( const std::string& strEntry : aEnvironment )
     {
         const size_t nValue = strEntry.find( '=' ) + 1;
         const char* pValue = nValue < strEntry.size() ? strEntry.c_str() + nValue : NULL;
         SetEnvironmentVariableA( strEntry.substr( 0, nValue - 1 ).c_str(), pValue );
     }
+    std::string strLine = "\"" + strProgram + "\"";
+    for ( const std::string& strArgument : aArguments )
+        strLine += " \"" + strArgument + "\"";
     STARTUPINFOA aStartup = {};
     aStartup.cb = sizeof( aStartup );
     aStartup.dwFlags = STARTF_USESTDHANDLES;
-    aStartup.hStdInput = OpenInherited( rStart.strInput, false );
-    aStartup.hStdOutput = OpenInherited( rStart.strOutput, true );
-    aStartup.hStdError = OpenInherited( rStart.strErrors, true );
+    aStartup.hStdInput = OpenInherited( Path( "stdin" ), false );
+    aStartup.hStdOutput = OpenInherited( Path( "stdout" ), true );
+    aStartup.hStdError = OpenInherited( Path( "stderr" ), true );
     PROCESS_INFORMATION aProcess = {};
-    std::string strLine = CommandLine( rStart );
-    const BOOL fStarted = CreateProcessA( NULL, strLine.data(), NULL, NULL, TRUE, 0, NULL,
-                                          rStart.strFolder.c_str(), &aStartup, &aProcess );
+    const BOOL fStarted = CreateProcessA( NULL, strLine.data(), NULL, NULL, TRUE, 0, NULL, Path().c_str(),
+                                          &aStartup, &aProcess );
     for ( HANDLE hFile : { aStartup.hStdInput, aStartup.hStdOutput, aStartup.hStdError } )
         CloseHandle( hFile );
     if ( !fStarted )
