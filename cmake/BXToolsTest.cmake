@@ -77,10 +77,11 @@ function( bxtools_add_test subsystem )
                           PROPERTIES TIMEOUT ${BXTOOLS_TEST_TIMEOUT} LABELS ${subsystem} RUN_SERIAL ${alone} )
 endfunction()
 
-# The tests that a list file "<Suite.Name> - <reason>" takes out on this system, as a GoogleTest filter.
+# The tests that a list file "<Suite.Name> - <reason>" takes out on this system, as a GoogleTest filter. Files of tests that it
+# lists are not in the build.
 function( bxtools_read_test_filter file result )
     set_property( DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${file}" )
-    file( STRINGS "${file}" lines REGEX "^[^# ]+ - " )
+    file( STRINGS "${file}" lines REGEX "^[^#/ ]+ - " )
     set( filter "" )
     foreach( line ${lines} )
         string( REGEX REPLACE " - .*" "" test "${line}" )

@@ -2,6 +2,7 @@
 // one call.
 #include "core/guards.h"
 #include "process/processmatch.h"
+#include "process/processwalks.h"
 
 #include <bxtools/platform.h>
 #include <bxtools/process.h>
@@ -117,7 +118,16 @@ bool VisitProcess( const NTServices& rServices, DWORD dwProcessId, const Walk& r
     return !aTasks.fStopped;
 }
 
-BOOL EnumOnNT( const Walk& rWalk )
+// ---- the Windows 95 family ----------------------------------------------------------------------------------------------
+
+typedef HANDLE( WINAPI* CREATESNAPSHOT )( DWORD dwFlags, DWORD dwProcessId );
+typedef BOOL( WINAPI* WALKSNAPSHOT )( HANDLE hSnapshot, PROCESSENTRY32* pEntry );
+
+} // namespace
+
+// ---- the walks ----------------------------------------------------------------------------------------------------------
+
+BOOL EnumOnNT( ENUMPROCSFUNC lpProc, LPARAM lParam )
 {
     const NTServices aServices;
     DWORD dwCount = 0;
@@ -126,17 +136,12 @@ BOOL EnumOnNT( const Walk& rWalk )
     if ( !pIds )
         return FALSE;
     for ( DWORD dwIndex = 0; dwIndex < dwCount; ++dwIndex )
-        if ( !VisitProcess( aServices, pIds[dwIndex], rWalk ) )
+        if ( !VisitProcess( aServices, pIds[dwIndex], { lpProc, lParam } ) )
             break;
     return TRUE;
 }
 
-// ---- the Windows 95 family ----------------------------------------------------------------------------------------------
-
-typedef HANDLE( WINAPI* CREATESNAPSHOT )( DWORD dwFlags, DWORD dwProcessId );
-typedef BOOL( WINAPI* WALKSNAPSHOT )( HANDLE hSnapshot, PROCESSENTRY32* pEntry );
-
-BOOL EnumOnWindows95( const Walk& rWalk )
+BOOL EnumOnWindows95( ENUMPROCSFUNC lpProc, LPARAM lParam )
 {
     const LoadedLibrary aKernel( "Kernel32.DLL" );
     const auto pCreate = aKernel.Get<CREATESNAPSHOT>( "CreateToolhelp32Snapshot" );
@@ -151,12 +156,10 @@ BOOL EnumOnWindows95( const Walk& rWalk )
     PROCESSENTRY32 aEntry = {};
     aEntry.dwSize = sizeof( aEntry );
     for ( BOOL fFound = pFirst( hSnapshot, &aEntry ); fFound; fFound = pNext( hSnapshot, &aEntry ) )
-        if ( !rWalk.lpProc( aEntry.th32ProcessID, 0, aEntry.szExeFile, rWalk.lParam ) )
+        if ( !lpProc( aEntry.th32ProcessID, 0, aEntry.szExeFile, lParam ) )
             break;
     return TRUE;
 }
-
-} // namespace
 
 BOOL DLL_EXPORT EnumProcs( ENUMPROCSFUNC lpProc, LPARAM lParam )
 {
@@ -167,7 +170,6 @@ BOOL DLL_EXPORT EnumProcs( ENUMPROCSFUNC lpProc, LPARAM lParam )
     if ( lpProc == NULL || !GetVersionExA( &aVersion ) )
         return FALSE;
     if ( aVersion.dwPlatformId == VER_PLATFORM_WIN32_NT )
-        return EnumOnNT( { lpProc, lParam } );
-    return aVersion.dwPlatformId == VER_PLATFORM_WIN32_WINDOWS ? EnumOnWindows95( { lpProc, lParam } )
-                                                               : FALSE;
+        return EnumOnNT( lpProc, lParam );
+    return aVersion.dwPlatformId == VER_PLATFORM_WIN32_WINDOWS ? EnumOnWindows95( lpProc, lParam ) : FALSE;
 }

@@ -1,5 +1,6 @@
 #include "process/processes.h"
 #include "support/scratchfolder.h"
+#include "support/shown.h"
 
 #include <bxtools/sync.h>
 
@@ -12,9 +13,7 @@ static constexpr char NOT_CALLED[] =
 // What the user is shown by a call that fails.
 static std::string ShownBy( const std::string& strModule, int nMode )
 {
-    testing::internal::CaptureStderr();
-    EXPECT_FALSE( RegisterModule( strModule.c_str(), nMode ) );
-    return testing::internal::GetCapturedStderr();
+    return ShownBy( [&] { EXPECT_FALSE( RegisterModule( strModule.c_str(), nMode ) ); } );
 }
 
 TEST( RegisterModule, CallsTheEntryOfTheMode )
@@ -65,11 +64,18 @@ TEST( RegisterModule, ShowsNothingWithoutTheSystemsText )
     const ScratchFolder aFolder;
     WriteBytes( aFolder.Path( "text.so" ), "no module" );
     DebugRecorder aRecorder;
-    EXPECT_EQ( "", ShownBy( aFolder.Path( "text.so" ), 1 ) );
-    EXPECT_EQ( static_cast<DWORD>( ERROR_BAD_EXE_FORMAT ), GetLastError() );
+    DWORD dwError = 0;
+    EXPECT_EQ( "", ShownBy(
+                       [&]
+                       {
+                           EXPECT_FALSE( RegisterModule( aFolder.Path( "text.so" ).c_str(), 1 ) );
+                           dwError = GetLastError();
+                       } ) );
+    EXPECT_EQ( static_cast<DWORD>( ERROR_BAD_EXE_FORMAT ), dwError );
+    const std::string strReported = Reported( aRecorder );
     EXPECT_TRUE(
-        Reported( aRecorder )
-            .ends_with( "GetOriginErrText| Error: !AppendLastErrMsg( aOut, lCurErr, pfMessageFound )\n"
-                        "CallRegistryFunction| Error: !GetOriginErrText( szOut, lCurErr )\n" +
-                        std::string( NOT_CALLED ) ) );
+        strReported.ends_with( "GetOriginErrText| Error: !AppendLastErrMsg( aOut, lCurErr, pfMessageFound )\n"
+                               "CallRegistryFunction| Error: !GetOriginErrText( szOut, lCurErr )\n" +
+                               std::string( NOT_CALLED ) ) )
+        << strReported;
 }
