@@ -90,7 +90,6 @@ TEST_F( QtDialogs, AFontIsChosenForAWindow )
     WhileItWaits( [] { Waiting<QFontDialog>()->reject(); } );
     MyTestFunc( hWnd, "title", TRUE );
     EXPECT_EQ( aBefore, aLabel.font() );
-    EXPECT_TRUE( aDebug.Silent() );
     for ( const int nPoints : { 15, 30 } )
     {
         WhileItWaits(
