@@ -36,7 +36,7 @@ InputFile OpenInput( const std::string& aName )
 {
     if ( aName != "-" )
         return InputFile( fopen( aName.c_str(), "rb" ) );
-    if ( IsTypedAt( stdin ) )
+    if ( IsTerminal( stdin ) )
         SayNote( "waiting for standard input; name a FILE to read that, or see --help" );
     return InputFile( stdin );
 }

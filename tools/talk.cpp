@@ -1,5 +1,6 @@
 #include "tools/talk.h"
 
+#include "tools/errors/displaytext.h"
 #include "tools/terminal.h"
 #include "tools/toolfailure.h"
 
@@ -31,7 +32,7 @@ bool IsColoured( FILE* pStream )
 
 void Say( std::string_view aPrefix, std::string_view aText )
 {
-    const std::string aLine = std::string( aPrefix ).append( aText ).append( "\n" );
+    const std::string aLine = std::string( aPrefix ).append( MakeVisible( aText ) ).append( "\n" );
     fwrite( aLine.data(), 1, aLine.size(), stderr );
 }
 
@@ -41,6 +42,11 @@ void WriteOutput( std::string_view aBytes )
 {
     if ( fwrite( aBytes.data(), 1, aBytes.size(), stdout ) != aBytes.size() )
         ThrowOutputFailure();
+}
+
+void WriteText( std::string_view aText )
+{
+    WriteOutput( IsTerminal( stdout ) ? MakeVisible( aText ) : std::string( aText ) );
 }
 
 void FinishOutput()

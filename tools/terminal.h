@@ -10,8 +10,8 @@ void UseByteStreams();
 // Columns of the terminal that pStream writes to; 0 when it is a file or a pipe.
 size_t GetTerminalColumns( FILE* pStream );
 
-// TRUE when somebody types at pStream.
-bool IsTypedAt( FILE* pStream );
+// TRUE when pStream is a terminal, where somebody types or reads.
+bool IsTerminal( FILE* pStream );
 
 // Prepares pStream for colour sequences. Result: false when it is no terminal that shows them.
 bool CanShowColour( FILE* pStream );

@@ -10,14 +10,14 @@ void UseByteStreams()
     // They carry bytes already.
 }
 
-bool IsTypedAt( FILE* pStream )
+bool IsTerminal( FILE* pStream )
 {
     return isatty( fileno( pStream ) ) != 0;
 }
 
 size_t GetTerminalColumns( FILE* pStream )
 {
-    if ( !IsTypedAt( pStream ) )
+    if ( !IsTerminal( pStream ) )
         return 0;
     winsize aSize = {};
     const bool fKnown = ioctl( fileno( pStream ), TIOCGWINSZ, &aSize ) == 0 && aSize.ws_col > 0;
@@ -27,5 +27,5 @@ size_t GetTerminalColumns( FILE* pStream )
 bool CanShowColour( FILE* pStream )
 {
     const char* pTerminal = getenv( "TERM" );
-    return IsTypedAt( pStream ) && pTerminal != NULL && strcmp( pTerminal, "dumb" ) != 0;
+    return IsTerminal( pStream ) && pTerminal != NULL && strcmp( pTerminal, "dumb" ) != 0;
 }

@@ -24,7 +24,7 @@ void UseByteStreams()
     SetConsoleOutputCP( CP_UTF8 );
 }
 
-bool IsTypedAt( FILE* pStream )
+bool IsTerminal( FILE* pStream )
 {
     return _isatty( _fileno( pStream ) ) != 0;
 }

@@ -1,5 +1,6 @@
 // bxtool ini check.
 #include "tools/byteinput.h"
+#include "tools/errors/displaytext.h"
 #include "tools/ini/commands.h"
 #include "tools/ini/findings.h"
 #include "tools/jsonline.h"
@@ -34,7 +35,8 @@ ExitCode Check( const CheckOptions& rOptions )
         if ( rOptions.fJson )
             aJson.Add( { { "file", aTitle }, { "line", rFinding.nLine }, { "text", rFinding.aText } } );
         else
-            WriteOutput( aTitle + ":" + std::to_string( rFinding.nLine ) + ": " + rFinding.aText + "\n" );
+            WriteOutput( MakeVisible( aTitle ) + ":" + std::to_string( rFinding.nLine ) + ": " +
+                         rFinding.aText + "\n" );
     }
     if ( rOptions.fJson )
         WriteOutput( JsonLine( aJson ) );

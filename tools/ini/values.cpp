@@ -54,7 +54,10 @@ ExitCode Get( const ValueOptions& rOptions )
         WriteOutput(
             JsonLine( { { "group", rOptions.aGroup }, { "key", rOptions.aKey }, { "value", *aValue } } ) );
     else
-        WriteOutput( *aValue + "\n" );
+    {
+        WriteText( *aValue );
+        WriteOutput( "\n" );
+    }
     return ExitCode::Ok;
 }
 

@@ -1,4 +1,5 @@
 // bxtool nls build.
+#include "tools/errors/displaytext.h"
 #include "tools/jsonline.h"
 #include "tools/nls/commands.h"
 #include "tools/nls/project.h"
@@ -88,8 +89,8 @@ ExitCode Build( const BuildOptions& rOptions )
         std::string aCodes;
         for ( int nCode : aLanguages )
             aCodes += ( aCodes.empty() ? "" : ", " ) + std::to_string( nCode );
-        WriteOutput( rFile + ": " + std::to_string( nTexts ) + " texts, languages " + aCodes + ", version " +
-                     aVersion + "\n" );
+        WriteOutput( MakeVisible( rFile ) + ": " + std::to_string( nTexts ) + " texts, languages " + aCodes +
+                     ", version " + aVersion + "\n" );
     }
     return aProject.aFindings.empty() ? ExitCode::Ok : ExitCode::Broken;
 }

@@ -50,7 +50,10 @@ ExitCode Get( const ReadOptions& rOptions )
         WriteOutput(
             JsonLine( { { "section", rOptions.aSection }, { "key", rOptions.aKey }, { "text", aFound } } ) );
     else
-        WriteOutput( aFound + "\n" );
+    {
+        WriteText( aFound );
+        WriteOutput( "\n" );
+    }
     return ExitCode::Ok;
 }
 

@@ -2,6 +2,7 @@
 
 #include "runtime/rwbtreeondisk.h"
 #include "tools/errors/decodedrecord.h"
+#include "tools/outputfile.h"
 #include "tools/progressbar.h"
 #include "tools/toolfailure.h"
 
@@ -73,24 +74,12 @@ void ReadPairsAgain( const std::string& aPath, const std::vector<ReleasePair>& r
     }
 }
 
-// As the old file was; a new one is as its folder makes it.
-void TakeOverMode( const std::filesystem::path& rOld, const std::filesystem::path& rNew )
-{
-    std::error_code aError;
-    const auto aStatus = std::filesystem::status( rOld, aError );
-    if ( !aError && std::filesystem::exists( aStatus ) )
-        std::filesystem::permissions( rNew, aStatus.permissions(), aError );
-}
-
 } // namespace
 
 void WriteReleaseFile( const std::string& aPath, const std::vector<ReleasePair>& rPairs, size_t nKeyLength )
 {
-    // A link stays, what it names is replaced.
     std::error_code aError;
-    std::filesystem::path aFile = std::filesystem::weakly_canonical( aPath, aError );
-    if ( aError )
-        aFile = std::filesystem::absolute( aPath );
+    const std::filesystem::path aFile = FindTarget( aPath );
     const std::string aBeside = aFile.string() + ".new";
     const BuilderLock aLock( aFile.string() );
     std::filesystem::remove( aBeside, aError );
@@ -102,9 +91,7 @@ void WriteReleaseFile( const std::string& aPath, const std::vector<ReleasePair>&
     {
         WritePairs( aBeside, rPairs, nLongest );
         ReadPairsAgain( aBeside, rPairs );
-        TakeOverMode( aFile, aBeside );
-        std::filesystem::rename( aBeside, aFile, aError );
-        if ( aError )
+        if ( !TakePlace( aBeside, aFile, aError ) )
             ThrowNotWritten( aPath, aError.message() );
     }
     catch ( const RWFileErr& aFailure )

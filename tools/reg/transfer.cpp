@@ -1,5 +1,6 @@
 // bxtool reg export and import: .reg files.
 #include "tools/byteinput.h"
+#include "tools/outputfile.h"
 #include "tools/reg/commands.h"
 #include "tools/reg/regaccess.h"
 #include "tools/reg/regapply.h"
@@ -7,9 +8,6 @@
 #include "tools/reg/utf16.h"
 #include "tools/talk.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <memory>
 
 namespace
@@ -46,20 +44,6 @@ std::string ForWindows( const std::string& aText )
     return "\xFF\xFE" + ToUtf16( aLines );
 }
 
-void WriteFile( const std::string& aName, const std::string& aBytes )
-{
-    FILE* pFile = fopen( aName.c_str(), "wb" );
-    bool fWritten = pFile != NULL && fwrite( aBytes.data(), 1, aBytes.size(), pFile ) == aBytes.size();
-    const int nWriteError = errno;
-    if ( pFile != NULL && fclose( pFile ) != 0 )
-        fWritten = false;
-    else if ( !fWritten )
-        errno = nWriteError;
-    if ( !fWritten )
-        throw ToolFailure( ExitCode::Output, "cannot write " + aName + ": " + strerror( errno ) +
-                                                 "; is there room, and may this user write there?" );
-}
-
 ExitCode Export( const TransferOptions& rOptions )
 {
     const KeyPath aPath = ParseKeyPath( rOptions.aKey );
@@ -71,7 +55,7 @@ ExitCode Export( const TransferOptions& rOptions )
     if ( rOptions.aFile == "-" )
         WriteOutput( aText );
     else
-        WriteFile( rOptions.aFile, aText );
+        WriteWholeFile( rOptions.aFile, aText );
     return NameUnread( aPath, aTree ) ? ExitCode::Broken : ExitCode::Ok;
 }
 

@@ -59,7 +59,10 @@ ExitCode Get( const ValueOptions& rOptions )
         return ExitCode::Ok;
     }
     for ( const std::string& rLine : GetDataLines( aValue ) )
-        WriteOutput( FromSystemText( rLine ) + "\n" );
+    {
+        WriteText( FromSystemText( rLine ) );
+        WriteOutput( "\n" );
+    }
     return ExitCode::Ok;
 }
 
