@@ -36,11 +36,15 @@ inline void RecordCall( const char* pCall )
 
 inline void RecordLine( const char* pName )
 {
-    static FILE* const pFile = []
-    {
-        const char* const pPath = std::getenv( "BXTOOLS_TRANSCRIPT_CALLS" );
-        return pPath != nullptr ? std::fopen( pPath, "w" ) : nullptr;
-    }();
+    // Nothing that is made with its first use: the run-time library would take a handle for it, perhaps the number of one that
+    // the transcript has just closed.
+    static constinit std::atomic<FILE*> s_pFile{ nullptr };
+    const char* const pPath = std::getenv( "BXTOOLS_TRANSCRIPT_CALLS" );
+    if ( pPath == nullptr )
+        return;
+    if ( s_pFile == nullptr )
+        s_pFile = std::fopen( pPath, "w" );
+    FILE* const pFile = s_pFile;
     if ( pFile == nullptr )
         return;
     std::fprintf( pFile, "%s\t", pName );

@@ -6,9 +6,12 @@
 namespace
 {
 
-// As programs take their command line apart: a quote inside is escaped, and so are backslashes before a quote.
+// As programs take their command line apart: a quote inside is escaped, and so are backslashes before a quote. A word that needs
+// no quotes gets none, since the system's shell takes its own commands for file names in them.
 std::string Quoted( const std::string& aWord )
 {
+    if ( !aWord.empty() && aWord.find_first_of( " \t\"" ) == std::string::npos )
+        return aWord;
     std::string aQuoted = "\"";
     size_t nBackslashes = 0;
     for ( const char cLetter : aWord )

@@ -1,0 +1,93 @@
+// The commands of bxtool that act on what Windows itself keeps: its processes, its named objects, its debugger interface.
+#include "process/processes.h"
+#include "support/threads.h"
+#include "tools/runprogram.h"
+
+#include <bxtools/debug.h>
+#include <bxtools/sync.h>
+
+#include <atomic>
+
+namespace
+{
+
+// Exit code, blank, output.
+std::string Tool( const std::string& strWords )
+{
+    return ProgramFolder().Outcome( strWords );
+}
+
+} // namespace
+
+BX_ROLE( bystander )
+{
+    TellTest( "here" );
+    return WaitForTest() == "end" ? 0 : 1;
+}
+
+TEST( WindowsTool, ListsAndEndsTheProcessesOfAProgram )
+{
+    const NamedProgram aProgram( "Listed" );
+    EXPECT_EQ( "1 ", Tool( "ps " + aProgram.strName ) );
+    const auto pProcess = aProgram.Start( "bystander" );
+    const std::string strLine = Tool( "ps " + aProgram.strName );
+    EXPECT_TRUE( strLine.starts_with( "0 " ) && Holds( strLine, std::to_string( pProcess->Id() ) ) )
+        << strLine;
+    EXPECT_TRUE( strLine.ends_with( aProgram.strName + "\n" ) ) << strLine;
+    EXPECT_TRUE( Holds( Tool( "kill --dry-run " + aProgram.strName ), "  would be ended\n" ) );
+    EXPECT_TRUE( Holds( Tool( "kill " + aProgram.strName ), "  ended\n" ) );
+    pProcess->Wait();
+    EXPECT_EQ( "1 ", Tool( "ps " + aProgram.strName ) );
+}
+
+TEST( WindowsTool, RunsACommandUnderALock )
+{
+    EXPECT_EQ( "127 ", Tool( "lock 'a lock' -- bx-no-such-program" ) );
+    EXPECT_EQ( "125 ", Tool( "lock a\\lock -- cmd /c ver" ) );
+    HANDLE hSection = NULL;
+    EXPECT_TRUE( EnterInterProcessCriticalSection( "a lock", &hSection ) );
+    std::atomic<bool> fEnded{ false };
+    std::thread aSecond(
+        [&]
+        {
+            EXPECT_EQ( "3 ", Tool( "lock 'a lock' -- cmd /c 'exit 3'" ) );
+            fEnded = true;
+        } );
+    Sleep( 500 );
+    EXPECT_FALSE( fEnded );
+    EXPECT_TRUE( ReleaseInterProcessCriticalSection( hSection ) );
+    aSecond.join();
+}
+
+TEST( WindowsTool, SignalsAndWaits )
+{
+    EXPECT_EQ( "1 ", Tool( "wait 'a signal' --timeout 0.01" ) );
+    EXPECT_EQ( "1 ", Tool( "signal 'a signal'" ) );
+    std::thread aWaiter( [] { EXPECT_EQ( "0 ", Tool( "wait 'a signal' --timeout 100" ) ); } );
+    EXPECT_EQ( "0 ", Tool( "signal 'a signal' --retries 2000 --pause 10" ) );
+    aWaiter.join();
+}
+
+TEST( WindowsTool, SwitchesTheMessagesOfAllProcessesAndShowsThem )
+{
+    // This process has the values mapped, so that they outlive each command.
+    EXPECT_EQ( "0 ", Tool( "debug off" ) );
+    EXPECT_FALSE( IsDbgMessage() );
+    EXPECT_EQ( "1 ", Tool( "debug send unwanted" ).substr( 0, 2 ) );
+    EXPECT_EQ( "0 ", Tool( "debug on" ) );
+    EXPECT_EQ( "0 ", Tool( "debug level all" ) );
+    EXPECT_TRUE( IsDbgMessage() );
+    EXPECT_EQ( "0 {\"on\":true,\"levels\":\"1;2;3;4;5\"}\n", Tool( "debug status --json" ) );
+    std::string strSeen;
+    std::thread aWatcher( [&] { strSeen = Tool( "debug watch --text live" ); } );
+    for ( int i = 0; i < 20; ++i )
+        EXPECT_EQ( "0 ", Tool( i % 2 == 0 ? "debug send quiet" : "debug send live" ) );
+    Tool( "kill bxtool.exe" );
+    aWatcher.join();
+    EXPECT_TRUE( Holds( strSeen, "bxtool.exe" ) && Holds( strSeen, "bxtool -> live\n" ) ) << strSeen;
+    EXPECT_FALSE( Holds( strSeen, "quiet" ) );
+    EXPECT_TRUE( Holds( ProgramFolder().Tool( "debug last" ).strErrors, "this system keeps no messages" ) );
+    // All tests share the registry.
+    EXPECT_EQ( ERROR_SUCCESS,
+               RegDeleteKeyA( HKEY_LOCAL_MACHINE, "Software\\Q.R.N. GmbH\\brindlex\\1.0\\DBG" ) );
+}
