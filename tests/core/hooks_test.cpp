@@ -1,5 +1,6 @@
 #include "core/callreport.h"
 #include "support/recorder.h"
+#include "support/shown.h"
 
 #include <bxtools/platform.h>
 
@@ -94,9 +95,7 @@ TEST_F( Hooks, ToDoMessageIsCutToItsLengthModulo65536 )
 
 TEST_F( Hooks, NoDbgFuncMessageReachesTheUserWithoutADisplay )
 {
-    testing::internal::CaptureStderr();
-    Probe( NULL, NULL ).NoDbgFuncMessage( "Init" );
-    const std::string strShown = testing::internal::GetCapturedStderr();
+    const std::string strShown = ShownBy( [] { Probe( NULL, NULL ).NoDbgFuncMessage( "Init" ); } );
     EXPECT_NE( std::string::npos, strShown.find( "Error" ) );
     EXPECT_NE( std::string::npos,
                strShown.find( "Init -> !!!!!!!!!!! THIS OBJECT HAS NO DEBUG FUNCTION !!!!!!!!!!!" ) );
