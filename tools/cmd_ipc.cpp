@@ -14,24 +14,42 @@ std::string ToJson( const std::vector<SharedObject>& aObjects )
 {
     Json aList = Json::Array();
     for ( const SharedObject& rObject : aObjects )
-        aList.Add( { { "name", rObject.aName },
-                     { "type", rObject.aType },
-                     { "state", rObject.aState },
-                     { "holders", Json::ArrayOf( rObject.aHolders ) },
-                     { "waiters", rObject.dwWaiters },
-                     { "age", rObject.nAge } } );
+    {
+        Json aItem = { { "name", rObject.aName }, { "type", rObject.aType }, { "state", rObject.aState } };
+        if ( rObject.aHolders )
+            aItem.Set( "holders", Json::ArrayOf( *rObject.aHolders ) );
+        if ( rObject.dwHandles )
+            aItem.Set( "handles", *rObject.dwHandles );
+        if ( rObject.dwWaiters )
+            aItem.Set( "waiters", *rObject.dwWaiters );
+        if ( rObject.nAge )
+            aItem.Set( "age", *rObject.nAge );
+        aList.Add( std::move( aItem ) );
+    }
     const Json aJson = { { "objects", aList } };
     return JsonLine( aJson );
 }
 
+std::string ListOf( const std::vector<DWORD>& aHolders )
+{
+    std::string aText;
+    for ( DWORD dwProcess : aHolders )
+        aText += ( aText.empty() ? "" : ", " ) + std::to_string( dwProcess );
+    return aText.empty() ? "none, left over" : aText;
+}
+
 std::string ToLines( const SharedObject& rObject )
 {
-    std::string aHolders;
-    for ( DWORD dwProcess : rObject.aHolders )
-        aHolders += ( aHolders.empty() ? "" : ", " ) + std::to_string( dwProcess );
-    return "  type     " + rObject.aType + "\n  state    " + rObject.aState + "\n  holders  " +
-           ( aHolders.empty() ? "none, left over" : aHolders ) + "\n  waiters  " +
-           std::to_string( rObject.dwWaiters ) + "\n  age      " + std::to_string( rObject.nAge ) + " s\n";
+    std::string aLines = "  type     " + rObject.aType + "\n  state    " + rObject.aState + "\n";
+    if ( rObject.aHolders )
+        aLines += "  holders  " + ListOf( *rObject.aHolders ) + "\n";
+    if ( rObject.dwHandles )
+        aLines += "  handles  " + std::to_string( *rObject.dwHandles ) + "\n";
+    if ( rObject.dwWaiters )
+        aLines += "  waiters  " + std::to_string( *rObject.dwWaiters ) + "\n";
+    if ( rObject.nAge )
+        aLines += "  age      " + std::to_string( *rObject.nAge ) + " s\n";
+    return aLines;
 }
 
 ExitCode List( bool fGlobal, bool fJson )

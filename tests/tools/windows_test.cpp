@@ -59,6 +59,26 @@ TEST( WindowsTool, RunsACommandUnderALock )
     aSecond.join();
 }
 
+TEST( WindowsTool, ListsWhatIsShared )
+{
+    const HANDLE ahObjects[] = {
+        CreateEventA( NULL, TRUE, TRUE, "bx listed event" ), CreateMutexA( NULL, TRUE, "bx listed mutex" ),
+        CreateFileMappingA( INVALID_HANDLE_VALUE, NULL, PAGE_READWRITE, 0, 8192, "Global\\bx listed memory" )
+    };
+    const std::string strLocal = Tool( "ipc ls" );
+    EXPECT_TRUE( Holds( strLocal, "bx listed event\n  type     event\n  state    set, manual reset\n"
+                                  "  handles  1\nbx listed mutex\n  type     mutex\n  state    owned\n"
+                                  "  handles  1\n" ) )
+        << strLocal;
+    const std::string strGlobal = Tool( "ipc ls --global --json" );
+    EXPECT_TRUE( Holds( strGlobal,
+                        R"({"name":"bx listed memory","type":"mapping","state":"8192 bytes","handles":1})" ) )
+        << strGlobal;
+    for ( const HANDLE hObject : ahObjects )
+        CloseHandle( hObject );
+    EXPECT_FALSE( Holds( Tool( "ipc ls" ), "bx listed" ) );
+}
+
 TEST( WindowsTool, SignalsAndWaits )
 {
     EXPECT_EQ( "1 ", Tool( "wait 'a signal' --timeout 0.01" ) );

@@ -13,7 +13,12 @@ std::vector<SharedObject> ReadSharedObjects( bool fGlobal )
                                                 std::to_string( GetLastError() ) );
     std::vector<SharedObject> aObjects;
     for ( const ListedObject& rListed : aListed )
-        aObjects.push_back( { MakeVisible( rListed.strName ), rListed.strKind, rListed.strState,
-                              rListed.aHolders, rListed.dwWaiters, rListed.ullAge } );
+        aObjects.push_back( { MakeVisible( rListed.strName ),
+                              rListed.strKind,
+                              rListed.strState,
+                              rListed.aHolders,
+                              {},
+                              rListed.dwWaiters,
+                              rListed.ullAge } );
     return aObjects;
 }
