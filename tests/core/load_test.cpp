@@ -2,6 +2,7 @@
 // goes, nothing crashes; and where it can go, it leaves nothing behind.
 #include "core/loadedlibrary.h"
 #include "support/leftovers.h"
+#include "support/meeting.h"
 #include "support/recorder.h"
 #include "support/secondprocess.h"
 #include "support/threads.h"
@@ -10,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <barrier>
 #include <cstdlib>
 #include <string>
 
@@ -98,17 +98,17 @@ BX_ROLE( user_ends_after_unload )
     AllowLeftovers();
     DebugRecorder aDebug;
     const LoadedBXTools hLibrary = Load( aDebug );
-    std::barrier aMeeting( 2 );
+    Meeting aMeeting( 2 );
     const auto Use = [&]
     {
         EXPECT_TRUE( UseLibrary( hLibrary ) );
-        aMeeting.arrive_and_wait();
-        aMeeting.arrive_and_wait();
+        aMeeting.ArriveAndWait();
+        aMeeting.ArriveAndWait();
     };
     std::thread aUser( Use );
-    aMeeting.arrive_and_wait();
+    aMeeting.ArriveAndWait();
     EXPECT_TRUE( UnloadBXTools( hLibrary ) );
-    aMeeting.arrive_and_wait();
+    aMeeting.ArriveAndWait();
     aUser.join();
     EXPECT_TRUE( aDebug.Silent() );
     return Result();
@@ -150,15 +150,15 @@ BX_ROLE( exit_while_threads_use_it )
 {
     AllowLeftovers();
     const LoadedBXTools hLibrary = LoadBXTools();
-    std::barrier aStart( 9 );
+    Meeting aStart( 9 );
     const auto UseForEver = [&]
     {
-        for ( aStart.arrive_and_wait();; )
+        for ( aStart.ArriveAndWait();; )
             UseLibrary( hLibrary );
     };
     for ( int nThread = 0; nThread < 8; ++nThread )
         std::thread( UseForEver ).detach();
-    aStart.arrive_and_wait();
+    aStart.ArriveAndWait();
     std::exit( ROLE_DONE );
 }
 

@@ -6,6 +6,7 @@
 #include "core/taskname.h"
 #include "core/threadcontainer.h"
 #include "support/leftovers.h"
+#include "support/meeting.h"
 #include "support/recorder.h"
 #include "support/threads.h"
 
@@ -13,7 +14,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <barrier>
 
 namespace
 {
@@ -160,20 +160,20 @@ TEST_F( RegistryTest, WhatIsNotMadeOrDestroyedIsReported )
         EXPECT_TRUE( DeleteA( pObject ) );
 }
 
-std::barrier g_aMeeting( 2 );
+Meeting g_aMeeting( 2 );
 
 // Meet the test before and after it has been in the registry.
 LPVOID DLL_EXPORT CreateSlowly()
 {
-    g_aMeeting.arrive_and_wait();
-    g_aMeeting.arrive_and_wait();
+    g_aMeeting.ArriveAndWait();
+    g_aMeeting.ArriveAndWait();
     return CreateB();
 }
 
 BOOL DLL_EXPORT DeleteSlowly( LPVOID pObject )
 {
-    g_aMeeting.arrive_and_wait();
-    g_aMeeting.arrive_and_wait();
+    g_aMeeting.ArriveAndWait();
+    g_aMeeting.ArriveAndWait();
     return DeleteB( pObject );
 }
 
@@ -181,14 +181,14 @@ TEST_F( RegistryTest, NobodyWaitsForAnotherThreadsCreatorOrDeleter )
 {
     const LPVOID pA = Get( &CreateA, &DeleteA );
     std::thread aBusy( [&] { Get( &CreateSlowly, &DeleteSlowly ), m_aRegistry.OnThreadDETACH(); } );
-    g_aMeeting.arrive_and_wait();
+    g_aMeeting.ArriveAndWait();
     EXPECT_EQ( pA, Get( &CreateA, &DeleteA ) );
     EXPECT_NE( nullptr, m_aRegistry.GetThreadGlobalObject() );
-    g_aMeeting.arrive_and_wait();
-    g_aMeeting.arrive_and_wait();
+    g_aMeeting.ArriveAndWait();
+    g_aMeeting.ArriveAndWait();
     EXPECT_NE( nullptr, Get( &CreateB, &DeleteB ) );
     EXPECT_TRUE( m_aRegistry.OnThreadDETACH() );
-    g_aMeeting.arrive_and_wait();
+    g_aMeeting.ArriveAndWait();
     aBusy.join();
 }
 

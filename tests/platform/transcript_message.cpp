@@ -1,8 +1,8 @@
 // Messages of threads: posted, looked for, waited for.
 
 #include "platform/transcript.h"
+#include "support/meeting.h"
 
-#include <atomic>
 #include <vector>
 
 namespace
@@ -109,16 +109,15 @@ void SayWaits()
     CloseHandle( hEvent );
 }
 
-std::atomic<int> g_nStep{ 0 };
+Meeting g_aMeeting( 2 );
 
 // Once it has no queue, then it has one.
 DWORD WINAPI Receive( LPVOID )
 {
     MSG aMessage;
-    g_nStep.wait( 0 );
+    g_aMeeting.ArriveAndWait();
     PeekMessageA( &aMessage, NULL, 0, 0, PM_NOREMOVE );
-    g_nStep = 2;
-    g_nStep.notify_one();
+    g_aMeeting.ArriveAndWait();
     DWORD dwSum = 0;
     while ( GetMessageA( &aMessage, NULL, 0, 0 ) > 0 )
         dwSum = dwSum * 10 + static_cast<DWORD>( aMessage.wParam );
@@ -130,9 +129,8 @@ void SayThreads()
     DWORD dwThreadId = 0;
     const HANDLE hThread = CreateThread( NULL, 0, Receive, NULL, 0, &dwThreadId );
     SayPost( "to a thread without a queue", dwThreadId, WM_USER );
-    g_nStep = 1;
-    g_nStep.notify_one();
-    g_nStep.wait( 1 );
+    g_aMeeting.ArriveAndWait();
+    g_aMeeting.ArriveAndWait();
     SayPost( "to a thread with a queue", dwThreadId, WM_USER, 1 );
     Sleep( 20 );
     SayPost( "while it waits", dwThreadId, WM_USER, 2 );
