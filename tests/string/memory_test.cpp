@@ -1,5 +1,4 @@
-// What happens when memory runs out, at every allocation of a call. Not on the Windows build, where the DLL has its
-// own import of operator new.
+// What happens when memory runs out, at every allocation of a call.
 #include "support/failnew.h"
 #include "support/recorder.h"
 

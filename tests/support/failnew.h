@@ -6,11 +6,13 @@
 //         EXPECT_NE( rFault.Hit(), fDone != FALSE );
 //     } );
 //
-// runs the body with the first, the second ... allocation failing, until one run needs fewer. On Windows a DLL has its
-// own import of operator new, which this does not reach: tests that use it are listed in not-on-windows.txt.
+// runs the body with the first, the second ... allocation failing, until one run needs fewer.
 #pragma once
 
 #include <cstddef>
+
+// The first thing in main: from here on the libraries allocate by the program's operators, too. One form for each system.
+void TakeOverAllocations();
 
 class NewFault
 {
