@@ -1,5 +1,6 @@
 #include "runtime/treefile.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -136,7 +137,10 @@ TEST_F( TreeFileTest, DamageNeverGivesAWrongText )
     }
     const std::string strWhole = ReadBytes( m_strPath );
     std::fstream aBytes( m_strPath, std::ios::in | std::ios::out | std::ios::binary );
-    for ( size_t i = 0; i < strWhole.size(); ++i )
+    // Each byte of a page's head, and then, since one checksum covers them all, each seventh.
+    const auto Step = []( size_t nOffset ) -> size_t
+    { return nOffset % TREE_PAGE_SIZE < sizeof( TreePageHead ) ? 1 : 7; };
+    for ( size_t i = 0; i < strWhole.size(); i += Step( i ) )
     {
         const auto Write = [&]( int nByte )
         { aBytes.seekp( static_cast<std::streamoff>( i ) ).put( static_cast<char>( nByte ) ).flush(); };
@@ -145,11 +149,11 @@ TEST_F( TreeFileTest, DamageNeverGivesAWrongText )
         Write( strWhole[i] );
     }
     aBytes.close();
-    for ( size_t nSize = strWhole.size(); nSize-- > 0; )
+    for ( size_t nSize = strWhole.size(); nSize > 0; )
     {
+        nSize -= std::min( nSize, Step( nSize ) );
         std::filesystem::resize_file( m_strPath, nSize );
-        if ( nSize % 3 == 0 )
-            ExpectNoWrongText( m_strPath, aTexts, nSize, nSize % 256 == 0 ? 1 : 31 );
+        ExpectNoWrongText( m_strPath, aTexts, nSize, nSize % 256 == 0 ? 1 : 31 );
     }
 }
 
