@@ -1,8 +1,6 @@
 // Objects that processes share by name, while processes are killed and fork.
 
 #include "platform/namedobjects.h"
-#include "platform/object/event.h"
-#include "platform/object/handletable.h"
 #include "platform/object/namedobjects.h"
 #include "support/forked.h"
 #include "support/sanitizer.h"
@@ -14,7 +12,6 @@
 #include <array>
 #include <atomic>
 #include <random>
-#include <sys/eventfd.h>
 #include <sys/syscall.h>
 
 namespace
@@ -53,39 +50,56 @@ pid_t StartLiving( std::atomic<unsigned long>& rulLives )
 }
 } // namespace
 
-// Holds one object of each kind: the event set, the mutex owned.
+// Holds one object of each kind: the event set, the mutex owned twice. One that "closes" has closed all descriptors meanwhile, as
+// services do when they start. One that "forks" or "starts" has a child, or a program in the child's place: a descriptor that
+// were left to them would keep the objects alive.
 BX_ROLE( holder )
 {
-    const HANDLE hMutex = MakeMutex( "held mutex" );
+    const HANDLE hEvent = MakeEvent( "event held", TRUE );
+    if ( Arguments[0] == "closes" )
+        closefrom( 3 );
+    const HANDLE hMutex = MakeMutex( "mutex held", TRUE );
     WaitForSingleObject( hMutex, LONG_TIME );
-    WaitForSingleObject( hMutex, LONG_TIME );
-    MakeEvent( "held event", TRUE );
-    *WritableView( MakeMapping( "held mapping" ) ) = 'x';
-    TellTest( "held" );
+    *WritableView( MakeMapping( "mapping held" ) ) = 'x';
+    const bool fHasChild = Arguments[0] == "forks" || Arguments[0] == "starts";
+    if ( fHasChild && fork() == 0 )
+    {
+        const bool fGone = WaitForSingleObject( hEvent, 0 ) == WAIT_FAILED && !ReleaseMutex( hMutex ) &&
+                           GetLastError() == ERROR_INVALID_HANDLE;
+        const HANDLE hOwn = MakeMutex( "mutex held" );
+        const bool fApart = GetLastError() == ERROR_ALREADY_EXISTS &&
+                            WaitForSingleObject( hOwn, 0 ) == WAIT_TIMEOUT && CloseHandle( hOwn );
+        TellTest( fGone && fApart ? std::to_string( getpid() ) : "wrong" );
+        if ( Arguments[0] == "starts" )
+            execlp( "sleep", "sleep", "30", NULL );
+        sleep( 30 );
+        _exit( 0 );
+    }
+    if ( !fHasChild )
+        TellTest( "held" );
     WaitForTest();
     return 0;
 }
 
 TEST( NamedObjects, EndWithTheirProcess )
 {
-    SecondProcess aHolder( "holder", {} );
-    ASSERT_EQ( "held", aHolder.ReadLine() );
-    const HANDLE hMutex = MakeMutex( "held mutex" );
-    EXPECT_EQ( DWORD{ ERROR_ALREADY_EXISTS }, GetLastError() );
-    EXPECT_TRUE( Exists( "held event" ) );
-    aHolder.Kill();
-    EXPECT_EQ( DWORD{ WAIT_ABANDONED }, WaitForSingleObject( hMutex, LONG_TIME ) );
-    aHolder.Wait();
-    ReleaseMutex( hMutex );
-    EXPECT_EQ( DWORD{ WAIT_OBJECT_0 }, WaitForSingleObject( hMutex, 0 ) ) << "it is told once";
-    ReleaseMutex( hMutex );
-    CloseHandle( hMutex );
-    for ( const char* const pName : { "held event", "held mutex", "held mapping" } )
+    for ( const char* const pKind : { "alone", "closes", "forks", "starts" } )
     {
-        EXPECT_FALSE( Exists( pName ) );
-        EXPECT_EQ( DWORD{ ERROR_FILE_NOT_FOUND }, GetLastError() ) << pName;
+        SCOPED_TRACE( pKind );
+        SecondProcess aHolder( "holder", { pKind } );
+        const std::string strTold = aHolder.ReadLine();
+        ASSERT_NE( "wrong", strTold );
+        EXPECT_TRUE( Exists( "event held" ) );
+        aHolder.Kill();
+        aHolder.Wait();
+        for ( const char* const pName : { "event held", "mutex held", "mapping held" } )
+        {
+            EXPECT_FALSE( Exists( pName ) );
+            EXPECT_EQ( DWORD{ ERROR_FILE_NOT_FOUND }, GetLastError() ) << pName;
+        }
+        if ( strTold != "held" )
+            kill( std::stoi( strTold ), SIGKILL );
     }
-    EXPECT_EQ( 0, LiveOnce( "held " ) );
 }
 
 // Processes make, use and close the same objects and are killed at random instants, sooner or later in each step.
@@ -156,104 +170,4 @@ TEST( Mutex, IsHandedOnByAThreadThatEndsByForce )
     }
     for ( const pthread_t aThread : aThreads )
         pthread_join( aThread, NULL );
-}
-
-// A descriptor that a child or a started program still had would keep its dead parent's objects alive.
-BX_ROLE( parent )
-{
-    const HANDLE hEvent = MakeEvent( "of the parent", TRUE );
-    const HANDLE hMutex = MakeMutex( "owned by the parent", TRUE );
-    const pid_t nChild = fork();
-    if ( nChild == 0 )
-    {
-        const bool fGone = WaitForSingleObject( hEvent, 0 ) == WAIT_FAILED && !ReleaseMutex( hMutex ) &&
-                           GetLastError() == ERROR_INVALID_HANDLE;
-        const HANDLE hOwn = MakeMutex( "owned by the parent" );
-        const bool fApart = GetLastError() == ERROR_ALREADY_EXISTS &&
-                            WaitForSingleObject( hOwn, 0 ) == WAIT_TIMEOUT && CloseHandle( hOwn );
-        TellTest( fGone && fApart ? std::to_string( getpid() ) : "wrong" );
-        if ( Arguments[0] == "exec" )
-            execlp( "sleep", "sleep", "30", NULL );
-        sleep( 30 );
-        _exit( 0 );
-    }
-    WaitForTest();
-    return 0;
-}
-
-TEST( NamedObjects, AreNotKeptByChildren )
-{
-    for ( const char* const pKind : { "fork", "exec" } )
-    {
-        SecondProcess aParent( "parent", { pKind } );
-        const std::string strChild = aParent.ReadLine();
-        ASSERT_NE( "wrong", strChild );
-        EXPECT_TRUE( Exists( "of the parent" ) );
-        aParent.Kill();
-        aParent.Wait();
-        EXPECT_FALSE( Exists( "of the parent" ) ) << pKind;
-        kill( std::stoi( strChild ), SIGKILL );
-    }
-}
-
-// As services do when they start.
-BX_ROLE( closer )
-{
-    MakeEvent( "before" );
-    closefrom( 3 );
-    MakeEvent( "after" );
-    TellTest( "made" );
-    WaitForTest();
-    return 0;
-}
-
-TEST( NamedObjects, OutliveAProcesssOwnClosingOfDescriptors )
-{
-    SecondProcess aCloser( "closer", {} );
-    ASSERT_EQ( "made", aCloser.ReadLine() );
-    EXPECT_TRUE( Exists( "before" ) );
-    EXPECT_TRUE( Exists( "after" ) );
-    aCloser.Kill();
-    aCloser.Wait();
-    EXPECT_FALSE( Exists( "before" ) );
-    EXPECT_FALSE( Exists( "after" ) );
-}
-
-// A feeder ends waits that began before it was attached, and sets the event once.
-TEST( Event, IsSetByItsFeeder )
-{
-    struct Feeder final : EventFeeder
-    {
-        int GetDescriptor() const noexcept override { return nDescriptor; }
-        bool HasFired() noexcept override
-        {
-            eventfd_t ullValue = 0;
-            return eventfd_read( nDescriptor, &ullValue ) == 0;
-        }
-        const int nDescriptor = eventfd( 0, EFD_NONBLOCK );
-    } aFeeder;
-    for ( const char* const pName : { "", "fed" } )
-    {
-        const HANDLE hEvent = MakeEvent( pName );
-        {
-            const HandleUse aUse( hEvent, KIND_EVENT, 0 );
-            Event* const pEvent = aUse.GetObject<Event>();
-            DWORD dwWaited = WAIT_FAILED;
-            std::thread aWaiting( [&] { dwWaited = WaitForSingleObject( hEvent, LONG_TIME ); } );
-            usleep( 20000 );
-            ASSERT_TRUE( pEvent->AttachFeeder( aFeeder ) );
-            EXPECT_EQ( DWORD{ WAIT_TIMEOUT }, WaitForSingleObject( hEvent, 0 ) );
-            eventfd_write( aFeeder.nDescriptor, 1 );
-            aWaiting.join();
-            EXPECT_EQ( DWORD{ WAIT_OBJECT_0 }, dwWaited );
-            eventfd_write( aFeeder.nDescriptor, 1 );
-            EXPECT_EQ( DWORD{ WAIT_TIMEOUT }, WaitForSingleObject( hEvent, 0 ) ) << "it has let go";
-            ASSERT_TRUE( pEvent->AttachFeeder( aFeeder ) );
-            pEvent->DetachFeeder( aFeeder );
-            EXPECT_EQ( DWORD{ WAIT_TIMEOUT }, WaitForSingleObject( hEvent, 0 ) );
-            aFeeder.HasFired();
-        }
-        CloseHandle( hEvent );
-    }
-    close( aFeeder.nDescriptor );
 }

@@ -1,5 +1,6 @@
 // Profile files under hostile conditions: bytes of any kind, what is no file, changes between two reads, many writers,
 // and writers that are killed at any step.
+#include "platform/steppedchild.h"
 #include "support/scratchfolder.h"
 #include "support/secondprocess.h"
 
@@ -8,13 +9,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <csignal>
 #include <filesystem>
 #include <string>
-#include <sys/ptrace.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace
 {
@@ -40,30 +37,6 @@ protected:
     ScratchFolder m_aFolder;
     const std::string m_strFile = m_aFolder.Path( "a.ini" );
 };
-
-// Kills a process that sets a key when it is at its nth system call, in or out. Result: whether it got so far.
-bool KillWriterAt( int nCall, const std::string& strPath, const std::string& strValue )
-{
-    const pid_t nWriter = fork();
-    if ( nWriter == 0 )
-    {
-        ptrace( PTRACE_TRACEME, 0, NULL, NULL );
-        raise( SIGSTOP );
-        _exit( Write( strPath, "k", strValue ) ? 0 : 1 );
-    }
-    int nStatus = 0;
-    waitpid( nWriter, &nStatus, 0 );
-    for ( int i = 0; WIFSTOPPED( nStatus ) && i < nCall; ++i )
-    {
-        ptrace( PTRACE_SYSCALL, nWriter, NULL, NULL );
-        waitpid( nWriter, &nStatus, 0 );
-    }
-    if ( !WIFSTOPPED( nStatus ) )
-        return false;
-    kill( nWriter, SIGKILL );
-    waitpid( nWriter, &nStatus, 0 );
-    return true;
-}
 
 } // namespace
 
@@ -190,7 +163,11 @@ TEST_F( ProfileFile, AWriterKilledAtAnyStepLeavesTheOldFileOrTheNewOne )
     for ( ; fKilled; ++nCall )
     {
         ASSERT_TRUE( Write( m_strFile, "k", strOld ) );
-        fKilled = KillWriterAt( nCall, m_strFile, strNew );
+        {
+            SteppedChild aWriter( [&] { raise( SIGSTOP ), Write( m_strFile, "k", strNew ); } );
+            for ( int i = 0; i < nCall && fKilled; ++i )
+                fKilled = aWriter.Step();
+        }
         const std::string strValue = Read( m_strFile, "a", "k", 10000 );
         ASSERT_TRUE( strValue == strOld || strValue == strNew ) << nCall;
         fEverNew = fEverNew || ( fKilled && strValue == strNew );

@@ -74,12 +74,18 @@ TEST( Registry, WatchesSeeWhatTheyAskFor )
         RegCloseKey( std::exchange( aWatched.hKey, nullptr ) );
         EXPECT_EQ( !rCase.fNoticed && rCase.dwFilter == REG_NOTIFY_CHANGE_NAME, IsSet() );
     }
-    // A wait that sleeps meanwhile; a call that does not come back before; a key that is deleted.
-    ASSERT_EQ( 0, Arm( aInner, FALSE, REG_NOTIFY_CHANGE_LAST_SET ) );
-    aChanger.WriteLine( "value" );
-    aChanger.WriteLine( "Outer\\Inner" );
-    EXPECT_EQ( WAIT_OBJECT_0, WaitForSingleObject( hEvent, 20000 ) );
-    aChanger.ReadLine();
+    // Waits that sleep since before the watch; a call that does not come back before; a key that is deleted.
+    const HANDLE hNamed = CreateEventA( NULL, FALSE, FALSE, "told" );
+    for ( const HANDLE hTold : { hEvent, hNamed } )
+    {
+        std::thread aWaiting( [=] { EXPECT_EQ( WAIT_OBJECT_0, WaitForSingleObject( hTold, INFINITE ) ); } );
+        Sleep( 20 );
+        ASSERT_EQ( 0, RegNotifyChangeKeyValue( aInner, FALSE, REG_NOTIFY_CHANGE_LAST_SET, hTold, TRUE ) );
+        Sleep( 20 );
+        Change( "value", "Outer\\Inner" );
+        aWaiting.join();
+    }
+    CloseHandle( hNamed );
     std::atomic<bool> fBack{ false };
     std::thread aWaiter(
         [&]

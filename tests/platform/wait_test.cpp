@@ -1,33 +1,25 @@
 // Waits among several processes, some of which are killed.
 
+#include "platform/namedobjects.h"
 #include "platform/object/bell.h"
+#include "platform/steppedchild.h"
 #include "support/secondprocess.h"
 #include "support/threads.h"
 
-#include <bxtools/platform.h>
-
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
-#include <csignal>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace
 {
-constexpr DWORD LONG_TIME = 10000;
-
 // Names that begin with m are mutexes, the others events that reset themselves.
 HANDLE OpenNamed( const std::string& strName )
 {
-    return strName[0] == 'm' ? CreateMutexA( NULL, FALSE, strName.c_str() )
-                             : CreateEventA( NULL, FALSE, FALSE, strName.c_str() );
+    return strName[0] == 'm' ? MakeMutex( strName ) : MakeEvent( strName );
 }
 
 using Names = std::vector<std::string>;
@@ -107,13 +99,10 @@ private:
 int BellFiles()
 {
     const std::string strOwn = "bell-" + std::to_string( getpid() ) + "-";
-    int nFiles = 0;
-    for ( const auto& rEntry : std::filesystem::directory_iterator( std::getenv( "BXTOOLS_OBJECT_DIR" ) ) )
-    {
-        const std::string strName = rEntry.path().filename();
-        nFiles += strName.find( "bell-" ) != std::string::npos && !strName.starts_with( strOwn );
-    }
-    return nFiles;
+    const std::vector<std::string> aNames = ObjectFiles();
+    const auto IsOthersBell = [&]( const std::string& rName )
+    { return rName.find( "bell-" ) != std::string::npos && !rName.starts_with( strOwn ); };
+    return static_cast<int>( std::count_if( aNames.begin(), aNames.end(), IsOthersBell ) );
 }
 
 // What processes share in a test on waits for all.
@@ -126,9 +115,7 @@ struct Contended
 // For as long as the process lives.
 Contended& MapContended()
 {
-    const HANDLE hMapping =
-        CreateFileMappingA( INVALID_HANDLE_VALUE, NULL, PAGE_READWRITE, 0, sizeof( Contended ), "contended" );
-    return *static_cast<Contended*>( MapViewOfFile( hMapping, FILE_MAP_WRITE, 0, 0, 0 ) );
+    return *reinterpret_cast<Contended*>( WritableView( MakeMapping( "contended", sizeof( Contended ) ) ) );
 }
 
 constexpr int ROUNDS = 2000;
@@ -144,16 +131,6 @@ BX_ROLE( waiter )
         for ( const HANDLE hObject : aHandles )
             ReleaseMutex( hObject );
     }
-    return 0;
-}
-
-BX_ROLE( owner )
-{
-    const Handles aHandles( Arguments );
-    WaitForSingleObject( aHandles[0], LONG_TIME );
-    WaitForSingleObject( aHandles[0], LONG_TIME );
-    TellTest( "owned" );
-    WaitForTest();
     return 0;
 }
 
@@ -222,49 +199,30 @@ TEST( Wait, AKilledWaiterEatsNoSignal )
     }
 }
 
-// Sets the event of a name, and stops at the beginning and the end of each system call on the way.
-BX_ROLE( setter )
-{
-    const HANDLE hEvent = OpenEventA( EVENT_ALL_ACCESS, FALSE, Arguments[0].c_str() );
-    TellTest( "ready" );
-    ptrace( PTRACE_TRACEME, 0, NULL, NULL );
-    raise( SIGSTOP );
-    SetEvent( hEvent );
-    raise( SIGSTOP );
-    return 0;
-}
-
-// Lets it go on to its next stop. False: it has set the event.
-bool GoOn( pid_t nSetter )
-{
-    int nStatus = 0;
-    ptrace( PTRACE_SYSCALL, nSetter, NULL, NULL );
-    waitpid( nSetter, &nStatus, 0 );
-    return WSTOPSIG( nStatus ) == ( SIGTRAP | 0x80 );
-}
-
 TEST( Wait, ASignalIsSeenOrWasNeverGivenWhereverItsGiverIsKilled )
 {
     const HANDLE hEvent = CreateEventA( NULL, TRUE, FALSE, "given" );
+    const auto Set = []
+    {
+        const HANDLE hGiven = OpenEventA( EVENT_ALL_ACCESS, FALSE, "given" );
+        raise( SIGSTOP );
+        SetEvent( hGiven );
+    };
     int nWoken = 0;
     bool fDone = false;
     for ( int nStops = 1; !fDone; ++nStops )
     {
         ResetEvent( hEvent );
         Waiter aWaiter( "any", { "silent", "given" } );
-        SecondProcess aSetter( "setter", { "given" } );
-        ASSERT_EQ( "ready", aSetter.ReadLine() );
-        const auto nSetter = static_cast<pid_t>( aSetter.Id() );
-        waitpid( nSetter, NULL, 0 );
-        ptrace( PTRACE_SETOPTIONS, nSetter, NULL, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL );
-        for ( int i = 0; i < nStops && !fDone; ++i )
         {
-            fDone = !GoOn( nSetter );
-            // The waiter comes to look in between and sleeps again.
-            Sleep( 2 );
+            SteppedChild aSetter( Set );
+            for ( int i = 0; i < nStops && !fDone; ++i )
+            {
+                fDone = !aSetter.Step();
+                // The waiter comes to look in between and sleeps again.
+                Sleep( 2 );
+            }
         }
-        aSetter.Kill();
-        aSetter.Wait();
         const bool fSet = WaitForSingleObject( hEvent, 0 ) == WAIT_OBJECT_0;
         EXPECT_TRUE( fSet || !fDone );
         nWoken += fSet;
@@ -280,11 +238,12 @@ TEST( Wait, AKilledOwnerHandsOverAsAbandoned )
     const Handles aSet( Names{ "set" } );
     SetEvent( aSet[0] );
     using Case = std::pair<std::string, std::vector<std::string>>;
-    for ( const auto& [strKind, aNames] : { Case( "one", { "mutex" } ), Case( "any", { "silent", "mutex" } ),
-                                            Case( "all", { "set", "mutex" } ) } )
+    for ( const auto& [strKind, aNames] :
+          { Case( "one", { "mutex held" } ), Case( "any", { "silent", "mutex held" } ),
+            Case( "all", { "set", "mutex held" } ) } )
     {
-        SecondProcess aOwner( "owner", { "mutex" } );
-        ASSERT_EQ( "owned", aOwner.ReadLine() );
+        SecondProcess aOwner( "holder", { "alone" } );
+        ASSERT_EQ( "held", aOwner.ReadLine() );
         Waiter aWaiter( strKind, aNames );
         aOwner.Kill();
         EXPECT_EQ( strKind == "any" ? "129" : "128", aWaiter.Result() ) << strKind;
@@ -339,9 +298,9 @@ TEST( Wait, AllAreTakenOrNothing )
 
 TEST( Wait, ABlockedOneUsesNoTimeAndIsNotEarly )
 {
-    SecondProcess aOwner( "owner", { "mutex" } );
-    ASSERT_EQ( "owned", aOwner.ReadLine() );
-    const Handles aHandles( Names{ "mutex", "silent" } );
+    SecondProcess aOwner( "holder", { "alone" } );
+    ASSERT_EQ( "held", aOwner.ReadLine() );
+    const Handles aHandles( Names{ "mutex held", "silent" } );
     for ( const char* pKind : { "one", "any", "all" } )
     {
         rusage aBefore;
