@@ -29,32 +29,27 @@ namespace
 class DebugOut : public ::testing::Test
 {
 protected:
-    void SetUp() override { m_nStandardError = dup( STDERR_FILENO ); }
-    void TearDown() override
-    {
-        RestoreStandardError();
-        close( m_nStandardError );
-        UseSink( "none" );
-    }
+    ~DebugOut() override { UseSink( "none" ); }
 
     static void UseSink( const std::string& strSink )
     {
         setenv( "BXTOOLS_DEBUG_SINK", strSink.c_str(), 1 );
         ForgetDebugSettingsForTest();
     }
-    // The descriptor is closed.
-    static void SendStandardErrorTo( int nDescriptor )
+    // Until standard error is captured no longer. Result: what the pipe is read from.
+    static int SendStandardErrorToPipe()
     {
-        dup2( nDescriptor, STDERR_FILENO );
-        close( nDescriptor );
+        int anPipe[2];
+        EXPECT_EQ( 0, pipe( anPipe ) );
+        testing::internal::CaptureStderr();
+        dup2( anPipe[1], STDERR_FILENO );
+        close( anPipe[1] );
+        return anPipe[0];
     }
-    void RestoreStandardError() { dup2( m_nStandardError, STDERR_FILENO ); }
-
     std::string Path( const char* pName ) const { return m_aFolder.Path( pName ); }
 
 private:
-    int m_nStandardError = -1;
-    ScratchFolder m_aFolder;
+    const ScratchFolder m_aFolder;
 };
 
 // Writes without the caller noticing anything.
@@ -121,7 +116,7 @@ std::ptrdiff_t CountOpenDescriptors()
 TEST_F( DebugOut, GoesToEverySinkThatIsNamed )
 {
     const int nLog = ListenAsLog( Path( "log" ) );
-    SendStandardErrorTo( open( Path( "stderr" ).c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600 ) );
+    testing::internal::CaptureStderr();
     UseSink( "file:" + Path( "one" ) + ",stderr,unknown,syslog:" + Path( "log" ) +
              ",ring,file:" + Path( "two" ) );
     DebugRingReader aRing( DebugRingReader::Start::Newest );
@@ -133,10 +128,10 @@ TEST_F( DebugOut, GoesToEverySinkThatIsNamed )
     WriteUnnoticed( "to nobody" );
     UseSink( "unknown" );
     WriteUnnoticed( "to the usual place" );
-    RestoreStandardError();
     EXPECT_EQ( "to the usual place", NextInRing( aRing ) );
-    for ( const char* pSink : { "one", "two", "stderr" } )
-        EXPECT_EQ( "first\r\nline\r\nsecond", ReadBytes( Path( pSink ) ) ) << pSink;
+    for ( const std::string& strWritten :
+          { ReadBytes( Path( "one" ) ), ReadBytes( Path( "two" ) ), testing::internal::GetCapturedStderr() } )
+        EXPECT_EQ( "first\r\nline\r\nsecond", strWritten );
     const std::string strHead = "<15>test_platform[" + std::to_string( getpid() ) + "]: ";
     EXPECT_EQ( strHead + "first line", NextDatagram( nLog ) );
     EXPECT_EQ( strHead + "second", NextDatagram( nLog ) );
@@ -145,27 +140,21 @@ TEST_F( DebugOut, GoesToEverySinkThatIsNamed )
 
 TEST_F( DebugOut, MessagesOfThreadsNeverMix )
 {
-    UseSink( "file:" + Path( "file" ) );
-    WriteLines( 200, 6000 );
-    EXPECT_EQ( 800, CountWholeLines( ReadBytes( Path( "file" ) ), 6000 ) );
-
-    // A pipe, which takes a message of this length in pieces.
-    int anPipe[2];
-    ASSERT_EQ( 0, pipe( anPipe ) );
+    // Through a pipe, which takes a message of this length in pieces.
+    const int nPipe = SendStandardErrorToPipe();
     std::string strAll;
     std::thread aReader(
         [&]
         {
             char aBuffer[4096];
-            for ( ssize_t n; ( n = read( anPipe[0], aBuffer, sizeof( aBuffer ) ) ) > 0; )
+            for ( ssize_t n; ( n = read( nPipe, aBuffer, sizeof( aBuffer ) ) ) > 0; )
                 strAll.append( aBuffer, static_cast<size_t>( n ) );
         } );
-    SendStandardErrorTo( anPipe[1] );
     UseSink( "stderr" );
     WriteLines( 20, 200000 );
-    RestoreStandardError();
+    testing::internal::GetCapturedStderr();
     aReader.join();
-    close( anPipe[0] );
+    close( nPipe );
     EXPECT_EQ( 80, CountWholeLines( strAll, 200000 ) );
 }
 
@@ -190,13 +179,11 @@ TEST_F( DebugOut, FailuresAreNotTheCallers )
     WriteUnnoticed( "the reader went away" );
 
     UseSink( "stderr" );
-    int anPipe[2];
-    ASSERT_EQ( 0, pipe( anPipe ) );
-    SendStandardErrorTo( anPipe[1] );
-    close( anPipe[0] );
+    close( SendStandardErrorToPipe() );
     WriteUnnoticed( "nobody reads standard error" );
     close( STDERR_FILENO );
     WriteUnnoticed( "closed" );
+    testing::internal::GetCapturedStderr();
 
     UseSink( "file:" + Path( "limited" ) );
     {
@@ -218,7 +205,7 @@ TEST_F( DebugOut, HoldsOneDescriptorThatNobodyInherits )
     WriteUnnoticed( "x" );
     const std::ptrdiff_t nBefore = CountOpenDescriptors();
     UseSink( "file:" + Path( "file" ) );
-    WriteLines( 50, 10 );
+    WriteLines( 200, 6000 );
     EXPECT_EQ( nBefore + 1, CountOpenDescriptors() );
     int nSink = 3;
     for ( std::error_code aNone;
@@ -227,8 +214,8 @@ TEST_F( DebugOut, HoldsOneDescriptorThatNobodyInherits )
     EXPECT_EQ( FD_CLOEXEC, fcntl( nSink, F_GETFD ) & FD_CLOEXEC );
     // As a service does when it starts.
     close( nSink );
-    WriteUnnoticed( "aaaaaaaaaa\n" );
-    EXPECT_EQ( 201, CountWholeLines( ReadBytes( Path( "file" ) ), 10 ) );
+    WriteUnnoticed( ( std::string( 6000, 'a' ) + "\n" ).c_str() );
+    EXPECT_EQ( 801, CountWholeLines( ReadBytes( Path( "file" ) ), 6000 ) );
     CloseDebugSinks();
     EXPECT_EQ( nBefore, CountOpenDescriptors() );
 }

@@ -19,9 +19,7 @@
 #include <csignal>
 #include <deque>
 #include <map>
-#include <memory>
 #include <random>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -52,19 +50,14 @@ private:
     const std::string m_strFolderBefore = getenv( "BXTOOLS_OBJECT_DIR" );
 };
 
-struct Unmap
-{
-    void operator()( DebugRing* pRing ) const { munmap( pRing, sizeof( DebugRing ) ); }
-};
-using MappedRing = std::unique_ptr<DebugRing, Unmap>;
-
-MappedRing MapRing()
+// For as long as the process lives.
+DebugRing& MapRing()
 {
     DebugRingFile aIdentity;
     const int nFile = OpenDebugRingFile( aIdentity );
-    MappedRing pRing( MapDebugRing( nFile, nullptr ) );
+    DebugRing* const pRing = MapDebugRing( nFile, nullptr );
     close( nFile );
-    return pRing;
+    return *pRing;
 }
 
 // A text that tells where it comes from, and by its length whether it is whole.
@@ -135,10 +128,10 @@ BX_ROLE( ring_writer )
 BX_ROLE( ring_victim )
 {
     UseRingIn( Arguments[0] );
-    const MappedRing pRing = MapRing();
-    const uint64_t ullFirst = pRing->ullNext.fetch_add( 3 );
-    pRing->Slot( ullFirst + 1 ).ullState = DebugStateClaimed( ullFirst + 1 );
-    pRing->Slot( ullFirst + 2 ).ullState = DebugStatePublished( ullFirst + 2 );
+    DebugRing& rRing = MapRing();
+    const uint64_t ullFirst = rRing.ullNext.fetch_add( 3 );
+    rRing.Slot( ullFirst + 1 ).ullState = DebugStateClaimed( ullFirst + 1 );
+    rRing.Slot( ullFirst + 2 ).ullState = DebugStatePublished( ullFirst + 2 );
     raise( SIGKILL );
     return 0;
 }
@@ -168,7 +161,7 @@ TEST_F( Ring, EachWatcherSeesEachMessageAndIsToldWhatItMissed )
     for ( SecondProcess& rWriter : aWriters )
         EXPECT_EQ( 0, rWriter.Wait() );
     OutputDebugStringA( "end" );
-    const uint64_t ullWritten = MapRing()->ullNext;
+    const uint64_t ullWritten = MapRing().ullNext;
     const std::string strExpected = std::to_string( ullWritten - 3 ) + " 3";
     for ( SecondProcess& rWatcher : aWatchers )
     {
@@ -190,7 +183,7 @@ TEST_F( Ring, EachWatcherSeesEachMessageAndIsToldWhatItMissed )
         OutputDebugStringA( MakeText( 1, i ).c_str() );
     aMessages = ReadAll( aLate );
     EXPECT_EQ( MakeText( 1, 19999 ), aMessages.back().strText );
-    EXPECT_EQ( MapRing()->ullNext - ullWritten, CountPieces( aMessages ) + aLate.TakeMissed() );
+    EXPECT_EQ( MapRing().ullNext - ullWritten, CountPieces( aMessages ) + aLate.TakeMissed() );
 }
 
 TEST_F( Ring, TextsOfAnyLengthArriveAndTheLongestAreCut )
@@ -220,14 +213,14 @@ TEST_F( Ring, DamageIsCountedAndNeverShown )
 {
     for ( int i = 0; i < 40; ++i )
         OutputDebugStringA( MakeText( 2, i ).c_str() );
-    const MappedRing pRing = MapRing();
-    const uint64_t ullNext = pRing->ullNext;
-    auto* const pBytes = reinterpret_cast<unsigned char*>( &pRing->aSlots[0] );
+    DebugRing& rRing = MapRing();
+    const uint64_t ullNext = rRing.ullNext;
+    auto* const pBytes = reinterpret_cast<unsigned char*>( &rRing.aSlots[0] );
     const auto ExpectOnlyWhatWasWritten = [&]( size_t nWhere )
     {
         DebugRingReader aReader( DebugRingReader::Start::Oldest );
         const std::vector<DebugRingMessage> aMessages = ReadAll( aReader );
-        EXPECT_EQ( pRing->ullNext, CountPieces( aMessages ) + aReader.TakeMissed() ) << nWhere;
+        EXPECT_EQ( rRing.ullNext, CountPieces( aMessages ) + aReader.TakeMissed() ) << nWhere;
         for ( const DebugRingMessage& rMessage : aMessages )
         {
             int nMessage = -1;
@@ -250,12 +243,12 @@ TEST_F( Ring, DamageIsCountedAndNeverShown )
     DebugRingReader aReader( DebugRingReader::Start::Newest );
     for ( int i = 0; i < 20; ++i )
     {
-        for ( size_t n = 0; n < sizeof( pRing->aSlots ); n += sizeof( uint64_t ) )
+        for ( size_t n = 0; n < sizeof( rRing.aSlots ); n += sizeof( uint64_t ) )
             reinterpret_cast<std::atomic<uint64_t>*>( pBytes + n )->store( aRandom() >> ( i * 2 ) );
-        pRing->ullNext = aRandom() >> ( i * 2 );
-        pRing->nBell = static_cast<uint32_t>( aRandom() );
-        pRing->nAsleepAt = static_cast<uint32_t>( aRandom() );
-        pRing->nRetired = 1;
+        rRing.ullNext = aRandom() >> ( i * 2 );
+        rRing.nBell = static_cast<uint32_t>( aRandom() );
+        rRing.nAsleepAt = static_cast<uint32_t>( aRandom() );
+        rRing.nRetired = 1;
         ReadAll( aReader );
         OutputDebugStringA( "still alive" );
         const std::vector<DebugRingMessage> aMessages = ReadAll( aReader );
@@ -321,7 +314,7 @@ TEST_F( Ring, WithoutAFolderOrRoomThereIsSilence )
     testing::internal::CaptureStderr();
     // A folder that was good may become one that is not. Nor does a viewer whose ring is gone spin.
     DebugRingReader aReader( DebugRingReader::Start::Newest );
-    MapRing()->nRetired = 1;
+    MapRing().nRetired = 1;
     chmod( m_strFolder.c_str(), 0777 );
     DebugRingMessage aMessage;
     EXPECT_FALSE( aReader.Next( aMessage ) );

@@ -11,57 +11,22 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
+#include <semaphore>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
-#if defined( __SANITIZE_THREAD__ )
-// Children of this test start threads.
+// Children of this test start threads: asked by the thread sanitizer.
 extern "C" const char* __tsan_default_options();
 const char* __tsan_default_options()
 {
     return "die_after_fork=0";
 }
-#endif
 
 namespace
 {
-// A thread that holds a lock, entered twice, until it is told to leave.
-class Holder
-{
-public:
-    explicit Holder( CRITICAL_SECTION& rSection ) : m_aThread( [&] { Hold( rSection ); } )
-    {
-        m_fHeld.wait( false );
-    }
-    ~Holder()
-    {
-        Tell( m_fLeave );
-        m_aThread.join();
-    }
-
-private:
-    static void Tell( std::atomic<bool>& rfWhat )
-    {
-        rfWhat = true;
-        rfWhat.notify_one();
-    }
-    void Hold( CRITICAL_SECTION& rSection )
-    {
-        EnterCriticalSection( &rSection );
-        EnterCriticalSection( &rSection );
-        Tell( m_fHeld );
-        m_fLeave.wait( false );
-        LeaveCriticalSection( &rSection );
-        LeaveCriticalSection( &rSection );
-    }
-
-    std::atomic<bool> m_fHeld{ false };
-    std::atomic<bool> m_fLeave{ false };
-    std::thread m_aThread;
-};
-
 bool OtherThreadTakes( CRITICAL_SECTION& rSection )
 {
     bool fTaken = false;
@@ -75,54 +40,64 @@ bool OtherThreadTakes( CRITICAL_SECTION& rSection )
 }
 
 // In a child and in a child's child.
-void ExpectInChildren( int ( *pChecks )() )
+void ExpectInChildren( const std::function<int()>& aChecks )
 {
-    EXPECT_EQ( 0, InChild( pChecks ) );
-    EXPECT_EQ( 0, InChild( [&] { return InChild( pChecks ); } ) );
+    EXPECT_EQ( 0, InChild( aChecks ) );
+    EXPECT_EQ( 0, InChild( [&] { return InChild( aChecks ); } ) );
 }
-
-CRITICAL_SECTION g_aOwn;
-CRITICAL_SECTION g_aEntered;
-CRITICAL_SECTION g_aTried;
 } // namespace
 
 TEST( Fork, LocksOfLostThreadsAreFree )
 {
     if ( THREAD_SANITIZER )
         GTEST_SKIP() << "the sanitizer takes the child's thread for the lost one, which had the same stack";
-    const Holder aFirst( g_aEntered );
-    const Holder aSecond( g_aTried );
-    ExpectInChildren(
-        []
+    CRITICAL_SECTION aEntered{};
+    CRITICAL_SECTION aTried{};
+    std::binary_semaphore aHeld( 0 );
+    std::binary_semaphore aLeave( 0 );
+    std::thread aHolder(
+        [&]
         {
-            EnterCriticalSection( &g_aEntered );
-            if ( !TryEnterCriticalSection( &g_aTried ) )
+            for ( CRITICAL_SECTION* const pSection : { &aEntered, &aEntered, &aTried, &aTried } )
+                EnterCriticalSection( pSection );
+            aHeld.release();
+            aLeave.acquire();
+        } );
+    aHeld.acquire();
+    ExpectInChildren(
+        [&]
+        {
+            EnterCriticalSection( &aEntered );
+            if ( !TryEnterCriticalSection( &aTried ) )
                 return 1;
-            if ( OtherThreadTakes( g_aEntered ) || OtherThreadTakes( g_aTried ) )
+            if ( OtherThreadTakes( aEntered ) || OtherThreadTakes( aTried ) )
                 return 2;
             // How often the lost thread had entered is forgotten.
-            LeaveCriticalSection( &g_aEntered );
-            LeaveCriticalSection( &g_aTried );
-            return OtherThreadTakes( g_aEntered ) && OtherThreadTakes( g_aTried ) ? 0 : 3;
+            LeaveCriticalSection( &aEntered );
+            LeaveCriticalSection( &aTried );
+            return OtherThreadTakes( aEntered ) && OtherThreadTakes( aTried ) ? 0 : 3;
         } );
-    EXPECT_FALSE( TryEnterCriticalSection( &g_aEntered ) );
+    EXPECT_FALSE( TryEnterCriticalSection( &aEntered ) );
+    aLeave.release();
+    aHolder.join();
 }
 
 TEST( Fork, OwnLocksAndIdsStayOwn )
 {
-    EnterCriticalSection( &g_aOwn );
+    CRITICAL_SECTION aOwn{};
+    EnterCriticalSection( &aOwn );
     ExpectInChildren(
-        []
+        [&]
         {
-            if ( !TryEnterCriticalSection( &g_aOwn ) )
+            if ( !TryEnterCriticalSection( &aOwn ) )
                 return 1;
-            LeaveCriticalSection( &g_aOwn );
-            if ( OtherThreadTakes( g_aOwn ) )
+            LeaveCriticalSection( &aOwn );
+            if ( OtherThreadTakes( aOwn ) )
                 return 2;
-            LeaveCriticalSection( &g_aOwn );
-            return OtherThreadTakes( g_aOwn ) ? 0 : 3;
+            LeaveCriticalSection( &aOwn );
+            return OtherThreadTakes( aOwn ) ? 0 : 3;
         } );
-    LeaveCriticalSection( &g_aOwn );
+    LeaveCriticalSection( &aOwn );
     const auto CheckIds = []
     {
         return GetCurrentProcessId() != static_cast<DWORD>( getpid() ) ||

@@ -79,22 +79,20 @@ TEST( HandleTable, HandlesAndUsersHoldTheObject )
 TEST( HandleTable, WithoutMemoryTheObjectIsDropped )
 {
     TestObject::Counts aCounts;
-    std::vector<HANDLE> aHandles( 3000 );
-    int nFailed = 0;
-    for ( HANDLE& rhObject : aHandles )
+    std::vector<HANDLE> aHandles;
+    for ( bool fFailed = false; !fFailed; )
     {
         TestObject* const pObject = new TestObject( aCounts );
         NewFault aFault( 1 );
-        rhObject = aFault.During( [&] { return MakeHandle( pObject, 0 ); } );
-        ASSERT_EQ( aFault.Hit(), rhObject == NULL );
-        EXPECT_TRUE( rhObject != NULL || GetLastError() == ERROR_NOT_ENOUGH_MEMORY );
-        nFailed += aFault.Hit();
-        ASSERT_EQ( nFailed, aCounts.nDestroyed );
+        aHandles.push_back( aFault.During( [&] { return MakeHandle( pObject, 0 ); } ) );
+        fFailed = aFault.Hit();
+        ASSERT_EQ( fFailed, aHandles.back() == NULL );
+        ASSERT_EQ( fFailed, aCounts.nDestroyed != 0 );
     }
-    EXPECT_GT( nFailed, 0 );
+    EXPECT_EQ( ERROR_NOT_ENOUGH_MEMORY + 0u, GetLastError() );
     for ( const HANDLE hObject : aHandles )
         CloseHandle( hObject );
-    EXPECT_EQ( 3000, aCounts.nDestroyed );
+    EXPECT_EQ( aHandles.size(), static_cast<size_t>( aCounts.nDestroyed ) );
 }
 
 // Several threads look up and close the same handles while new objects take their places.
