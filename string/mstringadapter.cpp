@@ -1,6 +1,6 @@
 #include "core/callreport.h"
 
-#include <bxtools/mstring.h>
+#include <bxtools/mstringadapter.h>
 
 #include <algorithm>
 #include <climits>

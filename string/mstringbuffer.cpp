@@ -1,7 +1,7 @@
 #include "core/callreport.h"
 
 #include <bxtools/buffers.h>
-#include <bxtools/mstring.h>
+#include <bxtools/mstringadapter.h>
 
 #include <algorithm>
 #include <cstdarg>
