@@ -252,27 +252,41 @@ TEST( Wait, AKilledOwnerHandsOverAsAbandoned )
     }
 }
 
-TEST( Wait, AKilledProcessIsReady )
+TEST( Wait, AProcessIsReadyWhenItHasEndedAndKeepsItsCode )
 {
     for ( const char* pKind : { "one", "any", "all" } )
     {
+        SCOPED_TRACE( pKind );
         SecondProcess aProcess( "waiter", { "one", "silent" } );
         const auto dwProcessId = static_cast<DWORD>( aProcess.Id() );
-        const Handles aHandles{ OpenProcess( SYNCHRONIZE, FALSE, dwProcessId ),
-                                CreateEventA( NULL, TRUE, TRUE, NULL ) };
-        if ( pKind == std::string( "any" ) )
-            ResetEvent( aHandles[1] );
+        const bool fAny = pKind == std::string( "any" );
+        const Handles aHandles{ OpenProcess( SYNCHRONIZE | PROCESS_QUERY_INFORMATION, FALSE, dwProcessId ),
+                                CreateEventA( NULL, TRUE, !fAny, NULL ) };
+        const Handles aEnding{ OpenProcess( PROCESS_ALL_ACCESS, FALSE, dwProcessId ) };
+        const auto CodeFrom = []( HANDLE hProcess )
+        {
+            DWORD dwCode = 0;
+            EXPECT_TRUE( GetExitCodeProcess( hProcess, &dwCode ) );
+            return dwCode;
+        };
         EXPECT_EQ( WAIT_TIMEOUT + 0u, Wait( "one", aHandles, 10 ) );
+        EXPECT_EQ( STILL_ACTIVE + 0u, CodeFrom( aEnding[0] ) );
+        EXPECT_FALSE( TerminateProcess( aHandles[0], 1 ) );
+        EXPECT_EQ( ERROR_ACCESS_DENIED + 0u, GetLastError() );
         std::thread aKiller(
             [&]
             {
                 Sleep( 50 );
-                aProcess.Kill();
+                EXPECT_TRUE( TerminateProcess( aEnding[0], 5 ) );
             } );
-        EXPECT_EQ( WAIT_OBJECT_0, Wait( pKind, aHandles ) ) << pKind;
+        EXPECT_EQ( WAIT_OBJECT_0, Wait( pKind, aHandles ) );
         aKiller.join();
+        EXPECT_EQ( 1u, CodeFrom( aHandles[0] ) );
         aProcess.Wait();
-        EXPECT_EQ( WAIT_OBJECT_0, Wait( pKind, aHandles, 0 ) ) << pKind;
+        EXPECT_EQ( WAIT_OBJECT_0, Wait( pKind, aHandles, 0 ) );
+        EXPECT_EQ( 5u, CodeFrom( aEnding[0] ) ) << "what its end was given";
+        EXPECT_FALSE( TerminateProcess( aEnding[0], 1 ) );
+        EXPECT_EQ( ERROR_ACCESS_DENIED + 0u, GetLastError() );
         EXPECT_EQ( NULL, OpenProcess( SYNCHRONIZE, FALSE, dwProcessId ) );
         EXPECT_EQ( ERROR_INVALID_PARAMETER + 0u, GetLastError() );
     }
