@@ -1,4 +1,4 @@
-// Threads that others suspend, and end by force, at any moment; processes that are ended.
+// Threads that others suspend, and end by force, at any moment.
 
 #include "core/guards.h"
 #include "support/sanitizer.h"
@@ -259,25 +259,4 @@ TEST( ThreadStop, AThousandEndsLeaveNothingBehind )
         EXPECT_LT( std::abs( anAfter[i] - anBefore[i] ), 20 ) << i;
     CloseHandle( hNamed );
     pthread_key_delete( g_aKey );
-}
-
-TEST( ProcessEnd, IsOfTheProcessThatWasOpened )
-{
-    SecondProcess aProcess( "waiter", { "one", "silent" } );
-    const auto dwProcessId = static_cast<DWORD>( aProcess.Id() );
-    const HANDLE hProcess = OpenProcess( PROCESS_ALL_ACCESS, FALSE, dwProcessId );
-    const HANDLE hOther = OpenProcess( SYNCHRONIZE | PROCESS_QUERY_INFORMATION, FALSE, dwProcessId );
-    DWORD dwCode = 0;
-    EXPECT_TRUE( GetExitCodeProcess( hProcess, &dwCode ) && dwCode == STILL_ACTIVE );
-    EXPECT_FALSE( TerminateProcess( hOther, 1 ) );
-    EXPECT_EQ( ERROR_ACCESS_DENIED + 0u, GetLastError() );
-    EXPECT_TRUE( TerminateProcess( hProcess, 5 ) );
-    EXPECT_EQ( WAIT_OBJECT_0, WaitForSingleObject( hOther, LONG_TIME ) );
-    EXPECT_TRUE( GetExitCodeProcess( hOther, &dwCode ) && dwCode == 1 );
-    aProcess.Wait();
-    EXPECT_TRUE( GetExitCodeProcess( hProcess, &dwCode ) && dwCode == 5 );
-    EXPECT_FALSE( TerminateProcess( hProcess, 1 ) );
-    EXPECT_EQ( ERROR_ACCESS_DENIED + 0u, GetLastError() );
-    CloseHandle( hProcess );
-    CloseHandle( hOther );
 }
