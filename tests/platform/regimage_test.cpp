@@ -7,18 +7,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <filesystem>
 #include <sstream>
 
 namespace
 {
-std::string ImageFile()
-{
-    return std::string( std::getenv( "BXTOOLS_STATE_DIR" ) ) + "/local_machine.bxreg";
-}
-
 // All that a reader can see below a key. Result: whether all of it is good.
 bool Show( const RegKeyView& aKey, const std::string& strIndent, std::ostream& rShown )
 {
@@ -59,85 +55,74 @@ std::string ShownImage( const std::string& strBytes )
     return pImage->GetRoot( aRoot ) == 0 && Show( aRoot, "", aShown ) ? aShown.str() : "damaged";
 }
 
-template <class Part>
-Part& PartAt( std::string& strBytes, size_t nOffset )
+void SumUp( RegImageHead& rHead )
 {
-    return *reinterpret_cast<Part*>( strBytes.data() + nOffset );
-}
-
-constexpr size_t ROOT = sizeof( RegImageHead );
-
-// Where WrittenByHand puts the parts: its sizes are those of the root's block and of each child.
-constexpr DWORD CHILD = 152 + 8;
-constexpr DWORD BLOCK = 152 + 2 * 24 + 2 * 40 + 8;
-constexpr size_t CHILDREN = ROOT + BLOCK + 8;
-
-RegImageHead& Head( std::string& rBytes )
-{
-    return PartAt<RegImageHead>( rBytes, 0 );
-}
-
-RegKeyHead& Root( std::string& rBytes )
-{
-    return PartAt<RegKeyHead>( rBytes, ROOT );
-}
-
-RegChildEntry& Child( std::string& rBytes, size_t i )
-{
-    return PartAt<RegChildEntry>( rBytes, ROOT + 152 + 24 * i );
-}
-
-RegValueEntry& Value( std::string& rBytes, size_t i )
-{
-    return PartAt<RegValueEntry>( rBytes, ROOT + 200 + 40 * i );
-}
-
-using Spoil = void ( * )( std::string& );
-
-// Makes the sums of the file's head and of the block at an offset right again.
-void SumAgain( std::string& strBytes, size_t nBlock = ROOT )
-{
-    BYTE* const pBytes = reinterpret_cast<BYTE*>( strBytes.data() );
-    RegKeyHead& rKey = PartAt<RegKeyHead>( strBytes, nBlock );
-    if ( nBlock + rKey.dwBlockSize <= strBytes.size() && rKey.dwBlockSize >= 8 )
-        rKey.ullChecksum = ChecksumOfReg( pBytes + nBlock + 8, rKey.dwBlockSize - 8 );
-    Head( strBytes ).ullChecksum = ChecksumOfReg( pBytes + 16, sizeof( RegImageHead ) - 16 );
+    rHead.ullChecksum = ChecksumOfReg( rHead.aMark + 16, sizeof( rHead ) - 16 );
 }
 
 // Two keys below the root, and two values, put together from the parts that the description of the format names.
-std::string WrittenByHand()
+struct HandWritten
 {
-    std::string strBytes( CHILDREN + 2 * CHILD, '\0' );
-    RegImageHead& rHead = Head( strBytes );
-    std::memcpy( rHead.aMark, REG_IMAGE_MARK, sizeof( rHead.aMark ) );
-    rHead.ullFileSize = strBytes.size();
-    rHead.ullNextId = 9;
-    rHead.dwVersion = 1;
-    RegKeyHead& rRoot = Root( strBytes );
-    rRoot.ullSize = strBytes.size() - ROOT;
-    rRoot.ullId = 1;
-    rRoot.dwBlockSize = BLOCK;
-    rRoot.dwChildren = rRoot.dwValues = 2;
-    const char* const apNames[] = { "One", "tWo" };
-    for ( DWORD i = 0; i < 2; ++i )
+    struct Key
     {
-        const size_t nChild = CHILDREN + CHILD * i;
-        Child( strBytes, i ) = { nChild - ROOT, CHILD, HashRegName( apNames[i] ), 0 };
-        RegKeyHead& rChild = PartAt<RegKeyHead>( strBytes, nChild );
-        rChild.ullSize = rChild.dwBlockSize = CHILD;
-        rChild.ullId = 2 + i;
-        rChild.dwNameSize = 3;
-        std::memcpy( strBytes.data() + nChild + 152, apNames[i], 3 );
-        SumAgain( strBytes, nChild );
+        RegKeyHead aHead{};
+        char szName[8] = "";
+    };
+
+    RegImageHead aHead{};
+    RegKeyHead aRoot{};
+    RegChildEntry aChildren[2]{};
+    RegValueEntry aValues[2]{};
+    union
+    {
+        char szNames[8] = "Val";
+        RegSlot aSlots[2];
+    };
+    char szData[8] = "data";
+    Key aKeys[2];
+
+    HandWritten()
+    {
+        const DWORD dwBlock = offsetof( HandWritten, szData ) - offsetof( HandWritten, aRoot );
+        std::copy_n( REG_IMAGE_MARK, sizeof( REG_IMAGE_MARK ), aHead.aMark );
+        aHead.ullFileSize = sizeof( *this );
+        aHead.ullNextId = 9;
+        aHead.dwVersion = 1;
+        aRoot.ullSize = sizeof( *this ) - sizeof( aHead );
+        aRoot.ullId = 1;
+        aRoot.dwBlockSize = dwBlock;
+        aRoot.dwChildren = aRoot.dwValues = 2;
+        aValues[0] = {
+            dwBlock, ChecksumOfReg( reinterpret_cast<BYTE*>( szData ), 4 ), 4, 3, HashRegName( "VAL" ), 0, 3,
+            0
+        };
+        aValues[1] = { dwBlock + 8, 0, 0, 1, HashRegName( "" ), 3, 0, 0 };
+        Name( 0, "One" );
+        Name( 1, "tWo" );
     }
-    const BYTE* const pData = reinterpret_cast<const BYTE*>( "data" );
-    Value( strBytes, 0 ) = { BLOCK, ChecksumOfReg( pData, 4 ), 4, 3, HashRegName( "VAL" ), 0, 3, 0 };
-    Value( strBytes, 1 ) = { BLOCK + 8, 0, 0, 1, HashRegName( "" ), 3, 0, 0 };
-    std::memcpy( strBytes.data() + ROOT + 280, "Val", 3 );
-    std::memcpy( strBytes.data() + ROOT + BLOCK, "data", 4 );
-    SumAgain( strBytes );
-    return strBytes;
-}
+    void Name( size_t i, std::string_view aName )
+    {
+        const size_t nOffset = offsetof( HandWritten, aKeys ) - offsetof( HandWritten, aRoot );
+        aChildren[i] = { nOffset + i * sizeof( Key ), sizeof( Key ), HashRegName( aName ), 0 };
+        aKeys[i].aHead.ullSize = aKeys[i].aHead.dwBlockSize = sizeof( Key );
+        aKeys[i].aHead.ullId = 2 + i;
+        aKeys[i].aHead.dwNameSize = static_cast<DWORD>( aName.size() );
+        aName.copy( aKeys[i].szName, sizeof( aKeys[i].szName ) );
+    }
+    // With the right sums.
+    std::string Bytes()
+    {
+        const auto SumUpBlock = []( RegKeyHead& rHead, size_t nSize )
+        { rHead.ullChecksum = ChecksumOfReg( reinterpret_cast<BYTE*>( &rHead ) + 8, nSize - 8 ); };
+        SumUpBlock( aRoot, offsetof( HandWritten, szData ) - offsetof( HandWritten, aRoot ) );
+        for ( Key& rKey : aKeys )
+            SumUpBlock( rKey.aHead, sizeof( Key ) );
+        SumUp( aHead );
+        return { reinterpret_cast<const char*>( this ), sizeof( *this ) };
+    }
+};
+
+using Spoil = void ( * )( HandWritten& );
 
 // A store with a bit of everything.
 std::string MakeSmallStore()
@@ -150,65 +135,64 @@ std::string MakeSmallStore()
                   std::string( static_cast<size_t>( i ) * 9, 'd' ) );
         const TestKey aChild( "Child" + std::to_string( i ), 0, aKey );
     }
-    return ReadBytes( ImageFile() );
+    return ReadBytes( StoreFile( ".bxreg" ) );
 }
 
 // As an administrator would put a file there.
 void PutImage( const std::string& strBytes )
 {
-    WriteBytes( ImageFile() + ".put", strBytes );
-    std::filesystem::rename( ImageFile() + ".put", ImageFile() );
+    WriteBytes( StoreFile( ".put" ), strBytes );
+    std::filesystem::rename( StoreFile( ".put" ), StoreFile( ".bxreg" ) );
     ForgetRegistryForTest();
 }
 } // namespace
 
 TEST( RegImage, HandWrittenIsReadAndWritten )
 {
-    const std::string strBytes = WrittenByHand();
+    const std::string strBytes = HandWritten().Bytes();
     EXPECT_EQ( "|||1\nVal=3:data\n=1:\n One|||2\n tWo|||3\n", ShownImage( strBytes ) );
     PutImage( strBytes );
     EXPECT_EQ( "data", GetBytes( HKEY_LOCAL_MACHINE, "vAL" ) );
     EXPECT_EQ( 0, OpenError( "TWO" ) );
     const TestKey aNew( "tz" );
     EXPECT_EQ( "|||1\nVal=3:data\n=1:\n One|||2\n tWo|||3\n tz|||9\n",
-               ShownImage( ReadBytes( ImageFile() ) ) );
-    EXPECT_TRUE( strBytes == ReadBytes( ImageFile().substr( 0, ImageFile().size() - 6 ) + ".previous" ) );
+               ShownImage( ReadBytes( StoreFile( ".bxreg" ) ) ) );
+    EXPECT_TRUE( strBytes == ReadBytes( StoreFile( ".previous" ) ) );
 }
 
 // Sums that are right do not make nonsense good.
 TEST( RegImage, NonsenseIsDamage )
 {
     const Spoil aSpoils[] = {
-        []( std::string& r ) { Head( r ).dwVersion = 2; },
-        []( std::string& r ) { Head( r ).ullFileSize += 8; },
-        []( std::string& r ) { Root( r ).ullSize += 8; },
-        []( std::string& r ) { Root( r ).dwBlockSize = 0; },
-        []( std::string& r ) { Root( r ).dwBlockSize = 0xFFFFFFF8u; },
-        []( std::string& r ) { Root( r ).dwChildren = 0xFFFFFFFFu; },
-        []( std::string& r ) { Root( r ).dwValues = 0xFFFFFFFFu; },
-        []( std::string& r ) { Root( r ).dwNameSize = 256; },
-        []( std::string& r ) { Root( r ).dwClassSize = 0xFFFFFFF0u; },
-        []( std::string& r ) { Root( r ).dwChildSlots = 3; },
+        []( HandWritten& r ) { r.aHead.dwVersion = 2; },
+        []( HandWritten& r ) { r.aHead.ullFileSize += 8; },
+        []( HandWritten& r ) { r.aRoot.ullSize += 8; },
+        []( HandWritten& r ) { r.aRoot.dwBlockSize = 0; },
+        []( HandWritten& r ) { r.aRoot.dwBlockSize = 0xFFFFFFF8u; },
+        []( HandWritten& r ) { r.aRoot.dwChildren = 0xFFFFFFFFu; },
+        []( HandWritten& r ) { r.aRoot.dwValues = 0xFFFFFFFFu; },
+        []( HandWritten& r ) { r.aRoot.dwNameSize = 256; },
+        []( HandWritten& r ) { r.aRoot.dwClassSize = 0xFFFFFFF0u; },
+        []( HandWritten& r ) { r.aRoot.dwChildSlots = 3; },
         // Slots without an empty one, and one that leads nowhere: they take the place of the names.
-        []( std::string& r ) { Root( r ).dwChildSlots = 1, PartAt<DWORD>( r, ROOT + 280 ) = 1; },
-        []( std::string& r ) { Root( r ).dwValueSlots = 2, PartAt<DWORD>( r, ROOT + 280 ) = 7; },
+        []( HandWritten& r ) { r.aRoot.dwChildSlots = 1, r.aSlots[0] = 1; },
+        []( HandWritten& r ) { r.aRoot.dwValueSlots = 2, r.aSlots[0] = 7; },
         // The same bytes twice, the key itself, and beyond the end.
-        []( std::string& r ) { Child( r, 1 ).ullOffset = Child( r, 0 ).ullOffset; },
-        []( std::string& r ) { Child( r, 0 ).ullOffset = 0; },
-        []( std::string& r ) { Child( r, 1 ).ullSize = ~7ull; },
-        []( std::string& r ) { Child( r, 1 ).ullOffset = ~7ull; },
-        []( std::string& r ) { Value( r, 0 ).ullOffset = 0; },
-        []( std::string& r ) { Value( r, 0 ).dwSize = 0xFFFFFFFFu; },
-        []( std::string& r ) { Value( r, 0 ).ullChecksum ^= 1; },
-        []( std::string& r ) { Value( r, 1 ).dwNameOffset = 0xFFFFFFFFu; },
-        []( std::string& r ) { Value( r, 1 ).dwNameSize = 9; },
+        []( HandWritten& r ) { r.aChildren[1].ullOffset = r.aChildren[0].ullOffset; },
+        []( HandWritten& r ) { r.aChildren[0].ullOffset = 0; },
+        []( HandWritten& r ) { r.aChildren[1].ullSize = ~7ull; },
+        []( HandWritten& r ) { r.aChildren[1].ullOffset = ~7ull; },
+        []( HandWritten& r ) { r.aValues[0].ullOffset = 0; },
+        []( HandWritten& r ) { r.aValues[0].dwSize = 0xFFFFFFFFu; },
+        []( HandWritten& r ) { r.aValues[0].ullChecksum ^= 1; },
+        []( HandWritten& r ) { r.aValues[1].dwNameOffset = 0xFFFFFFFFu; },
+        []( HandWritten& r ) { r.aValues[1].dwNameSize = 9; },
     };
     for ( size_t i = 0; i < std::size( aSpoils ); ++i )
     {
-        std::string strBytes = WrittenByHand();
-        aSpoils[i]( strBytes );
-        SumAgain( strBytes );
-        EXPECT_EQ( "damaged", ShownImage( strBytes ) ) << "spoil " << i;
+        HandWritten aImage;
+        aSpoils[i]( aImage );
+        EXPECT_EQ( "damaged", ShownImage( aImage.Bytes() ) ) << "spoil " << i;
     }
 }
 
@@ -241,7 +225,7 @@ TEST( RegImage, DamageIsFoundAndNotOverwritten )
             continue;
         PutImage( strFlipped );
         ASSERT_EQ( 1015, SetBytes( HKEY_LOCAL_MACHINE, "n", "x" ) ) << "byte " << i;
-        ASSERT_TRUE( strFlipped == ReadBytes( ImageFile() ) );
+        ASSERT_TRUE( strFlipped == ReadBytes( StoreFile( ".bxreg" ) ) );
     }
     PutImage( "" );
     EXPECT_EQ( 1015, OpenError( "Software" ) );
@@ -258,54 +242,48 @@ TEST( RegImage, PassingKeysGoWithTheMachinesStart )
     const TestKey aBelow( "Stays\\Here\\Passing", REG_OPTION_VOLATILE );
     ForgetRegistryForTest();
     EXPECT_EQ( 0, OpenError( "Passing\\Too" ) );
-    std::string strBytes = ReadBytes( ImageFile() );
-    Head( strBytes ).aBoot[3] ^= 1;
-    SumAgain( strBytes );
+    std::string strBytes = ReadBytes( StoreFile( ".bxreg" ) );
+    auto& rHead = *reinterpret_cast<RegImageHead*>( strBytes.data() );
+    rHead.aBoot[3] ^= 1;
+    SumUp( rHead );
     PutImage( strBytes );
     EXPECT_EQ( 2, OpenError( "Passing" ) );
     EXPECT_EQ( 2, OpenError( "Stays\\Here\\Passing" ) );
     EXPECT_EQ( 0u, CountKeys( TestKey( "Stays\\Here" ) ) );
-    EXPECT_TRUE( strBytes == ReadBytes( ImageFile() ) );
+    EXPECT_TRUE( strBytes == ReadBytes( StoreFile( ".bxreg" ) ) );
     EXPECT_EQ( 0, SetBytes( TestKey( "Stays" ), "n", "1" ) );
-    EXPECT_EQ( std::string::npos, ShownImage( ReadBytes( ImageFile() ) ).find( "Passing" ) );
+    EXPECT_EQ( std::string::npos, ShownImage( ReadBytes( StoreFile( ".bxreg" ) ) ).find( "Passing" ) );
 }
 
 // Good sums, and names that would not be found, could not be deleted, or stand for two keys: no tree is made of them.
 TEST( RegImage, NamesAreChecked )
 {
-    static const auto Rename = []( std::string& r, size_t nChild, const std::string& strName )
-    {
-        const size_t nBlock = CHILDREN + nChild * CHILD;
-        Child( r, nChild ).dwHash = HashRegName( strName );
-        PartAt<RegKeyHead>( r, nBlock ).dwNameSize = static_cast<DWORD>( strName.size() );
-        r.replace( nBlock + 152, strName.size(), strName );
-        SumAgain( r, nBlock );
-    };
     const Spoil aSpoils[] = {
-        []( std::string& r ) { Rename( r, 0, "Zne" ); },
-        []( std::string& r ) { Rename( r, 1, "oNe" ); },
-        []( std::string& r ) { Rename( r, 0, "" ); },
-        []( std::string& r ) { Rename( r, 0, "O\\e" ); },
-        []( std::string& r ) { Rename( r, 0, std::string( "O\0e", 3 ) ); },
-        []( std::string& r ) { Child( r, 0 ).dwHash ^= 1; },
-        []( std::string& r ) { Value( r, 0 ).dwHash ^= 1; },
-        []( std::string& r ) { Value( r, 0 ).dwNameSize = 0, r[ROOT + 224] = r[ROOT + 264]; },
-        []( std::string& r ) { Head( r ).ullNextId = 1; },
-        []( std::string& r ) { Head( r ).ullSequence = 1ull << 62; },
+        []( HandWritten& r ) { r.Name( 0, "Zne" ); },
+        []( HandWritten& r ) { r.Name( 1, "oNe" ); },
+        []( HandWritten& r ) { r.Name( 0, "" ); },
+        []( HandWritten& r ) { r.Name( 0, "O\\e" ); },
+        []( HandWritten& r ) {
+            r.Name( 0, { "O\0e", 3 } );
+        },
+        []( HandWritten& r ) { r.aChildren[0].dwHash ^= 1; },
+        []( HandWritten& r ) { r.aValues[0].dwHash ^= 1; },
+        []( HandWritten& r ) { r.aValues[0].dwNameSize = 0, r.aValues[0].dwHash = r.aValues[1].dwHash; },
+        []( HandWritten& r ) { r.aHead.ullNextId = 1; },
+        []( HandWritten& r ) { r.aHead.ullSequence = 1ull << 62; },
     };
     for ( size_t i = 0; i < std::size( aSpoils ); ++i )
     {
         for ( const DWORD dwFlags : { DWORD{ 0 }, DWORD{ IMAGE_HAS_PASSING_KEYS } } )
         {
-            std::string strBytes = WrittenByHand();
-            aSpoils[i]( strBytes );
-            Head( strBytes ).dwFlags = dwFlags;
-            SumAgain( strBytes );
-            PutImage( strBytes );
+            HandWritten aImage;
+            aSpoils[i]( aImage );
+            aImage.aHead.dwFlags = dwFlags;
+            PutImage( aImage.Bytes() );
             EXPECT_EQ( 1015, TestKey( "Named" ).lError ) << "spoil " << i;
         }
     }
-    PutImage( WrittenByHand() );
+    PutImage( HandWritten().Bytes() );
     EXPECT_EQ( 0, TestKey( "Named" ).lError );
 }
 

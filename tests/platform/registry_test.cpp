@@ -25,11 +25,6 @@
 
 namespace
 {
-std::string StoreFile( const char* pEnding )
-{
-    return std::string( std::getenv( "BXTOOLS_STATE_DIR" ) ) + "/local_machine" + pEnding;
-}
-
 // The rights of root are left behind, so that modes count. Only in a second process.
 void BecomeNobody()
 {

@@ -3,7 +3,14 @@
 
 #include <bxtools/platform.h>
 
+#include <cstdlib>
 #include <string>
+
+// A file of the machine's store.
+inline std::string StoreFile( const std::string& strEnding )
+{
+    return std::string( std::getenv( "BXTOOLS_STATE_DIR" ) ) + "/local_machine" + strEnding;
+}
 
 // Closes the key at the end of a scope.
 class TestKey

@@ -32,62 +32,47 @@ struct Toy
 };
 Toy* g_pToy = nullptr;
 
-DWORD ForWindow( HWND hWindow )
-{
-    return hWindow == WINDOW ? g_pToy->dwAnswer : ERROR_INVALID_WINDOW_HANDLE;
-}
-
-DWORD CopyTo( LPSTR pText, int nSize, const std::string& strFrom )
-{
-    snprintf( pText, static_cast<size_t>( nSize ), "%s", strFrom.c_str() );
-    return ERROR_SUCCESS;
-}
+// Of operations whose answer alone counts.
+constexpr auto ANSWER = []( auto... ) { return g_pToy->dwAnswer; };
 
 const WindowSystem TOY_SYSTEM = {
     .dwSize = sizeof( WindowSystem ),
     .IsReady = [] { return g_pToy->fReady; },
-    .RunEvents = []( const int*, UINT, DWORD ) -> DWORD { return ERROR_INVALID_THREAD_ID; },
-    .CheckWindow = &ForWindow,
-    .FindRelated = []( HWND h, UINT, HWND* ) { return ForWindow( h ); },
-    .FindParent = []( HWND h, HWND* ) { return ForWindow( h ); },
-    .ReadText = []( HWND h, LPSTR, int ) { return ForWindow( h ); },
-    .ChangeText = []( HWND h, LPCSTR ) { return ForWindow( h ); },
-    .ReadFont = []( HWND h, LOGFONTA* pFont ) { return *pFont = g_pToy->aFont, ForWindow( h ); },
-    .ChangeFont = []( HWND h, const LOGFONTA* pFont, BOOL )
-    { return g_pToy->aFont = *pFont, ForWindow( h ); },
-    .ChangeTextColor = []( HWND h, COLORREF, COLORREF* ) { return ForWindow( h ); },
-    .CountItems = []( HMENU h, int* pnItems ) -> DWORD
-    {
-        if ( h != MENU && h != SUBMENU )
-            return ERROR_INVALID_MENU_HANDLE;
-        *pnItems = h == MENU ? 2 : 260;
-        return ERROR_SUCCESS;
-    },
-    .ReadItem = []( HMENU, UINT uItem, WindowSystemMenuItem* pItem ) -> DWORD
+    .RunEvents = ANSWER,
+    .CheckWindow = ANSWER,
+    .FindRelated = ANSWER,
+    .FindParent = ANSWER,
+    .ReadText = ANSWER,
+    .ChangeText = ANSWER,
+    .ReadFont = []( HWND, LOGFONTA* pFont ) { return *pFont = g_pToy->aFont, g_pToy->dwAnswer; },
+    .ChangeFont = []( HWND, const LOGFONTA* pFont, BOOL )
+    { return g_pToy->aFont = *pFont, g_pToy->dwAnswer; },
+    .ChangeTextColor = ANSWER,
+    .CountItems = []( HMENU h, int* pnItems ) { return *pnItems = h == MENU ? 2 : 260, g_pToy->dwAnswer; },
+    .ReadItem =
+        []( HMENU, UINT uItem, WindowSystemMenuItem* pItem )
     {
         *pItem = uItem == 0 ? WindowSystemMenuItem{ MF_CHECKED, PLAIN_ID, NULL }
                             : WindowSystemMenuItem{ 0, 0, SUBMENU };
-        return uItem < 2 ? ERROR_SUCCESS : ERROR_MENU_ITEM_NOT_FOUND;
+        return g_pToy->dwAnswer;
     },
-    .ReadItemText = []( HMENU, UINT, LPSTR pText, int nSize )
-    { return CopyTo( pText, nSize, g_pToy->strItem ); },
-    .ChangeItemText = []( HMENU, UINT, LPCSTR pText ) -> DWORD
-    { return g_pToy->strItem = pText, ERROR_SUCCESS; },
+    .ReadItemText = ANSWER,
+    .ChangeItemText = []( HMENU, UINT, LPCSTR pText ) { return g_pToy->strItem = pText, g_pToy->dwAnswer; },
     .ShowMessage =
-        []( HWND, LPCSTR pText, LPCSTR pCaption, UINT, int* pnAnswer ) {
-            return g_pToy->strShown = std::string( pCaption ) + "|" + pText, *pnAnswer = IDRETRY,
-                   g_pToy->dwAnswer;
-        },
+        []( HWND, LPCSTR pText, LPCSTR pCaption, UINT, int* pnAnswer )
+    {
+        g_pToy->strShown = std::string( pCaption ) + "|" + pText;
+        return *pnAnswer = IDRETRY, g_pToy->dwAnswer;
+    },
     .ChooseFolder =
         []( HWND, LPCSTR pTitle, LPCSTR pInitial, LPSTR pPath, UINT uSize )
     {
         g_pToy->strShown = std::string( pTitle ) + "|" + pInitial;
-        CopyTo( pPath, static_cast<int>( uSize ), g_pToy->strChosen );
+        snprintf( pPath, uSize, "%s", g_pToy->strChosen.c_str() );
         return g_pToy->dwAnswer;
     },
-    .ChooseFont = []( CHOOSEFONTA* ) { return g_pToy->dwAnswer; },
-    .ShowErrors = []( HWND, BOOL, const WindowSystemError*, ULONG, const WindowSystemErrorLabels* )
-    { return g_pToy->dwAnswer; },
+    .ChooseFont = ANSWER,
+    .ShowErrors = ANSWER,
 };
 
 class WindowCalls : public ::testing::Test
@@ -122,15 +107,12 @@ TEST_F( WindowCalls, FailWithoutAWindowSystem )
     EXPECT_FALSE( InstallWindowSystem( &aPart ) );
     EXPECT_EQ( ERROR_INVALID_PARAMETER + 0u, TakeError() );
     EXPECT_EQ( &TOY_SYSTEM, GetWindowSystem() );
-    EXPECT_EQ( 0, InChild(
-                      []
-                      {
-                          return GetWindowSystem() != NULL             ? 1
-                                 : !InstallWindowSystem( &TOY_SYSTEM ) ? 2
-                                 : GetWindowSystem() != &TOY_SYSTEM    ? 3
-                                                                       : 0;
-                      } ) )
-        << "the windows are the parent's";
+    const auto InstallAnew = []
+    {
+        const bool fParents = GetWindowSystem() != NULL;
+        return fParents || !InstallWindowSystem( &TOY_SYSTEM ) || GetWindowSystem() != &TOY_SYSTEM;
+    };
+    EXPECT_EQ( 0, InChild( InstallAnew ) ) << "the windows are the parent's";
     m_aToy.fReady = FALSE;
     EXPECT_EQ( NULL, GetWindowSystem() );
     for ( int i = 0; i < 2; ++i, InstallWindowSystem( NULL ) )
