@@ -1,6 +1,7 @@
 // bxtool, the library's tool for the people who run the system: the frame around the families of commands.
 
 #include "tools/families.h"
+#include "tools/systemtext.h"
 #include "tools/talk.h"
 #include "tools/terminal.h"
 
@@ -42,6 +43,7 @@ int main( int argc, char* argv[] )
     try
     {
         UseByteStreams();
+        CheckCommandLine();
         return ParseAndRun( argc, argv );
     }
     catch ( const ToolFailure& aFailure )

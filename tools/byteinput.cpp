@@ -1,5 +1,6 @@
 #include "tools/byteinput.h"
 
+#include "tools/systemtext.h"
 #include "tools/talk.h"
 #include "tools/terminal.h"
 #include "tools/toolfailure.h"
@@ -7,7 +8,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 
 namespace
@@ -45,7 +45,7 @@ InputFile OpenInput( const std::string& aName )
 bool IsTooLarge( const std::string& aName )
 {
     std::error_code aNoSize;
-    const uintmax_t nSize = std::filesystem::file_size( aName, aNoSize );
+    const uintmax_t nSize = std::filesystem::file_size( ToPath( aName ), aNoSize );
     return !aNoSize && nSize > INPUT_LIMIT;
 }
 

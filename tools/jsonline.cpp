@@ -1,5 +1,7 @@
 #include "tools/jsonline.h"
 
+#include "tools/errors/displaytext.h"
+
 #include <nlohmann/json.hpp>
 
 using Value = nlohmann::ordered_json;
@@ -8,7 +10,7 @@ Json::Json( std::unique_ptr<Value> pValue ) : m_pValue( std::move( pValue ) ) {}
 
 Json::Json( const char* pText ) : Json( std::make_unique<Value>( pText ) ) {}
 
-Json::Json( const std::string& aText ) : Json( std::make_unique<Value>( aText ) ) {}
+Json::Json( const std::string& aText ) : Json( std::make_unique<Value>( ToUtf8( aText ) ) ) {}
 
 template <std::integral Number>
 Json::Json( Number nNumber ) : Json( std::make_unique<Value>( nNumber ) )

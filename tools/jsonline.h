@@ -14,8 +14,8 @@ class Json
 public:
     struct Member;
 
-    Json( const char* pText );
-    Json( const std::string& aText );
+    Json( const char* pText );        // UTF-8
+    Json( const std::string& aText ); // becomes UTF-8 as in ToUtf8
     // For each integral type that jsonline.cpp names, bool among them.
     template <std::integral Number>
     Json( Number nNumber );
@@ -36,7 +36,7 @@ public:
     // To an object, or in place of the member of that name.
     void Set( const char* pName, Json aValue );
 
-    // The text, on one line when nIndent is -1. What is not UTF-8 becomes U+FFFD.
+    // The text, on one line when nIndent is -1.
     std::string Write( int nIndent ) const;
 
 private:

@@ -2,6 +2,7 @@
 
 #include "core/guards.h"
 #include "tools/errors/decodedrecord.h"
+#include "tools/systemtext.h"
 #include "tools/toolfailure.h"
 
 #include <algorithm>
@@ -52,8 +53,8 @@ bool WriteAll( HANDLE hFile, std::string_view aBytes )
 fs::path FindTarget( const std::string& aPath )
 {
     std::error_code aError;
-    const fs::path aFile = fs::weakly_canonical( aPath, aError );
-    return aError ? fs::absolute( aPath ) : aFile;
+    const fs::path aFile = fs::weakly_canonical( ToPath( aPath ), aError );
+    return aError ? fs::absolute( ToPath( aPath ) ) : aFile;
 }
 
 bool TakePlace( const fs::path& rNew, const fs::path& rOld, std::error_code& rError )
@@ -72,9 +73,9 @@ void WriteWholeFile( const std::string& aPath, std::string_view aBytes )
     const auto aStatus = fs::status( aFile, aError );
     if ( fs::exists( aStatus ) && !fs::is_regular_file( aStatus ) )
         return WriteInPlace( aPath, aBytes );
-    const std::string aBeside = aFile.string() + "." + std::to_string( GetCurrentProcessId() ) + ".new";
+    const std::string aBeside = FromPath( aFile ) + "." + std::to_string( GetCurrentProcessId() ) + ".new";
     // What a killed process with the same number left.
-    fs::remove( aBeside, aError );
+    fs::remove( ToPath( aBeside ), aError );
     const HANDLE hFile =
         CreateFileA( aBeside.c_str(), GENERIC_WRITE, 0, NULL, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, NULL );
     if ( hFile == INVALID_HANDLE_VALUE )
@@ -82,9 +83,9 @@ void WriteWholeFile( const std::string& aPath, std::string_view aBytes )
     KernelHandle aNew( hFile );
     const DWORD dwError = WriteAll( hFile, aBytes ) ? DWORD{ ERROR_SUCCESS } : GetLastError();
     aNew.Reset();
-    if ( dwError == ERROR_SUCCESS && TakePlace( aBeside, aFile, aError ) )
+    if ( dwError == ERROR_SUCCESS && TakePlace( ToPath( aBeside ), aFile, aError ) )
         return;
     const std::string aReason = dwError != ERROR_SUCCESS ? GetSystemText( dwError ) : aError.message();
-    fs::remove( aBeside, aError );
+    fs::remove( ToPath( aBeside ), aError );
     ThrowNotWritten( aPath, aReason );
 }

@@ -4,8 +4,10 @@
 #include <cstddef>
 #include <cstdio>
 
-// Standard input and output carry bytes from now on: no line end is translated.
+// Standard input and output carry bytes from now on: no line end is translated. A terminal takes them as UTF-8.
 void UseByteStreams();
+// The terminal is as it was before: at the end, and for another program that writes to it meanwhile.
+void GiveTerminalBack();
 
 // Columns of the terminal that pStream writes to; 0 when it is a file or a pipe.
 size_t GetTerminalColumns( FILE* pStream );

@@ -10,6 +10,8 @@ void UseByteStreams()
     // They carry bytes already.
 }
 
+void GiveTerminalBack() {}
+
 bool IsTerminal( FILE* pStream )
 {
     return isatty( fileno( pStream ) ) != 0;

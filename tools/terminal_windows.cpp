@@ -14,19 +14,41 @@ HANDLE GetConsole( FILE* pStream )
     return reinterpret_cast<HANDLE>( _get_osfhandle( _fileno( pStream ) ) );
 }
 
+// The console is its programs' together, and what one sets stays for the others. 0: nothing was set.
+UINT g_uFormerCodePage = 0;
+
+BOOL WINAPI OnConsoleEnds( DWORD )
+{
+    GiveTerminalBack();
+    return FALSE;
+}
+
 } // namespace
 
 void UseByteStreams()
 {
     _setmode( _fileno( stdin ), _O_BINARY );
     _setmode( _fileno( stdout ), _O_BINARY );
+    if ( !IsTerminal( stdout ) && !IsTerminal( stderr ) )
+        return;
     // Texts are UTF-8 here as on the other system.
+    g_uFormerCodePage = GetConsoleOutputCP();
     SetConsoleOutputCP( CP_UTF8 );
+    atexit( &GiveTerminalBack );
+    SetConsoleCtrlHandler( &OnConsoleEnds, TRUE );
+}
+
+void GiveTerminalBack()
+{
+    if ( g_uFormerCodePage != 0 )
+        SetConsoleOutputCP( g_uFormerCodePage );
 }
 
 bool IsTerminal( FILE* pStream )
 {
-    return _isatty( _fileno( pStream ) ) != 0;
+    // Not _isatty, for which the device that swallows everything is one, too.
+    DWORD dwMode = 0;
+    return GetConsoleMode( GetConsole( pStream ), &dwMode ) != FALSE;
 }
 
 size_t GetTerminalColumns( FILE* pStream )

@@ -1,22 +1,21 @@
 #include "tools/textsource.h"
 
 #include "tools/errors/bytes.h"
+#include "tools/systemtext.h"
 #include "tools/toolfailure.h"
 
 #include <bxtools/nlsserver.h>
 #include <bxtools/platform.h>
-
-#include <filesystem>
 
 void UseTexts( const std::string& aPath, int nLanguage )
 {
     // A folder's name that is longer is not taken.
     constexpr size_t LONGEST_FOLDER = 259;
     std::error_code aNone;
-    const bool fFolder = std::filesystem::is_directory( aPath, aNone );
-    if ( !fFolder && !std::filesystem::exists( aPath, aNone ) )
+    const bool fFolder = std::filesystem::is_directory( ToPath( aPath ), aNone );
+    if ( !fFolder && !std::filesystem::exists( ToPath( aPath ), aNone ) )
         throw ToolFailure( ExitCode::Input, "cannot read " + aPath + ": there is no such file or folder" );
-    const std::string aWhole = std::filesystem::absolute( aPath ).string();
+    const std::string aWhole = FromPath( std::filesystem::absolute( ToPath( aPath ) ) );
     if ( fFolder && aWhole.size() > LONGEST_FOLDER )
         throw ToolFailure( ExitCode::Input,
                            "cannot read " + aWhole +
@@ -37,9 +36,9 @@ std::optional<std::string> FindOwnTexts()
     char szProgram[4096] = "";
     GetModuleFileNameA( NULL, szProgram, sizeof( szProgram ) );
     const std::filesystem::path aFolder =
-        std::filesystem::path( szProgram ).parent_path().parent_path() / "share" / "bxtools" / "nls";
+        ToPath( szProgram ).parent_path().parent_path() / "share" / "bxtools" / "nls";
     std::error_code aNone;
     if ( !std::filesystem::is_directory( aFolder, aNone ) )
         return std::nullopt;
-    return aFolder.string();
+    return FromPath( aFolder );
 }

@@ -40,6 +40,38 @@ TEST( WindowsTool, ListsAndEndsTheProcessesOfAProgram )
     EXPECT_EQ( "1 ", Tool( "ps " + aProgram.strName ) );
 }
 
+TEST( WindowsTool, TakesTheCodePagesCharactersAndShowsUtf8 )
+{
+    if ( GetACP() != 1252 )
+        GTEST_SKIP() << "the bytes below are of another code page";
+    const ProgramFolder aFolder;
+    const auto Show = [&]( const std::string& strWords ) { return aFolder.Outcome( strWords ); };
+    WriteBytes( aFolder.Path( "\xFC.stream" ), Show( "errors make --class \xFC" ).substr( 2 ) );
+    EXPECT_TRUE( Holds( Show( "errors show \xFC.stream" ), "\n0  \xC3\xBC  " ) );
+    EXPECT_TRUE( Holds( Show( "errors show --json \xFC.stream" ), "\"class\":\"\xC3\xBC\"" ) );
+    EXPECT_TRUE( Holds( aFolder.Tool( "errors show \xFC" ).strErrors, "cannot read \xC3\xBC: " ) );
+    CreateDirectoryA( aFolder.Path( "\xFC" ).c_str(), NULL );
+    WriteBytes( aFolder.Path( "\xFC/M.CSV" ), "Key;German=049\n[G]\nK=Text\n" );
+    EXPECT_TRUE( Show( "nls build \xFC \xE4.btr" ).starts_with( "0 \xC3\xA4.btr: 1 text" ) );
+    EXPECT_EQ( "0 Text\n", Show( "nls get \xE4.btr M.G K --language 49" ) );
+
+    // A letter that the code page lacks would come as a question mark.
+    std::wstring strLine = L"bxtool reg set HKCU/\u0416 v";
+    STARTUPINFOW aStartup = {};
+    aStartup.cb = sizeof( aStartup );
+    PROCESS_INFORMATION aProcess = {};
+    const std::wstring strProgram( std::begin( BXTOOL_PROGRAM ), std::end( BXTOOL_PROGRAM ) );
+    ASSERT_TRUE( CreateProcessW( strProgram.c_str(), strLine.data(), NULL, NULL, FALSE, 0, NULL, NULL,
+                                 &aStartup, &aProcess ) );
+    DWORD dwExitCode = 0;
+    WaitForSingleObject( aProcess.hProcess, INFINITE );
+    GetExitCodeProcess( aProcess.hProcess, &dwExitCode );
+    EXPECT_EQ( 2u, dwExitCode );
+    CloseHandle( aProcess.hThread );
+    CloseHandle( aProcess.hProcess );
+    EXPECT_EQ( "1 ", Show( "reg list HKCU/?" ) );
+}
+
 TEST( WindowsTool, RunsACommandUnderALock )
 {
     EXPECT_EQ( "127 ", Tool( "lock 'a lock' -- bx-no-such-program" ) );

@@ -1,12 +1,13 @@
 #include "tools/errors/displaytext.h"
 
+#include "tools/systemtext.h"
+
 #include <cstdint>
 #include <cstdio>
 
 namespace
 {
 
-constexpr char REPLACEMENT[] = "\xEF\xBF\xBD";
 // Narrower than this a text is not squeezed: broken words would be worse than an overrun.
 constexpr size_t LEAST_TEXT_COLUMNS = 16;
 
@@ -98,18 +99,44 @@ size_t FindLineEnd( std::string_view aText, size_t nColumns )
 
 } // namespace
 
+bool IsUtf8( std::string_view aText )
+{
+    for ( Character aCharacter{}; !aText.empty(); aText.remove_prefix( aCharacter.nBytes ) )
+        if ( aCharacter = DecodeFirst( aText ); aCharacter.nBytes == 0 )
+            return false;
+    return true;
+}
+
+std::string ToUtf8( std::string_view aText )
+{
+    std::string aOut;
+    aOut.reserve( aText.size() );
+    while ( !aText.empty() )
+    {
+        size_t nBytes = DecodeFirst( aText ).nBytes;
+        if ( nBytes == 0 )
+            aOut.append( TakeSystemCharacter( aText, nBytes ) );
+        else
+            aOut.append( aText.substr( 0, nBytes ) );
+        aText.remove_prefix( nBytes );
+    }
+    return aOut;
+}
+
 std::string MakeVisible( std::string_view aText )
 {
     std::string aOut;
     aOut.reserve( aText.size() );
     while ( !aText.empty() )
     {
-        const Character aCharacter = DecodeFirst( aText );
-        const size_t nBytes = aCharacter.nBytes == 0 ? 1 : aCharacter.nBytes;
-        if ( aCharacter.nBytes == 0 )
-            aOut.append( REPLACEMENT );
+        auto [uCode, nBytes] = DecodeFirst( aText );
+        if ( nBytes == 0 )
+        {
+            const std::string aForeign = TakeSystemCharacter( aText, nBytes );
+            AppendVisible( aOut, DecodeFirst( aForeign ).uCode, aForeign );
+        }
         else
-            AppendVisible( aOut, aCharacter.uCode, aText.substr( 0, nBytes ) );
+            AppendVisible( aOut, uCode, aText.substr( 0, nBytes ) );
         aText.remove_prefix( nBytes );
     }
     return aOut;

@@ -4,8 +4,13 @@
 #include <string>
 #include <string_view>
 
-// The text as UTF-8 that moves no cursor: bytes that are not UTF-8 become U+FFFD, control characters become \n, \r, \t
-// or \x1B, and characters that turn the writing direction become \u{202E} and the like.
+bool IsUtf8( std::string_view aText );
+
+// The text as UTF-8: bytes that are not become U+FFFD, or on Windows the characters that they are in the system's code page.
+std::string ToUtf8( std::string_view aText );
+
+// The same as UTF-8 that moves no cursor: control characters become \n, \r, \t or \x1B, and characters that turn the writing
+// direction become \u{202E} and the like.
 std::string MakeVisible( std::string_view aText );
 
 // How many columns a text of MakeVisible takes: its characters, counted as one column each.

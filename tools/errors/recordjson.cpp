@@ -1,5 +1,7 @@
 #include "tools/errors/recordjson.h"
 
+#include "tools/errors/displaytext.h"
+#include "tools/systemtext.h"
 #include "tools/toolfailure.h"
 
 #include <cstdint>
@@ -33,7 +35,10 @@ std::string ReadText( const Json& rValue )
 {
     if ( !rValue.is_string() )
         ThrowWrong( Quote( rValue ) + " stands where a text is wanted" );
-    return rValue.get<std::string>();
+    std::string aText = rValue.get<std::string>();
+    if ( !ToSystemText( aText ) )
+        ThrowWrong( "this system's character set lacks a character of " + Quote( rValue ) );
+    return aText;
 }
 
 template <class Number>
@@ -108,16 +113,18 @@ std::string ToJson( size_t nIndex, const DecodedRecord& rRecord )
 {
     Json aValue;
     aValue["index"] = nIndex;
-    aValue["class"] = rRecord.aErrorClass;
+    aValue["class"] = ToUtf8( rRecord.aErrorClass );
     aValue["number"] = rRecord.lNumber;
     aValue["numberText"] = GetNumberText( rRecord );
     if ( const std::string aMeaning = GetNumberMeaning( rRecord ); !aMeaning.empty() )
-        aValue["numberMeaning"] = aMeaning;
+        aValue["numberMeaning"] = ToUtf8( aMeaning );
     aValue["systemError"] = rRecord.dwSystemError;
-    aValue["systemText"] = GetSystemText( rRecord.dwSystemError );
-    aValue["origin"] = rRecord.aOrigin;
-    aValue["optional"] = rRecord.aOptional;
-    aValue["parameters"] = rRecord.aParameters;
+    aValue["systemText"] = ToUtf8( GetSystemText( rRecord.dwSystemError ) );
+    aValue["origin"] = ToUtf8( rRecord.aOrigin );
+    aValue["optional"] = ToUtf8( rRecord.aOptional );
+    aValue["parameters"] = Json::array();
+    for ( const std::string& rParameter : rRecord.aParameters )
+        aValue["parameters"].push_back( ToUtf8( rParameter ) );
     return Write( aValue );
 }
 

@@ -2,12 +2,12 @@
 
 #include "tools/errors/decodedrecord.h"
 #include "tools/errors/displaytext.h"
+#include "tools/systemtext.h"
 #include "tools/toolfailure.h"
 
 #include <bxtools/platform.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <set>
 
 namespace
@@ -40,7 +40,7 @@ std::string FullPath( const std::string& aName )
 bool IsMissingKey( DWORD dwError, const std::string& aPath )
 {
     std::error_code aIgnored;
-    return dwError == ERROR_FILE_NOT_FOUND && std::filesystem::is_regular_file( aPath, aIgnored );
+    return dwError == ERROR_FILE_NOT_FOUND && std::filesystem::is_regular_file( ToPath( aPath ), aIgnored );
 }
 
 void RefuseName( const char* pKind, const std::string& aName, const char* pFirst, const char* pAnywhere )

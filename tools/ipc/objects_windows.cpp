@@ -149,8 +149,10 @@ KernelHandle OpenFolder( bool fGlobal )
 {
     DWORD dwSession = 0;
     ProcessIdToSessionId( GetCurrentProcessId(), &dwSession );
+    // The session of the services has no folder of its own.
     std::wstring aPath =
-        ( fGlobal ? std::wstring() : L"\\Sessions\\" + std::to_wstring( dwSession ) ) + L"\\BaseNamedObjects";
+        ( fGlobal || dwSession == 0 ? std::wstring() : L"\\Sessions\\" + std::to_wstring( dwSession ) ) +
+        L"\\BaseNamedObjects";
     UNICODE_STRING aName{};
     aName.Buffer = aPath.data();
     aName.Length = aName.MaximumLength = static_cast<USHORT>( aPath.size() * sizeof( wchar_t ) );

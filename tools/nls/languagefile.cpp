@@ -1,11 +1,11 @@
 #include "tools/nls/languagefile.h"
 
 #include "tools/errors/displaytext.h"
+#include "tools/systemtext.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
-#include <filesystem>
 #include <map>
 
 namespace
@@ -17,10 +17,7 @@ constexpr int LARGEST_CODE = 1000;
 // Whether it is UTF-8 without a zero, which ends what programs read.
 bool IsText( std::string_view aText )
 {
-    constexpr std::string_view REPLACEMENT = "\xEF\xBF\xBD";
-    return aText.find( '\0' ) == aText.npos &&
-           ( MakeVisible( aText ).find( REPLACEMENT ) == std::string::npos ||
-             aText.find( REPLACEMENT ) != aText.npos );
+    return aText.find( '\0' ) == aText.npos && IsUtf8( aText );
 }
 
 class LanguageFileParser
@@ -230,7 +227,7 @@ LanguageFile ParseLanguageFile( const std::string& aPath, std::string_view aByte
 {
     LanguageFile aFile;
     aFile.aPath = aPath;
-    aFile.aModule = std::filesystem::path( aPath ).stem().string();
+    aFile.aModule = FromPath( ToPath( aPath ).stem() );
     LanguageFileParser( aFile, rFindings ).Parse( aBytes );
     return aFile;
 }

@@ -2,13 +2,13 @@
 
 #include "tools/byteinput.h"
 #include "tools/errors/displaytext.h"
+#include "tools/systemtext.h"
 #include "tools/toolfailure.h"
 
 #include <bxtools/errclient.h>
 
 #include <algorithm>
 #include <charconv>
-#include <filesystem>
 #include <map>
 #include <tuple>
 
@@ -20,9 +20,9 @@ std::vector<std::string> FindLanguageFiles( const std::string& aFolder )
     std::vector<std::string> aPaths;
     try
     {
-        for ( const auto& rEntry : std::filesystem::directory_iterator( aFolder ) )
-            if ( UpperCase( rEntry.path().extension().string() ) == ".CSV" && !rEntry.is_directory() )
-                aPaths.push_back( rEntry.path().generic_string() );
+        for ( const auto& rEntry : std::filesystem::directory_iterator( ToPath( aFolder ) ) )
+            if ( UpperCase( FromPath( rEntry.path().extension() ) ) == ".CSV" && !rEntry.is_directory() )
+                aPaths.push_back( FromPath( rEntry.path() ) );
     }
     catch ( const std::filesystem::filesystem_error& aError )
     {
@@ -106,7 +106,7 @@ private:
 
     void CheckName( const LanguageFile& rFile )
     {
-        const std::string aName = std::filesystem::path( rFile.aPath ).filename().string();
+        const std::string aName = FromPath( ToPath( rFile.aPath ).filename() );
         if ( aName != UpperCase( aName ) )
             Add( rFile, {}, "programs do not find this file: they look for " + UpperCase( aName ) );
         if ( rFile.aModule.find( '.' ) != std::string::npos )

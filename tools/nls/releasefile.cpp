@@ -4,6 +4,7 @@
 #include "tools/errors/decodedrecord.h"
 #include "tools/outputfile.h"
 #include "tools/progressbar.h"
+#include "tools/systemtext.h"
 #include "tools/toolfailure.h"
 
 #include <bxtools/btree.h>
@@ -11,7 +12,6 @@
 #include <bxtools/sync.h>
 
 #include <algorithm>
-#include <filesystem>
 
 namespace
 {
@@ -80,9 +80,9 @@ void WriteReleaseFile( const std::string& aPath, const std::vector<ReleasePair>&
 {
     std::error_code aError;
     const std::filesystem::path aFile = FindTarget( aPath );
-    const std::string aBeside = aFile.string() + ".new";
-    const BuilderLock aLock( aFile.string() );
-    std::filesystem::remove( aBeside, aError );
+    const std::string aBeside = FromPath( aFile ) + ".new";
+    const BuilderLock aLock( FromPath( aFile ) );
+    std::filesystem::remove( ToPath( aBeside ), aError );
     size_t nLongest = nKeyLength + CODE_LENGTH;
     if ( nKeyLength == 0 )
         for ( const ReleasePair& rPair : rPairs )
@@ -91,17 +91,17 @@ void WriteReleaseFile( const std::string& aPath, const std::vector<ReleasePair>&
     {
         WritePairs( aBeside, rPairs, nLongest );
         ReadPairsAgain( aBeside, rPairs );
-        if ( !TakePlace( aBeside, aFile, aError ) )
+        if ( !TakePlace( ToPath( aBeside ), aFile, aError ) )
             ThrowNotWritten( aPath, aError.message() );
     }
     catch ( const RWFileErr& aFailure )
     {
-        std::filesystem::remove( aBeside, aError );
+        std::filesystem::remove( ToPath( aBeside ), aError );
         ThrowNotWritten( aPath, aFailure.what() );
     }
     catch ( ... )
     {
-        std::filesystem::remove( aBeside, aError );
+        std::filesystem::remove( ToPath( aBeside ), aError );
         throw;
     }
 }

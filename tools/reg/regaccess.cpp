@@ -2,7 +2,7 @@
 
 #include "tools/errors/decodedrecord.h"
 #include "tools/errors/displaytext.h"
-#include "tools/reg/utf16.h"
+#include "tools/systemtext.h"
 #include "tools/talk.h"
 #include "tools/toolfailure.h"
 

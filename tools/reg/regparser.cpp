@@ -2,6 +2,7 @@
 #include "tools/reg/regscanner.h"
 #include "tools/reg/regtext.h"
 #include "tools/reg/utf16.h"
+#include "tools/systemtext.h"
 #include "tools/toolfailure.h"
 
 #include <algorithm>

@@ -2,6 +2,7 @@
 #include "tools/errors/displaytext.h"
 #include "tools/reg/regtext.h"
 #include "tools/reg/utf16.h"
+#include "tools/systemtext.h"
 #include "tools/toolfailure.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Texts as .reg files hold them, and as the system's calls take them.
+// Texts as .reg files hold them.
 #pragma once
 
 #include <string>
@@ -9,7 +9,3 @@
 // pair becomes U+FFFD.
 std::string ToUtf16( std::string_view aUtf8 );
 std::string FromUtf16( std::string_view aBytes ); // an even number of them
-
-// Between UTF-8 and the system's narrow texts, which are UTF-8 on Linux. Result of the first: whether it could say it all.
-bool ToSystemText( std::string& rText );
-std::string FromSystemText( const std::string& aText );

@@ -2,8 +2,8 @@
 #include "tools/jsonline.h"
 #include "tools/reg/commands.h"
 #include "tools/reg/regaccess.h"
-#include "tools/reg/utf16.h"
 #include "tools/reg/valuetext.h"
+#include "tools/systemtext.h"
 #include "tools/talk.h"
 
 #include <memory>

@@ -1,7 +1,7 @@
 #include "tools/reg/valuetext.h"
 
 #include "tools/errors/displaytext.h"
-#include "tools/reg/utf16.h"
+#include "tools/systemtext.h"
 #include "tools/toolfailure.h"
 
 #include <algorithm>

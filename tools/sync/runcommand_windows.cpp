@@ -2,6 +2,7 @@
 #include "tools/errors/decodedrecord.h"
 #include "tools/sync/runcommand.h"
 #include "tools/talk.h"
+#include "tools/terminal.h"
 
 namespace
 {
@@ -41,6 +42,7 @@ int RunCommand( const std::vector<std::string>& aCommand )
     std::string aLine;
     for ( const std::string& rWord : aCommand )
         aLine += ( aLine.empty() ? "" : " " ) + Quoted( rWord );
+    GiveTerminalBack();
     STARTUPINFOA aStartup = {};
     aStartup.cb = sizeof( aStartup );
     PROCESS_INFORMATION aProcess = {};
