@@ -1,5 +1,5 @@
 // MConfig on the Windows 95 family, whose platform id the test gives.
-#include "platform/version.h"
+#include "config/platformid.h"
 #include "support/recorder.h"
 #include "support/scratchfolder.h"
 
@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 
@@ -20,14 +19,14 @@ class Win95Config : public ::testing::Test
 protected:
     Win95Config()
     {
-        setenv( "TMPDIR", m_aTemporary.Path().c_str(), 1 );
-        SetPlatformIdForTest( VER_PLATFORM_WIN32_WINDOWS );
+        SetTemporaryFolder( m_aTemporary.Path() );
+        PretendPlatformId( VER_PLATFORM_WIN32_WINDOWS );
         Write( "1" );
     }
     ~Win95Config() override
     {
-        SetPlatformIdForTest( VER_PLATFORM_WIN32_NT );
-        unsetenv( "TMPDIR" );
+        PretendPlatformId( VER_PLATFORM_WIN32_NT );
+        SetTemporaryFolder( "" );
     }
     void Write( const std::string& strValue ) { WriteBytes( m_strFile, "[a]\nk=" + strValue + "\n" ); }
     MConfig Open() const
@@ -101,15 +100,15 @@ TEST_F( Win95Config, WhatFailsOnTheWayIsReportedAndTheFileItselfRead )
     const Report NO_FILE(
         FROM,
         " Error: !CreateTempFile( szFullTempPath, _T('CFG'), NULL, m_aWin95FName.GetBuffer( MAX_PATH ), MAX_PATH )" );
-    setenv( "TMPDIR", m_aFolder.Path( "missing" ).c_str(), 1 );
+    SetTemporaryFolder( m_aFolder.Path( "missing" ) );
     EXPECT_STREQ( "1", aConfig.ReadKey( "k" ) );
     EXPECT_TRUE( aRecorder.OnlyReports( { NO_FILE } ) );
-    setenv( "TMPDIR", ( "/" + std::string( 300, 'x' ) ).c_str(), 1 );
+    SetTemporaryFolder( "/" + std::string( 300, 'x' ) );
     EXPECT_STREQ( "1", aConfig.ReadKey( "k" ) );
     EXPECT_TRUE( aRecorder.OnlyReport(
         FROM, " Error: GetTempPath( BUF_SIZE( szFullTempPath ), szFullTempPath ) == 0" ) );
 
-    setenv( "TMPDIR", m_aTemporary.Path().c_str(), 1 );
+    SetTemporaryFolder( m_aTemporary.Path() );
     EXPECT_STREQ( "1", aConfig.ReadKey( "k" ) );
     EXPECT_TRUE( aRecorder.Silent() );
     const HANDLE hCopy =

@@ -156,7 +156,7 @@ TEST( RWCString, CopiesInOtherThreadsAreIndependent )
         std::thread aOthers( [&] { OnThreads( 4, Change ); } );
         aSource.setAt( 199, 'y' );
         aOthers.join();
-        EXPECT_EQ( std::string( 199, 's' ) + "y", Text( aSource ) );
+        EXPECT_EQ( std::string( 199, 's' ).append( "y" ), Text( aSource ) );
     }
 }
 
