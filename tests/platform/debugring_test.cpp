@@ -19,6 +19,7 @@
 #include <csignal>
 #include <deque>
 #include <map>
+#include <numeric>
 #include <random>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -79,10 +80,8 @@ std::vector<DebugRingMessage> ReadAll( DebugRingReader& rReader )
 
 uint64_t CountPieces( const std::vector<DebugRingMessage>& aMessages )
 {
-    uint64_t ullPieces = 0;
-    for ( const DebugRingMessage& rMessage : aMessages )
-        ullPieces += rMessage.nPieces;
-    return ullPieces;
+    const auto AddPieces = []( uint64_t ullSum, const DebugRingMessage& r ) { return ullSum + r.nPieces; };
+    return std::accumulate( aMessages.begin(), aMessages.end(), uint64_t{ 0 }, AddPieces );
 }
 } // namespace
 

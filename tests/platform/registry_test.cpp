@@ -376,16 +376,15 @@ TEST( Registry, OutOfMemoryChangesNothing )
     ForEachFailingNew(
         [&]( NewFault& rFault )
         {
-            HKEY hNew = NULL;
             rFault.Arm();
             const LONG lSet =
                 RegSetValueExA( aKey, "n", 0, REG_BINARY, reinterpret_cast<const BYTE*>( "1" ), 1 );
+            TestKey aNew;
             const LONG lMade =
-                lSet != 0 ? 8 : RegCreateKeyExA( aKey, "a\\b", 0, NULL, 0, KEY_READ, NULL, &hNew, NULL );
+                lSet != 0 ? 8 : RegCreateKeyExA( aKey, "a\\b", 0, NULL, 0, KEY_READ, NULL, &aNew.hKey, NULL );
             rFault.Disarm();
             EXPECT_EQ( rFault.Hit() ? 8 : 0, lMade );
             EXPECT_EQ( lSet == 0 ? "1" : "0", GetBytes( aKey, "n" ) );
-            RegCloseKey( hNew );
             RegDeleteKeyA( aKey, "a\\b" );
             RegDeleteKeyA( aKey, "a" );
             SetBytes( aKey, "n", "0" );

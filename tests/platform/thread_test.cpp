@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <pthread.h>
 #include <string>
@@ -123,8 +124,7 @@ TEST( Tls, WithoutMemorySettingFails )
 {
     // Near ones, and far ones, which take memory of their own.
     std::vector<DWORD> aSlots( 70 );
-    for ( DWORD& rdwSlot : aSlots )
-        rdwSlot = TlsAlloc();
+    std::generate( aSlots.begin(), aSlots.end(), TlsAlloc );
     int nValue = 0;
     const auto Set = [&]
     {
@@ -132,16 +132,14 @@ TEST( Tls, WithoutMemorySettingFails )
                TlsGetValue( aSlots.front() ) == &nValue && TlsGetValue( aSlots.back() ) == &nValue;
     };
     // On a thread of its own: faults are a thread's own.
-    const auto SetOnce = [&]( NewFault& rFault )
+    const auto SetTwice = [&]( NewFault& rFault )
     {
         const bool fSet = rFault.During( Set );
-        const DWORD dwError = GetLastError();
+        EXPECT_TRUE( fSet || GetLastError() == ERROR_NOT_ENOUGH_MEMORY );
         EXPECT_EQ( rFault.Hit(), !fSet );
-        EXPECT_TRUE( fSet || dwError == ERROR_NOT_ENOUGH_MEMORY );
         EXPECT_TRUE( Set() );
     };
-    const auto Run = [&]( NewFault& rFault ) { OnOtherThread( [&] { SetOnce( rFault ); } ); };
-    EXPECT_EQ( 2u, ForEachFailingNew( Run ) );
+    EXPECT_EQ( 2u, ForEachFailingNew( [&]( NewFault& r ) { OnOtherThread( [&] { SetTwice( r ); } ); } ) );
     for ( const DWORD dwSlot : aSlots )
         TlsFree( dwSlot );
 }
