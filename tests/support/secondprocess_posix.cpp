@@ -1,5 +1,7 @@
 #include "support/secondprocess.h"
 
+#include <gtest/gtest.h>
+
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
@@ -35,7 +37,10 @@ SecondProcess::SecondProcess( const std::string& strRole, const std::vector<std:
     for ( std::string& strArgument : aLine )
         aPointers.push_back( strArgument.data() );
     aPointers.push_back( NULL );
-    if ( posix_spawn( &m_pState->nProcess, aPointers[0], &aActions, NULL, aPointers.data(), environ ) != 0 )
+    const int nError =
+        posix_spawn( &m_pState->nProcess, aPointers[0], &aActions, NULL, aPointers.data(), environ );
+    EXPECT_EQ( 0, nError ) << aLine[0];
+    if ( nError != 0 )
         m_pState->nProcess = -1;
     posix_spawn_file_actions_destroy( &aActions );
     close( anToRole[0] );

@@ -1,5 +1,7 @@
 #include "support/secondprocess.h"
 
+#include <gtest/gtest.h>
+
 #include <windows.h>
 
 namespace
@@ -56,7 +58,9 @@ SecondProcess::SecondProcess( const std::string& strRole, const std::vector<std:
     aStart.hStdOutput = aFromRole.hWrite;
     aStart.hStdError = GetStdHandle( STD_ERROR_HANDLE );
     std::string strLine = CommandLine( strRole, aArguments, strProgram );
-    CreateProcessA( NULL, strLine.data(), NULL, NULL, TRUE, 0, NULL, NULL, &aStart, &m_pState->aProcess );
+    EXPECT_TRUE( CreateProcessA( NULL, strLine.data(), NULL, NULL, TRUE, 0, NULL, NULL, &aStart,
+                                 &m_pState->aProcess ) )
+        << GetLastError() << " " << strLine;
     CloseHandle( aToRole.hRead );
     CloseHandle( aFromRole.hWrite );
     m_pState->hToRole = aToRole.hWrite;
