@@ -1,14 +1,16 @@
-/* A caller in plain C. Prints how many errors the thread has: one. */
+/* A caller in plain C, in three parts like the one in C++. Prints how many errors the thread has: one. */
+#include "plainparts.h"
+
+#include <bxtools/btree.h>
 #include <bxtools/cerror.h>
 
 #include <stdio.h>
 
 int main( void )
 {
-    ULONG ulCount = 0;
-    if ( !C_SetLastErr( "PACKAGE.USER", 7, 2, "GetFileAttributes failed", "", "missing.txt" ) ||
-         !C_GetAvailableErrorCount( &ulCount ) )
+    /* A text that is no stream, and a handle that is none. */
+    if ( C_IsErrorStream( "" ) || BTreeOnDiskIsStatusOk( NULL ) || !RecordError() )
         return 1;
-    printf( "plain C: %u\n", (unsigned)ulCount );
+    printf( "plain C: %u\n", CountErrors() );
     return 0;
 }
