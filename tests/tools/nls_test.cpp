@@ -1,6 +1,8 @@
 // bxtool nls and bxtool errors explain: language files, release files, and what users read.
 #include "tools/runprogram.h"
 
+#include <bxtools/wintypes.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -96,7 +98,9 @@ TEST_F( NlsTool, CheckNamesEachFaultWithItsPlace )
             "16: the bracket begins a help section and is not closed: this error cannot be translated\n" } },
         { "3=\"x;y", { "3: a quote begins this text" } },
         { "[g]", { "1: group [g] is there already, in line 4\n" } },
-        { "4=\xFF;y", { "3: \"\xEF\xBF\xBD\" is not UTF-8\n" } },
+        { "4=\xFF;y",
+          { MYCH_DELIMDIR == '/' ? "3: \"\xEF\xBF\xBD\" is not UTF-8\n"
+                                 : "3: \"\xC3\xBF\" is not UTF-8\n" } },
         { "\"5=a\"b;\"open",
           { "6: text behind the closing quote is not read", "8: this quote is not closed" } },
     };

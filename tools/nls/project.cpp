@@ -17,12 +17,14 @@ namespace
 
 std::vector<std::string> FindLanguageFiles( const std::string& aFolder )
 {
+    const std::string aStart =
+        aFolder + ( aFolder.ends_with( '/' ) || aFolder.ends_with( MYCH_DELIMDIR ) ? "" : "/" );
     std::vector<std::string> aPaths;
     try
     {
         for ( const auto& rEntry : std::filesystem::directory_iterator( ToPath( aFolder ) ) )
             if ( UpperCase( FromPath( rEntry.path().extension() ) ) == ".CSV" && !rEntry.is_directory() )
-                aPaths.push_back( FromPath( rEntry.path() ) );
+                aPaths.push_back( aStart + FromPath( rEntry.path().filename() ) );
     }
     catch ( const std::filesystem::filesystem_error& aError )
     {
