@@ -25,7 +25,7 @@ inline std::filesystem::path OwnProgram()
 struct NamedProgram
 {
     explicit NamedProgram( const std::string& strWhat )
-        : strName( "Bx-" + strWhat + "-" + std::to_string( GetCurrentProcessId() ) + ".exe" ),
+        : strName( "Bx-" + std::to_string( GetCurrentProcessId() ) + "-" + strWhat + ".exe" ),
           strPath( ( OwnProgram().parent_path() / strName ).string() )
     {
         std::filesystem::copy_file( OwnProgram(), strPath );
