@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
 #include <semaphore>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -38,13 +37,6 @@ bool OtherThreadTakes( CRITICAL_SECTION& rSection )
     OnOtherThread( Try );
     return fTaken;
 }
-
-// In a child and in a child's child.
-void ExpectInChildren( const std::function<int()>& aChecks )
-{
-    EXPECT_EQ( 0, InChild( aChecks ) );
-    EXPECT_EQ( 0, InChild( [&] { return InChild( aChecks ); } ) );
-}
 } // namespace
 
 TEST( Fork, LocksOfLostThreadsAreFree )
@@ -64,48 +56,34 @@ TEST( Fork, LocksOfLostThreadsAreFree )
             aLeave.acquire();
         } );
     aHeld.acquire();
-    ExpectInChildren(
-        [&]
-        {
-            EnterCriticalSection( &aEntered );
-            if ( !TryEnterCriticalSection( &aTried ) )
-                return 1;
-            if ( OtherThreadTakes( aEntered ) || OtherThreadTakes( aTried ) )
-                return 2;
-            // How often the lost thread had entered is forgotten.
-            LeaveCriticalSection( &aEntered );
-            LeaveCriticalSection( &aTried );
-            return OtherThreadTakes( aEntered ) && OtherThreadTakes( aTried ) ? 0 : 3;
-        } );
+    const auto Take = [&]
+    {
+        EnterCriticalSection( &aEntered );
+        if ( !TryEnterCriticalSection( &aTried ) )
+            return 1;
+        if ( OtherThreadTakes( aEntered ) || OtherThreadTakes( aTried ) )
+            return 2;
+        // How often the lost thread had entered is forgotten.
+        LeaveCriticalSection( &aEntered );
+        LeaveCriticalSection( &aTried );
+        return OtherThreadTakes( aEntered ) && OtherThreadTakes( aTried ) ? 0 : 3;
+    };
+    EXPECT_EQ( 0, InChild( Take ) );
+    EXPECT_EQ( 0, InChild( [&] { return InChild( Take ); } ) );
     EXPECT_FALSE( TryEnterCriticalSection( &aEntered ) );
     aLeave.release();
     aHolder.join();
 }
 
-TEST( Fork, OwnLocksAndIdsStayOwn )
+TEST( Fork, IdsAreThoseOfTheChild )
 {
-    CRITICAL_SECTION aOwn{};
-    EnterCriticalSection( &aOwn );
-    ExpectInChildren(
-        [&]
-        {
-            if ( !TryEnterCriticalSection( &aOwn ) )
-                return 1;
-            LeaveCriticalSection( &aOwn );
-            if ( OtherThreadTakes( aOwn ) )
-                return 2;
-            LeaveCriticalSection( &aOwn );
-            return OtherThreadTakes( aOwn ) ? 0 : 3;
-        } );
-    LeaveCriticalSection( &aOwn );
-    const auto CheckIds = []
+    const auto AreOwn = []
     {
-        return GetCurrentProcessId() != static_cast<DWORD>( getpid() ) ||
-               GetCurrentThreadId() != static_cast<DWORD>( gettid() );
+        return GetCurrentProcessId() == static_cast<DWORD>( getpid() ) &&
+               GetCurrentThreadId() == static_cast<DWORD>( gettid() );
     };
-    EXPECT_EQ( 0, CheckIds() );
-    EXPECT_EQ( 0, InChild( CheckIds ) );
-    EXPECT_EQ( 0, CheckIds() );
+    EXPECT_TRUE( AreOwn() );
+    EXPECT_EQ( 0, InChild( [&] { return !AreOwn(); } ) );
 }
 
 TEST( Fork, HandlesOfTheParentAreNone )

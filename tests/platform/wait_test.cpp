@@ -332,17 +332,9 @@ TEST( Wait, ABlockedOneUsesNoTimeAndIsNotEarly )
     }
 }
 
-TEST( Wait, BellsGoWithTheirListeners )
+TEST( Wait, ABellGoesWithItsListenerNotWithAChild )
 {
-    const Handles aEvents( Names{ "signal", "silent" } );
     SweepSharedBells( NamespaceScope::Local );
-    Waiter aListener( "any", { "signal", "silent" } );
-    EXPECT_EQ( 1, BellFiles() );
-    SetEvent( aEvents[0] );
-    EXPECT_EQ( "0", aListener.Result() );
-    aListener.End();
-    EXPECT_EQ( 0, BellFiles() );
-
     // A child of fork does not listen in its parent's place.
     SecondProcess aForker( "forker", { "signal", "silent" } );
     const pid_t nChild = std::stoi( aForker.ReadLine() );
