@@ -182,6 +182,7 @@ TEST_F( ConfigTest, WhatExceedsTheBoundIsReported )
         " Error: !( fStat = ReadAll( &m_pKeyBuff, &m_KeyBufLen, &m_pSecondKeyBuff, &m_SecondKeyBufLen, '', SAFE_READ_KEY ) )" );
     EXPECT_FALSE( aConfig.KeyExists( "key10000" ) );
     EXPECT_TRUE( m_aRecorder.OnlyReports( { NOT_EXPANDED, NOT_READ, NO_KEYS, NO_COUNT } ) );
+    aOutput.Take();
 
     USHORT uRead = 0, uOffset = 0;
     TCHAR szBuffer[] = "12\0003";

@@ -10,32 +10,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
 
 namespace
 {
 
 constexpr int ROLE_DONE = 7;
-
-BX_ROLE( end_while_threads_call )
-{
-    StartEndlessCallers( 4 );
-    const auto End = []
-    {
-        GetThreadSpecialObject( &CreatePlain, &DeletePlain );
-        std::exit( ROLE_DONE );
-    };
-    if ( Arguments.at( 0 ) == "other" )
-        OnOtherThread( End );
-    End();
-    return 0;
-}
-
-TEST( Lifecycle, AnyThreadMayEndTheProcessWhileOthersCallIn )
-{
-    for ( int nRound = 0; nRound < 10; ++nRound )
-        EXPECT_EQ( ROLE_DONE, RunInRole( "end_while_threads_call", { nRound % 2 ? "other" : "main" } ) );
-}
 
 BX_ROLE( last_function_call )
 {

@@ -1,11 +1,7 @@
 #include "core/servedobjects.h"
 
-#include "core/dllglobals.h"
-#include "support/leftovers.h"
-
 #include <atomic>
 #include <mutex>
-#include <thread>
 #include <utility>
 
 namespace
@@ -57,26 +53,4 @@ LPVOID DLL_EXPORT CreateA() { return Make( "a" ); }
 LPVOID DLL_EXPORT CreateB() { return Make( "b" ); }
 BOOL DLL_EXPORT DeleteA( LPVOID pObject ) { return Destroy( pObject ); }
 BOOL DLL_EXPORT DeleteB( LPVOID pObject ) { return Destroy( pObject ); }
-LPVOID DLL_EXPORT CreatePlain() { return new char( 'p' ); }
-LPVOID DLL_EXPORT CreateOtherPlain() { return new char( 'o' ); }
-BOOL DLL_EXPORT DeletePlain( LPVOID pObject ) { delete static_cast<char*>( pObject ); return TRUE; }
 // clang-format on
-
-void StartEndlessCallers( int nThreads )
-{
-    AllowLeftovers();
-    static std::atomic<int> nInside{ 0 };
-    const auto Call = []
-    {
-        GetThreadSpecialObject( &CreatePlain, &DeletePlain );
-        for ( ++nInside;; aGlobalDllObject.OnThreadDETACH() )
-        {
-            GetThreadSpecialObject( &CreatePlain, &DeletePlain );
-            GetThreadSpecialObject( &CreateOtherPlain, &DeletePlain );
-        }
-    };
-    for ( int nThread = 0; nThread < nThreads; ++nThread )
-        std::thread( Call ).detach();
-    while ( nInside < nThreads )
-        std::this_thread::yield();
-}

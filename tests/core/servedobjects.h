@@ -18,14 +18,6 @@ BOOL DLL_EXPORT DeleteA( LPVOID pObject );
 LPVOID DLL_EXPORT CreateB();
 BOOL DLL_EXPORT DeleteB( LPVOID pObject );
 
-// Two pairs without a record, which needs a lock and goes before a process's last thread.
-LPVOID DLL_EXPORT CreatePlain();
-LPVOID DLL_EXPORT CreateOtherPlain();
-BOOL DLL_EXPORT DeletePlain( LPVOID pObject );
-
-// Starts threads that make and destroy plain objects of the library's registry until the process ends under them.
-void StartEndlessCallers( int nThreads );
-
 // What a request reports where there is no slot.
 inline constexpr char SPECIAL_HEADER[] =
     "From LPVOID DLLMainGlobalThreadData::GetThreadSpecialObject( CreateThreadElemFuc pCreateFunc, DeleteThreadElemFuc pDeleteFunc )";

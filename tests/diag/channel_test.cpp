@@ -156,19 +156,17 @@ TEST( Channel, IsSetUpOnceAndRefusesBadNames )
     EXPECT_FALSE( Send( aSender, { "x" } ) ) << "without a name";
     EXPECT_TRUE( aSender.Init( NAME, 1, 0, NULL, NULL ) );
     EXPECT_FALSE( Send( aSender, { "x" } ) ) << "without a receiver";
-    const Report aFailure = { SENDS, " Error: !CheckInitState()" };
-    EXPECT_TRUE( aRecorder.OnlyReports( { aFailure, aFailure } ) );
-
     const Objects aObjects;
     for ( const std::string& strName : { std::string(), std::string( 10000, 'n' ), std::string( "a\\b" ) } )
     {
         EXPECT_TRUE( aSender.Init( strName.c_str(), 0, 0, NULL, NULL ) );
         EXPECT_FALSE( aSender.ReceiverWaitsForData() ) << strName;
-        EXPECT_TRUE( aRecorder.OnlyReport( RECEIVES, " Error: !CheckInitState()" ) );
     }
+    const Report aNotSent( SENDS, " Error: !CheckInitState()" );
+    const Report aNotReceived( RECEIVES, " Error: !CheckInitState()" );
+    EXPECT_TRUE( aRecorder.OnlyReports( { aNotSent, aNotSent, aNotReceived, aNotReceived, aNotReceived } ) );
     EXPECT_TRUE( aSender.IsRunLoop() );
     EXPECT_FALSE( aSender.StopWaitingForData() || aSender.IsRunLoop() );
-    EXPECT_TRUE( aRecorder.Silent() );
 }
 
 TEST( Channel, VectorsArriveWholeAndWhatIsTooLargeIsRefused )
@@ -197,7 +195,6 @@ TEST( Channel, VectorsArriveWholeAndWhatIsTooLargeIsRefused )
         EXPECT_TRUE( Send( aSender, aSent[i] ) );
     EXPECT_TRUE( aReceiving.Wait() == aSent );
     EXPECT_TRUE( aReceiving.m_fResult );
-    EXPECT_TRUE( aRecorder.Silent() );
 }
 
 TEST( Channel, BytesAreAsTheyAreDrawnAndWhatIsNoneIsRefused )

@@ -41,9 +41,14 @@ protected:
             m_aRegistry.SetValue( "Out", MString( pOut ) );
         if ( pLevel != NULL )
             m_aRegistry.SetValue( "Level", MString( pLevel ) );
+    }
+    void ExpectRead( BOOL fOn, ULONG ulLevel )
+    {
         SetDebugEnabled( FALSE );
         SetDebugLevel( 0xFFFF );
         OnGlobalValuesChanged();
+        EXPECT_EQ( fOn, IsDbgMessage() );
+        EXPECT_EQ( ulLevel, GetDebugLevel() );
     }
 
     CRegistry m_aRegistry;
@@ -64,10 +69,9 @@ TEST_F( DebugSettings, AreReadToTheLetter )
               Case{ "1", "3;ALL;0123456789012345678901234567890123456789012", TRUE, 0x100 }, // 49 characters
           } )
     {
+        SCOPED_TRACE( pLevel );
         Store( pOut, pLevel );
-        EXPECT_EQ( fOn, IsDbgMessage() ) << pOut;
-        EXPECT_EQ( ulLevel, GetDebugLevel() ) << pLevel;
-        EXPECT_TRUE( aRecorder.Silent() );
+        ExpectRead( fOn, ulLevel );
     }
 }
 
@@ -76,30 +80,22 @@ TEST_F( DebugSettings, ReportWhatIsMissingAndLeaveMessagesOn )
     DebugRecorder aRecorder;
     m_aRegistry.DeleteKey( DEBUG_SETTINGS_KEY );
     SetLastError( 4711 );
-    SetDebugEnabled( FALSE );
-    SetDebugLevel( 0xFFFF );
-    OnGlobalValuesChanged();
+    ExpectRead( TRUE, 0 );
     EXPECT_EQ( 4711u, GetLastError() );
-    EXPECT_TRUE( aRecorder.OnlyReport(
-        HEADER,
-        " Error: !aCRegistry.Open( aRoot, (CRegistry::CreatePermissions)( CRegistry::permissionRead ) )"
-        "aRoot = Software\\Q.R.N. GmbH\\brindlex\\1.0\\DBG" ) );
-    EXPECT_EQ( TRUE, IsDbgMessage() );
-    EXPECT_EQ( 0u, GetDebugLevel() );
-
     Store( NULL, NULL );
+    ExpectRead( TRUE, 0 );
     EXPECT_TRUE( aRecorder.OnlyReports(
         { { HEADER,
+            " Error: !aCRegistry.Open( aRoot, (CRegistry::CreatePermissions)( CRegistry::permissionRead ) )"
+            "aRoot = Software\\Q.R.N. GmbH\\brindlex\\1.0\\DBG" },
+          { HEADER,
             " Error: !aCRegistry.GetValue( QRN_CTRL_REG_DBG_OUT, stTemp ) QRN_CTRL_REG_DBG_OUT = Out" },
           { HEADER,
             " Error: !aCRegistry.GetValue( QRN_CTRL_REG_DBG_LEVEL, stTemp ) QRN_CTRL_REG_DBG_LEVEL = Level" } } ) );
-    EXPECT_EQ( TRUE, IsDbgMessage() );
-    EXPECT_EQ( 0u, GetDebugLevel() );
 
     // Cut to 49 characters, so the last item is a 1.
     Store( "No", ( "2;" + std::string( 45, 'x' ) + ";15" ).c_str() );
-    EXPECT_EQ( TRUE, IsDbgMessage() );
-    EXPECT_EQ( 0x11u, GetDebugLevel() );
+    ExpectRead( TRUE, 0x11 );
     const std::string strReports = aRecorder.Take();
     EXPECT_NE( std::string::npos,
                strReports.find( " Error: !SafeCopy( szBuff1, stTemp, BUF_SIZE( szBuff1 ) )\r\n" ) )
@@ -155,4 +151,5 @@ TEST( DebugMonitor, GetsTheMessagesOneByOneWhereTheSystemDoesNotServeIt )
     // Neither monitor is there any more: nothing waits for it.
     DebugMessage( "M", NULL, "nobody looks any more" );
     ServeDebugMonitor( false );
+    aRecorder.Take();
 }

@@ -14,13 +14,6 @@
 namespace
 {
 
-constexpr char INIT[] = "From BOOL ErrObjectClient::Init( MString& aTransText )";
-constexpr char TRANSLATE[] = "From BOOL ErrObjectClient::GetTranslatedErrText( MString& aTransText )";
-constexpr char FORMAT[] =
-    "From BOOL ErrObjectClient::FormatErrorMessage( MString& aTransText, const MString& aText )";
-constexpr char HELP[] =
-    "From BOOL ErrObjectClient::SetupHelpData( MString& aTranslatedErrMsg, BOOL fCutOffOnly )";
-
 // Texts in a folder of their own, in the languages 49 and 44.
 class ErrClient : public testing::Test
 {
@@ -156,7 +149,10 @@ TEST_F( ErrClient, PlacesWithoutTheirParametersAreReportedAndLeft )
         EXPECT_TRUE( aClient.GetTranslatedErrText( aText ) );
         EXPECT_EQ( "\r\nFile % not found on %.\r\n" + Block( "CLASS", "1 (hex: 0x00000001)", "The test" ),
                    ToText( aText ) );
-        EXPECT_EQ( FORMAT + strReason, Dump( aClient ) );
+        EXPECT_EQ(
+            "From BOOL ErrObjectClient::FormatErrorMessage( MString& aTransText, const MString& aText )" +
+                strReason,
+            Dump( aClient ) );
     }
 
     // Another token, of several characters: percent signs are signs as others.
@@ -206,11 +202,10 @@ TEST_F( ErrClient, HelpIsCutOutOfTheMessage )
     EXPECT_FALSE( aClient.GetTranslatedErrText( aText ) );
     EXPECT_STREQ( "unchanged", aText );
     EXPECT_EQ(
-        HELP +
-            std::string(
-                " Error: aTranslatedErrMsg.FindStr( ERR_NLS_MAPPING_SEC_END, lStartIndex ) failed -> wrong format in current NLS error message string" ) +
-            INIT + " Error: !SetupHelpData( m_aTranslatedErrMsg, FALSE )" + TRANSLATE +
-            " Error: !Init( aTransText )",
+        "From BOOL ErrObjectClient::SetupHelpData( MString& aTranslatedErrMsg, BOOL fCutOffOnly )"
+        " Error: aTranslatedErrMsg.FindStr( ERR_NLS_MAPPING_SEC_END, lStartIndex ) failed -> wrong format in current NLS error message string"
+        "From BOOL ErrObjectClient::Init( MString& aTransText ) Error: !SetupHelpData( m_aTranslatedErrMsg, FALSE )"
+        "From BOOL ErrObjectClient::GetTranslatedErrText( MString& aTransText ) Error: !Init( aTransText )",
         Dump( aClient ) );
 }
 
@@ -279,4 +274,5 @@ TEST_F( ErrClient, AStreamGoesToTheDebugMessagesTranslated )
     EXPECT_TRUE( C_OnDebugErrorStream( "no stream", "APP", "header", "text " ) );
     EXPECT_EQ( "APP -> header\r\ntext no stream\r\n", Written( aDebug ) );
     EXPECT_TRUE( C_OnDebugErrorStream( NULL, NULL, NULL, NULL ) );
+    aDebug.Take();
 }

@@ -31,7 +31,6 @@ void ExpectShown()
     EXPECT_TRUE( DisplayError( reinterpret_cast<HWND>( &aCall ), FALSE ) );
     EXPECT_FALSE( aCall.fModeless );
     EXPECT_EQ( "", aCall.strStream ) << "taken the first time";
-    EXPECT_TRUE( aDebug.Silent() );
 }
 
 // The error is gone all the same.

@@ -64,6 +64,14 @@ inline std::string NumberedRecord( size_t uNumber )
     return "1.0.0+?+TEST.CLASS+?+" + std::to_string( uNumber ) + "+?+0+?+origin+?++?+";
 }
 
+inline Texts NumberedRecords( size_t uCount )
+{
+    Texts aRecords;
+    for ( size_t u = 0; u < uCount; ++u )
+        aRecords.push_back( NumberedRecord( u ) );
+    return aRecords;
+}
+
 // A text cut at every length, and with every byte replaced by each of strPut.
 inline Texts Damaged( const std::string& strWhole, const std::string& strPut )
 {

@@ -362,5 +362,6 @@ TEST( OutOfMemory, FileOperationsFailOrSucceedAndLoseNothing )
             EXPECT_TRUE( fLine ) << "lines need no memory";
             EXPECT_TRUE( !fDone || ReadBytes( strCopy ) == ReadBytes( strSource ) );
             EXPECT_EQ( lBefore, NewOutstanding() );
+            aRecorder.TakeReports();
         } );
 }

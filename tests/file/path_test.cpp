@@ -284,4 +284,5 @@ TEST( OutOfMemory, TemporaryFilesAreMadeOrNot )
             EXPECT_EQ( fDone != FALSE, fs::remove( szPath ) );
             EXPECT_TRUE( fs::is_empty( aFolder.Path() ) );
         } );
+    aRecorder.Take();
 }

@@ -8,6 +8,8 @@
 namespace
 {
 
+using namespace std::string_literals;
+
 constexpr char HEADER_FROM[] =
     "From BOOL MyErrNlsInterFaceConfig::internalGetLanguageHeader( const MString& aFileName, MString& aNlsHeader, LanguageCodeList* pList )";
 constexpr char KEY_FROM[] =
@@ -78,11 +80,12 @@ TEST_F( LanguageFile, HeaderNamesTheCodesInAnyFormAndSaysWhatIsWrong )
     std::filesystem::resize_file( Path(), 50u << 20 );
     DebugRecorder aRecorder;
     EXPECT_EQ( "-", Codes() );
-    EXPECT_TRUE( aRecorder.OnlyReport( HEADER_FROM, " Error: !GetLanguageHeader( aFileName, aNlsHeader )" ) );
     MString aHeader;
     EXPECT_FALSE( MyErrNlsInterFaceConfig( Path().c_str() )
                       .internalGetLanguageHeader( Path().c_str(), aHeader, NULL ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( HEADER_FROM, " Error: pList == NULL" ) );
+    EXPECT_TRUE(
+        aRecorder.OnlyReports( { { HEADER_FROM, " Error: !GetLanguageHeader( aFileName, aNlsHeader )" },
+                                 { HEADER_FROM, " Error: pList == NULL" } } ) );
 }
 
 TEST_F( LanguageFile, TextIsThatOfTheCodesColumnAndWholeWithoutOne )
@@ -109,23 +112,21 @@ TEST_F( LanguageFile, TextIsThatOfTheCodesColumnAndWholeWithoutOne )
 
 TEST_F( LanguageFile, WithoutHeaderItIsReadTwiceAndSaysSo )
 {
-    const std::string strBroken = "Broken\n[S]\nTITLE=Titel;Title\n";
-    WriteFile( "A.CSV", strBroken );
+    const std::string strTexts = "\n[S]\nTITLE=Titel;Title\n";
+    WriteFile( "A.CSV", "Broken" + strTexts );
     MyCfgFiles aFiles( "", m_aFolder.Path().c_str() );
     const Report aNoColumns( HEADER_FROM, NO_COLUMNS + Path() );
+    const Report aFirst(
+        KEY_FROM, " Error: !internalGetLanguageHeader(...) -> wrong header format of file = " + Path() );
     const Report aSecond( KEY_FROM,
                           " Error: !m_usAttemptsCount > 1 -> wrong header format of file = " + Path() );
     DebugRecorder aRecorder;
-    EXPECT_EQ( "+Titel;Title", Read( aFiles, "A.S", "TITLE", "049" ) );
-    EXPECT_TRUE( aRecorder.OnlyReports(
-        { aNoColumns,
-          { KEY_FROM,
-            " Error: !internalGetLanguageHeader(...) -> wrong header format of file = " + Path() } } ) );
-    EXPECT_EQ( "+Titel;Title", Read( aFiles, "A.S", "TITLE", "049" ) );
-    EXPECT_TRUE( aRecorder.OnlyReports( { aNoColumns, aSecond } ) );
-    WriteFile( "A.CSV", "Key;049\n[S]\nTITLE=Titel;Title\n" );
-    EXPECT_EQ( "+Titel;Title", Read( aFiles, "A.S", "TITLE", "049" ) );
-    EXPECT_TRUE( aRecorder.OnlyReports( { aSecond } ) );
+    for ( const std::string& strHeader : { "Broken"s, "Broken"s, "Key;049"s } )
+    {
+        WriteFile( "A.CSV", strHeader + strTexts );
+        EXPECT_EQ( "+Titel;Title", Read( aFiles, "A.S", "TITLE", "049" ) );
+    }
+    EXPECT_TRUE( aRecorder.OnlyReports( { aNoColumns, aFirst, aNoColumns, aSecond, aSecond } ) );
 }
 
 TEST_F( LanguageFile, SectionsNameTheirFileAndEveryLoadedOneIsAsked )

@@ -1,5 +1,4 @@
 // The exported functions: LoadNlsString and its kin.
-#include "nls/nlslookup.h"
 #include "nls/nlssupport.h"
 
 namespace
@@ -49,7 +48,6 @@ protected:
         EXPECT_TRUE( aRecorder.OnlyReport( "From LoadNlsString(...)",
                                            strNote + " Key not found, Key = " + strCode + ".A.COM.NONE" ) );
         EXPECT_EQ( "nur hier", Load( "a.s", "only", "a.com" ) );
-        EXPECT_TRUE( aRecorder.Silent() );
     }
 };
 
@@ -66,23 +64,6 @@ TEST_F( NlsApi, TextsComeFromTheSectionThenFromTheCommonOneInEitherMode )
                { m_strCode + "A.COMTITLE", "x" } } );
     LookUp();
     Note( m_strCode );
-}
-
-TEST_F( NlsApi, LookupSaysWhyThereIsNoText )
-{
-    SetNlsSettings( &m_aSettings );
-    const NlsText aNull = LookUpNlsText( "A.S", NULL, NULL );
-    EXPECT_EQ( NULL, aNull.pText );
-    EXPECT_STREQ( " Error: pstKey == NULL", aNull.pError );
-    const char* const pEmpty = "";
-    const NlsText aEmpty = LookUpNlsText( "A.S", NULL, pEmpty );
-    EXPECT_EQ( pEmpty, aEmpty.pText );
-    EXPECT_STREQ( " Error: *pstKey == NIL", aEmpty.pError );
-    m_aSettings.fEditMode = FALSE;
-    SetNlsSettings( &m_aSettings );
-    EXPECT_STREQ(
-        " Error: !( bStat = pLocalNLSServer->ReadStringValue( stLocalSec, stLocalKey, TRUE, &bFound, &pstRet, pFullKey ) )",
-        LookUpNlsText( "A.S", NULL, "Key" ).pError );
 }
 
 TEST_F( NlsApi, PlainCGetsWhatFitsAndTheSizeOfTheWhole )

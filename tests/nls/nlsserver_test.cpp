@@ -15,9 +15,6 @@ namespace
 constexpr char SETTINGS_FROM[] = "From void GetNlsContentsFromIniFile(...)";
 constexpr char CODE_FROM[] =
     "From BOOL CheckCountryCode( USHORT* pCountryCode, MString* pstCountryCode, BOOL fSetDefault )";
-constexpr char SERVER_FROM[] = "From NLSServer::NLSServer(...)";
-constexpr char CHECK_FROM[] = "From BOOL NLSServer::CheckReleaseFile( BOOL fExistanceOnly )";
-constexpr char NO_RELEASE_FILE[] = " Error: !FileExists( m_stReleaseFile, FILE_ACCESS_READWRITE, NULL, 0 )";
 
 class NlsServer : public NlsTest
 {
@@ -116,10 +113,11 @@ TEST_F( NlsServer, CountryCodesHaveThreeDigitsAndADefault )
     USHORT usCode = 5;
     MString stCode;
     EXPECT_FALSE( CheckCountryCode( &usCode, &stCode, FALSE ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( CODE_FROM, " Error: (*pstCountryCode).IsEmpty()" ) );
     stCode = "4x";
     EXPECT_FALSE( CheckCountryCode( &usCode, &stCode, FALSE ) );
-    EXPECT_TRUE( aRecorder.OnlyReport( CODE_FROM, " Error: !aTempStr.IsNumeric()" + NotSupported( "4x" ) ) );
+    EXPECT_TRUE(
+        aRecorder.OnlyReports( { { CODE_FROM, " Error: (*pstCountryCode).IsEmpty()" },
+                                 { CODE_FROM, " Error: !aTempStr.IsNumeric()" + NotSupported( "4x" ) } } ) );
     EXPECT_EQ( 5, usCode );
     EXPECT_STREQ( "4x", stCode );
 }
@@ -134,16 +132,17 @@ TEST_F( NlsServer, OutsideEditModeTheRegistryGivesNoTexts )
     SetLastError( 4711 );
     EXPECT_EQ( "Title", Load( "A.S", "Title" ) );
     EXPECT_EQ( 4711u, GetLastError() );
+    Store( "Yes", m_aFolder.Path(), m_strCode );
+    EXPECT_EQ( "Title", Load( "A.S", "Title" ) ); // the thread's server has its settings
     const Report aUnusable(
         "From BOOL NLSServer::ReadStringValue( LPCTSTR pstSec, LPCTSTR pstKey, BOOL bWithCountryCode, BOOL* pbFound, DATABUFTYPE* ppData, MString* pFullKey )",
         " Error: !IsStatusOk()" );
-    EXPECT_TRUE( aRecorder.OnlyReports( { { CHECK_FROM, NO_RELEASE_FILE },
-                                          { SERVER_FROM, " Error: !CheckReleaseFile( fExistanceOnly )" },
-                                          aUnusable } ) );
-    EXPECT_EQ( "Title", Load( "A.S", "Title" ) );
-    EXPECT_TRUE( aRecorder.OnlyReports( { aUnusable } ) );
-    Store( "Yes", m_aFolder.Path(), m_strCode );
-    EXPECT_EQ( "Title", Load( "A.S", "Title" ) ); // the thread's server has its settings
+    EXPECT_TRUE( aRecorder.OnlyReports(
+        { { "From BOOL NLSServer::CheckReleaseFile( BOOL fExistanceOnly )",
+            " Error: !FileExists( m_stReleaseFile, FILE_ACCESS_READWRITE, NULL, 0 )" },
+          { "From NLSServer::NLSServer(...)", " Error: !CheckReleaseFile( fExistanceOnly )" },
+          aUnusable,
+          aUnusable } ) );
     SetNlsSettings( NULL );
     EXPECT_EQ( "Titel", Load( "A.S", "Title" ) );
 }

@@ -1,7 +1,6 @@
 // What the tests of the texts have in common: a folder of language files, and settings that lead there.
 #pragma once
 
-#include "nls/country.h"
 #include "support/recorder.h"
 #include "support/scratchfolder.h"
 
@@ -11,7 +10,18 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <string>
+
+// The country of the system, where its variables tell it; on Windows it stays that of the user.
+inline void UseLocale( const char* pLocale )
+{
+    // The environment keeps the text itself.
+    static char szVariable[40];
+    std::snprintf( szVariable, sizeof( szVariable ), "LC_ALL=%s", pLocale );
+    putenv( szVariable );
+}
 
 class NlsTest : public ::testing::Test
 {
@@ -31,7 +41,7 @@ protected:
     ~NlsTest() override
     {
         SetNlsSettings( NULL );
-        UseLocale( NULL );
+        UseLocale( "" );
     }
 
     void WriteFile( const std::string& strName, const std::string& strText )

@@ -375,9 +375,9 @@ TEST( SingleThread, AnOperationWithinAnotherIsLetIn )
 
 TEST( SingleThread, WhatCannotBeginIsReported )
 {
-    DebugRecorder aRecorder;
     Work aWork( GoOn );
     SingleThread aThread( NULL );
+    DebugRecorder aRecorder;
     EXPECT_FALSE( aThread.Begin() );
     EXPECT_TRUE( aRecorder.OnlyReport( BEGIN, " Error: m_pWorkerThreadBase == NULL" ) );
     EXPECT_TRUE( aThread.SetContextBase( &aWork ) );
@@ -408,6 +408,7 @@ TEST( SingleThread, WhatCannotBeginIsReported )
     EXPECT_FALSE( aThread.SetContextBase( NULL ) || aThread.SetThreadCreateFunc( NULL ) );
     EXPECT_FALSE( SingleThread( aThread ).PostMessage( WM_APP, 0, 0 ) );
     EXPECT_TRUE( aOther.SetContextBase( &aWork ) && aThread.IsRunning() );
+    aRecorder.Take();
 }
 
 TEST( SingleThread, ThousandsLeaveNothingBehind )

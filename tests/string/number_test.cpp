@@ -108,10 +108,11 @@ TEST( Number, PointsAndExponentsAreReadAsTheCLibraryReadsThem )
     aSafe.SetFuncPtr( &HookRecorder::Debug, NULL );
     aSafe.SetSafeMode( TRUE );
     EXPECT_EQ( 1e25, static_cast<double>( aSafe ) );
-    EXPECT_TRUE( aHooks.OnlyReport(
-        "(null)",
-        "From BOOL MString::IsValidFloatRange( int nType ) const -> !!!!!!!!!!! THIS FUNCTION NEEDS SOME CODING !!!!!!!!!!!" ) );
     EXPECT_EQ( 1e25f, static_cast<float>( aSafe ) );
+    const Report aToDo(
+        "(null)",
+        "From BOOL MString::IsValidFloatRange( int nType ) const -> !!!!!!!!!!! THIS FUNCTION NEEDS SOME CODING !!!!!!!!!!!" );
+    EXPECT_TRUE( aHooks.OnlyReports( { aToDo, aToDo } ) );
 }
 
 TEST( Number, DoublesAreWrittenToTheLetter )

@@ -75,6 +75,7 @@ DebugRecorder::DebugRecorder()
 
 DebugRecorder::~DebugRecorder()
 {
+    EXPECT_TRUE( Silent() );
     EndDebugCapture();
 }
 

@@ -4,7 +4,8 @@
 //     EXPECT_EQ( NULL, MyTCHARFactory( 0xFFFFFFFF ) );
 //     EXPECT_TRUE( aRecorder.OnlyReport( "From ... MyTCHARFactory( ULONG ulSize )", " Error: ..." ) );
 //
-// A check takes what it has looked at, so that the next one sees only what came after.
+// A check takes what it has looked at, so that the next one sees only what came after. What is left when the recorder
+// goes is a failure of the test: nobody expected it.
 #pragma once
 
 #include <bxtools/baseobject.h>
@@ -46,6 +47,7 @@ class HookRecorder
 {
 public:
     HookRecorder();
+    ~HookRecorder() { EXPECT_TRUE( Silent() ); }
     HookRecorder( const HookRecorder& ) = delete;
     HookRecorder& operator=( const HookRecorder& ) = delete;
 

@@ -1,3 +1,0 @@
-#include "nls/country.h"
-
-void UseLocale( const char* ) {}
