@@ -112,21 +112,6 @@ BX_ROLE( user_ends_after_unload )
     return Result();
 }
 
-BX_ROLE( user_ends_before_unload )
-{
-    DebugRecorder aDebug;
-    // Loaded once more, it serves as before.
-    for ( const bool fAgain : { false, true } )
-    {
-        const LoadedBXTools hLibrary = Load( aDebug );
-        EXPECT_TRUE( !fAgain || UseLibrary( hLibrary ) );
-        OnOtherThread( [&] { EXPECT_TRUE( UseLibrary( hLibrary ) ); } );
-        EXPECT_TRUE( UnloadBXTools( hLibrary ) );
-    }
-    EXPECT_TRUE( aDebug.Silent() );
-    return Result();
-}
-
 BX_ROLE( many_load_and_unload )
 {
     AllowLeftovers();
@@ -162,8 +147,7 @@ BX_ROLE( exit_while_threads_use_it )
 
 TEST( Load, ThreadsMayUseItUnloadItAndEndInAnyOrder )
 {
-    for ( const char* pRole :
-          { "user_ends_after_unload", "user_ends_before_unload", "many_load_and_unload" } )
+    for ( const char* pRole : { "user_ends_after_unload", "many_load_and_unload" } )
         EXPECT_EQ( ROLE_DONE, RunInRole( pRole ) ) << pRole;
     for ( int nRound = 0; nRound < 10; ++nRound )
         EXPECT_EQ( ROLE_DONE, RunInRole( "exit_while_threads_use_it" ) );

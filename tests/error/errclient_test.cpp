@@ -7,7 +7,6 @@
 #include <bxtools/cerror.h>
 #include <bxtools/errclient.h>
 #include <bxtools/nlsserver.h>
-#include <bxtools/platform.h>
 
 #include <gtest/gtest.h>
 
@@ -77,14 +76,11 @@ std::string Dump( const ErrObjectClient& rClient )
     return ToText( aDump );
 }
 
-std::string SystemText( DWORD dwError )
+// Of a last CR LF the frame leaves the CR.
+std::string FramedText( DWORD dwError )
 {
-    MString aText;
-    BOOL fFound = FALSE;
-    AppendLastErrMsg( aText, dwError, fFound );
-    EXPECT_TRUE( fFound );
-    // Of a last CR LF the frame leaves the CR.
-    return "\r\n" + ToText( aText ).substr( 2, aText.length() - 3 ) + "\r\n";
+    const std::string strText = SystemText( dwError );
+    return "\r\n" + strText.substr( 0, strText.size() - 1 ) + "\r\n";
 }
 
 } // namespace
@@ -105,12 +101,12 @@ TEST_F( ErrClient, EachKindOfClassHasItsText )
                Translated( Record( "A.B.C", "1", "0+?+\r\n\nline\r\n\nmore\n+?++?+" ) ) )
         << "of the frame first the CR go, then the LF";
 
-    EXPECT_EQ( SystemText( 5 ) + Block( "ERRCLS_SYS_LASTERROR", "5 (hex: 0x00000005)" ),
+    EXPECT_EQ( FramedText( 5 ) + Block( "ERRCLS_SYS_LASTERROR", "5 (hex: 0x00000005)" ),
                Translated( Record( ERRCLS_SYS_LASTERROR, "12", "5+?+origin+?++?+" ) ) );
     EXPECT_EQ( "\r\norigin\r\n" + Block( "ERRCLS_SYS_LASTERROR", "4294967295 (hex: 0xFFFFFFFF)" ),
                Translated( Record( ERRCLS_SYS_LASTERROR, "12", "4294967295+?+origin+?++?+" ) ) );
     const std::string strDenied = Record( ERRCLS_SYS_HRESULT, "-2147024891" );
-    EXPECT_EQ( SystemText( 0x80070005 ) + Block( "ERRCLS_SYS_HRESULT", "-2147024891 (hex: 0x80070005)" ) +
+    EXPECT_EQ( FramedText( 0x80070005 ) + Block( "ERRCLS_SYS_HRESULT", "-2147024891 (hex: 0x80070005)" ) +
                    "\r\nSEVERITY: \r\nFACILITY: \r\nCODE: 5 (hex: 0x00000005)",
                Translated( strDenied ) );
     EXPECT_EQ( "\r\norigin\r\n" + Block( "ERRCLS_SYS_HRESULT", "-2147220991 (hex: 0x80040201)" ) +
@@ -122,7 +118,7 @@ TEST_F( ErrClient, EachKindOfClassHasItsText )
         << "the system's text wants an insert";
 
     WriteCommonTexts( "%" );
-    EXPECT_EQ( SystemText( 0x80070005 ) +
+    EXPECT_EQ( FramedText( 0x80070005 ) +
                    "\r\nKlasse: ERRCLS_SYS_HRESULT\r\nFehler: -2147024891 (hex: 0x80070005)"
                    "\r\nQuelle: Unknown library description\r\nSchwere: Fehler"
                    "\r\nFACILITY: System\r\nCODE: 5 (hex: 0x00000005)",

@@ -2,8 +2,6 @@
 #include "support/recorder.h"
 #include "support/virtualslots.h"
 
-#include <bxtools/platform.h>
-
 #include <gtest/gtest.h>
 
 #include <cerrno>

@@ -3,8 +3,6 @@
 #include "support/recorder.h"
 #include "support/threads.h"
 
-#include <bxtools/platform.h>
-
 #include <gtest/gtest.h>
 
 namespace

@@ -4,19 +4,10 @@
 #include "error/syserrtext.h"
 #include "support/recorder.h"
 
-#include <bxtools/platform.h>
-
 #include <gtest/gtest.h>
 
 namespace
 {
-
-std::string SystemText( DWORD dwErrorCode )
-{
-    char szText[1000];
-    return { szText, FormatMessageA( FORMAT_MESSAGE_FROM_SYSTEM, NULL, dwErrorCode, 0x400, szText,
-                                     sizeof( szText ), NULL ) };
-}
 
 TEST( ErrText, SystemTextIsAppendedBehindALineEnd )
 {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <bxtools/error.h>
+#include <bxtools/platform.h>
 
 #include <gtest/gtest.h>
 
@@ -70,6 +71,14 @@ inline Texts NumberedRecords( size_t uCount )
     for ( size_t u = 0; u < uCount; ++u )
         aRecords.push_back( NumberedRecord( u ) );
     return aRecords;
+}
+
+// What the system says of an error.
+inline std::string SystemText( DWORD dwErrorCode )
+{
+    char szText[1000];
+    return { szText, FormatMessageA( FORMAT_MESSAGE_FROM_SYSTEM, NULL, dwErrorCode, 0x400, szText,
+                                     sizeof( szText ), NULL ) };
 }
 
 // A text cut at every length, and with every byte replaced by each of strPut.
