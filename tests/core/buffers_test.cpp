@@ -114,9 +114,8 @@ TEST_F( TextBuffers, SafeCopyCutsTerminatesAndSaysSo )
 
 TEST_F( TextBuffers, FormatGoesIntoTheThreadsBuffer )
 {
-    const LPCTSTR pText = Build( "%s|%lu|%-4hd|%08.3f|%lld|%zu", "text", 4294967295ul,
-                                 static_cast<short>( -7 ), 2.5, -5000000000LL, static_cast<size_t>( 9 ) );
-    EXPECT_STREQ( "text|4294967295|-7  |0002.500|-5000000000|9", pText );
+    const LPCTSTR pText = Build( "%s|%lld|%08.3f", "text", -5000000000LL, 2.5 );
+    EXPECT_STREQ( "text|-5000000000|0002.500", pText );
     EXPECT_EQ( pText, Build( "%d", 1 ) ) << "the same buffer for the next text";
     EXPECT_STREQ( "1", pText );
     OnOtherThread( [&] { EXPECT_NE( pText, Build( "%d", 2 ) ); } );

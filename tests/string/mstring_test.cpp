@@ -57,6 +57,9 @@ TEST( Make, NumbersReadAsPrintfWritesThem )
     ExpectLimits<unsigned long long>( "%llu" );
     ExpectAll( "65535", std::numeric_limits<USHORT>::max() );
     ExpectAll( "3.500000", 3.5 );
+    ExpectAll( "0.000001", 0.00000051 );
+    ExpectAll( "-0.000000", -0.0000004 );
+    ExpectAll( "-inf", -std::numeric_limits<double>::infinity() );
     ExpectAll( "0x00001234", reinterpret_cast<void*>( 0x1234 ) );
     ExpectAll( "0000000000", static_cast<void*>( NULL ) );
     if constexpr ( sizeof( void* ) > 4 )

@@ -1,4 +1,4 @@
-// Texts to numbers, with and without safe mode, and the writing of doubles.
+// Texts to numbers, with and without safe mode.
 #include "string/numbertext.h"
 #include "support/recorder.h"
 
@@ -6,12 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <climits>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
-#include <random>
 #include <string>
 
 namespace
@@ -113,19 +110,4 @@ TEST( Number, PointsAndExponentsAreReadAsTheCLibraryReadsThem )
         "(null)",
         "From BOOL MString::IsValidFloatRange( int nType ) const -> !!!!!!!!!!! THIS FUNCTION NEEDS SOME CODING !!!!!!!!!!!" );
     EXPECT_TRUE( aHooks.OnlyReports( { aToDo, aToDo } ) );
-}
-
-TEST( Number, DoublesAreWrittenToTheLetter )
-{
-    std::mt19937_64 aRandom( 3 );
-    for ( int i = 0; i < 10000; ++i )
-    {
-        const double dValue = std::bit_cast<double>( aRandom() );
-        if ( std::isnan( dValue ) )
-            continue;
-        char aExpected[400];
-        std::snprintf( aExpected, sizeof( aExpected ), "%f", dValue );
-        ASSERT_EQ( aExpected, NumberText( dValue ).Text() );
-    }
-    EXPECT_EQ( "-inf", NumberText( -HUGE_VAL ).Text() );
 }
