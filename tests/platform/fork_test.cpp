@@ -3,6 +3,7 @@
 #include "platform/object/handletable.h"
 #include "platform/testobject.h"
 #include "support/forked.h"
+#include "support/meeting.h"
 #include "support/sanitizer.h"
 #include "support/threads.h"
 
@@ -11,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <semaphore>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
@@ -45,17 +45,16 @@ TEST( Fork, LocksOfLostThreadsAreFree )
         GTEST_SKIP() << "the sanitizer takes the child's thread for the lost one, which had the same stack";
     CRITICAL_SECTION aEntered{};
     CRITICAL_SECTION aTried{};
-    std::binary_semaphore aHeld( 0 );
-    std::binary_semaphore aLeave( 0 );
+    Meeting aMeeting( 2 ); // when they are held, and at the end
     std::thread aHolder(
         [&]
         {
             for ( CRITICAL_SECTION* const pSection : { &aEntered, &aEntered, &aTried, &aTried } )
                 EnterCriticalSection( pSection );
-            aHeld.release();
-            aLeave.acquire();
+            aMeeting.ArriveAndWait();
+            aMeeting.ArriveAndWait();
         } );
-    aHeld.acquire();
+    aMeeting.ArriveAndWait();
     const auto Take = [&]
     {
         EnterCriticalSection( &aEntered );
@@ -71,7 +70,7 @@ TEST( Fork, LocksOfLostThreadsAreFree )
     EXPECT_EQ( 0, InChild( Take ) );
     EXPECT_EQ( 0, InChild( [&] { return InChild( Take ); } ) );
     EXPECT_FALSE( TryEnterCriticalSection( &aEntered ) );
-    aLeave.release();
+    aMeeting.ArriveAndWait();
     aHolder.join();
 }
 
