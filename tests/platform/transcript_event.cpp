@@ -57,6 +57,8 @@ void SayOneName()
     SayOutcome( "set without the right to", SetEvent( hThird ) );
     const HANDLE hFourth = OpenEventA( EVENT_MODIFY_STATE, FALSE, "bxtools one name" );
     SayOutcome( "reset with the right to", ResetEvent( hFourth ) );
+    SayOutcome( "reset without the right to", ResetEvent( hThird ) );
+    SayOutcome( "reset null", ResetEvent( NULL ) );
     SayWait( "wait without the right to", hFourth );
     SayOutcome( "as a mutex", CreateMutexA( NULL, FALSE, "bxtools one name" ) );
     SayOutcome( "open as a mutex", OpenMutexA( MUTEX_ALL_ACCESS, FALSE, "bxtools one name" ) );

@@ -309,6 +309,23 @@ void SayDuplicates()
     CloseHandle( hDuplicate );
     SayOpening( "sharing ends", Open( strPath, GENERIC_READ, 0 ) );
     Duplicate( "duplicate of a closed handle", hFile );
+    Duplicate( "duplicate of null", NULL );
+}
+
+void SayWithoutAFile()
+{
+    const HANDLE hEvent = CreateEventA( NULL, FALSE, FALSE, NULL );
+    for ( const auto& [strWhat, hObject] :
+          { std::pair<std::string, HANDLE>( "of null", NULL ), { "of an event", hEvent } } )
+    {
+        SayOutcome( "end " + strWhat, SetEndOfFile( hObject ) );
+        SayOutcome( "flush " + strWhat, FlushFileBuffers( hObject ) );
+        SayOutcome( "lock " + strWhat, LockFile( hObject, 0, 0, 1, 0 ) );
+        SayOutcome( "unlock " + strWhat, UnlockFile( hObject, 0, 0, 1, 0 ) );
+        SetLastError( UNTOUCHED );
+        SayWithError( "size " + strWhat, GetFileSize( hObject, NULL ) );
+    }
+    CloseHandle( hEvent );
 }
 
 void SayRemoval()
@@ -354,6 +371,7 @@ int main()
     SayReadingAndWriting();
     SayRanges();
     SayDuplicates();
+    SayWithoutAFile();
     SayRemoval();
     return 0;
 }

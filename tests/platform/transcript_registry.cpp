@@ -200,6 +200,15 @@ void SayLists( HKEY hRoot )
     Say( "key with class", "%ld %s %u %s %u %d", static_cast<long>( lError ), aName,
          static_cast<unsigned>( dwName ), aClass, static_cast<unsigned>( dwClass ),
          aTime.dwHighDateTime != 0 );
+    for ( const DWORD dwRoom : { 4u, 0u } )
+    {
+        dwName = dwRoom;
+        SayNumber( "key with room for " + std::to_string( dwRoom ),
+                   RegEnumKeyExA( hKey, 6, aName, &dwName, NULL, NULL, NULL, NULL ) );
+    }
+    dwName = 64;
+    SayNumber( "key past the last", RegEnumKeyExA( hKey, 7, aName, &dwName, NULL, NULL, NULL, NULL ) );
+    SayNumber( "key of null", RegEnumKeyExA( NULL, 0, aName, &dwName, NULL, NULL, NULL, NULL ) );
     Set( hKey, "only", REG_DWORD, "1234", 4 );
     BYTE aData[8];
     DWORD dwType = 0;
@@ -261,6 +270,18 @@ void SayNotices( HKEY hRoot )
     hKey = Make( hRoot, "Watched" );
     SayNumber( "no event", RegNotifyChangeKeyValue( hKey, FALSE, REG_NOTIFY_CHANGE_NAME, NULL, TRUE ) );
     RegCloseKey( hKey );
+    hKey = Make( hRoot, "Watched" );
+    SayNumber( "watch all below", Arm( TRUE, REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_LAST_SET ) );
+    HKEY hBelow = Make( hKey, "New\\Below" );
+    SayNumber( "an open key is no change", IsSet() );
+    Set( hBelow, "n", REG_SZ, "", 1 );
+    SayNumber( "a value below", IsSet() );
+    SayNumber( "watch all below again", Arm( TRUE, REG_NOTIFY_CHANGE_NAME ) );
+    RegCloseKey( hBelow );
+    RegDeleteKeyA( hKey, "New\\Below" );
+    SayNumber( "a key below deleted", IsSet() );
+    RegCloseKey( hKey );
+    SayNumber( "watch null", RegNotifyChangeKeyValue( NULL, FALSE, REG_NOTIFY_CHANGE_NAME, hEvent, TRUE ) );
     CloseHandle( hEvent );
 }
 
@@ -272,6 +293,8 @@ void SayTheRest( HKEY hRoot )
     SayNumber( "connect users", RegConnectRegistryA( NULL, HKEY_USERS, &hKey ) );
     RegCloseKey( hKey );
     SayNumber( "connect without out", RegConnectRegistryA( NULL, HKEY_USERS, NULL ) );
+    SayNumber( "connect to nobody",
+               RegConnectRegistryA( "\\\\bx-there-is-no-such-computer", HKEY_LOCAL_MACHINE, &hKey ) );
     Say( "flush", "%ld %ld", static_cast<long>( RegFlushKey( hRoot ) ),
          static_cast<long>( RegFlushKey( NULL ) ) );
     DWORD dwSize = 0;
@@ -282,6 +305,12 @@ void SayTheRest( HKEY hRoot )
                RegGetKeySecurity( hRoot, DACL_SECURITY_INFORMATION, strDescriptor.data(), &dwSize ) );
     SayNumber( "set security", RegSetKeySecurity( hRoot, DACL_SECURITY_INFORMATION, strDescriptor.data() ) );
     SayNumber( "security of null", RegGetKeySecurity( NULL, DACL_SECURITY_INFORMATION, NULL, &dwSize ) );
+    SayNumber( "set security of null",
+               RegSetKeySecurity( NULL, DACL_SECURITY_INFORMATION, strDescriptor.data() ) );
+    SayNumber( "set of null", Set( NULL, "n", REG_SZ, "", 1 ) );
+    SayNumber( "delete value of null", RegDeleteValueA( NULL, "n" ) );
+    SayNumber( "delete key of null", RegDeleteKeyA( NULL, "n" ) );
+    SayNumber( "query null", RegQueryValueExA( NULL, "n", NULL, NULL, NULL, &dwSize ) );
     SayNumber( "load a missing file", RegLoadKeyA( HKEY_LOCAL_MACHINE, "BXLoaded", "missing.file" ) );
     SayNumber( "unload what is not loaded", RegUnLoadKeyA( HKEY_LOCAL_MACHINE, "BXLoaded" ) );
     SayNumber( "restore a missing file", RegRestoreKeyA( hRoot, "missing.file", 0 ) );

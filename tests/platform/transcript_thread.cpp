@@ -217,6 +217,9 @@ void SayProcesses()
     Say( "code of the own process", "%d, %u", fTold, static_cast<unsigned>( dwCode ) );
     SayOutcome( "own process ended without the right", TerminateProcess( hOwn, 1 ) );
     CloseHandle( hOwn );
+    SayOutcome( "no process ended", TerminateProcess( NULL, 1 ) );
+    SayOutcome( "code of no process", GetExitCodeProcess( NULL, &dwCode ) );
+    SayOutcome( "no thread ended", TerminateThread( NULL, 1 ) );
 }
 } // namespace
 
