@@ -72,6 +72,13 @@ configure_and_build()
     cmake --preset "$preset" -Wno-dev "$@" && cmake --build "build/$preset" --parallel "$JOBS"
 }
 
+build_targets()
+{
+    local preset=$1
+    shift
+    cmake --preset "$preset" -Wno-dev && cmake --build "build/$preset" --parallel "$JOBS" --target "$@"
+}
+
 # run_tests <preset> [ctest argument]...: as a step; ctest's own closing lines are kept for the end.
 run_tests()
 {

@@ -1,11 +1,11 @@
-// What the thread sanitizer cannot follow, a test leaves out.
+// What a sanitizer cannot follow, a test leaves out.
 #pragma once
 
-#if defined( __SANITIZE_THREAD__ )
-constexpr bool THREAD_SANITIZER = true;
-#else
-constexpr bool THREAD_SANITIZER = false;
-#endif
+#include <string_view>
+
+// BXTOOLS_SANITIZE of the build: a compiler's own words for it differ.
+constexpr bool ADDRESS_SANITIZER = std::string_view( BXTOOLS_SANITIZE ).find( "address" ) != std::string_view::npos;
+constexpr bool THREAD_SANITIZER = std::string_view( BXTOOLS_SANITIZE ).find( "thread" ) != std::string_view::npos;
 
 // It waits for ever for a thread that left without telling it.
 #define SKIP_WHERE_FORCED_ENDS_ARE_NOT_FOLLOWED()                                                            \
