@@ -2,7 +2,6 @@
 #include "support/debugcapture.h"
 
 #include <mutex>
-#include <utility>
 #include <windows.h>
 
 namespace
@@ -38,6 +37,8 @@ void PrepareTestProcess( char** ) {}
 void StartDebugCapture()
 {
     TakeDebugOutput();
+    // The handler runs in the thread that writes, whose allocations a test may let fail.
+    TheCapture().strText.reserve( 1 << 16 );
     TheCapture().pHandler = AddVectoredExceptionHandler( 1, &OnException );
 }
 
@@ -49,5 +50,7 @@ void EndDebugCapture()
 std::string TakeDebugOutput()
 {
     const std::lock_guard aGuard( TheCapture().aLock );
-    return std::exchange( TheCapture().strText, {} );
+    const std::string strTaken = TheCapture().strText;
+    TheCapture().strText.clear();
+    return strTaken;
 }

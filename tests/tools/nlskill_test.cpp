@@ -1,9 +1,7 @@
 // A builder of a release file that is killed at some moment.
-#include "support/secondprocess.h"
 #include "tools/runprogram.h"
 
 #include <filesystem>
-#include <unistd.h>
 
 using NlsBuilder = ToolTest;
 
@@ -23,12 +21,9 @@ TEST_F( NlsBuilder, KilledLeavesTheFileOfTheOneBefore )
     WriteTexts( "new" );
     int nKilled = 0;
     // From its first steps to its last ones; each meets what the one before left.
-    for ( useconds_t uMicroseconds = 1000; Get() != "0 new\n"; uMicroseconds *= 2 )
+    for ( unsigned uMilliseconds = 1; Get() != "0 new\n"; uMilliseconds += uMilliseconds / 2 + 1 )
     {
-        SecondProcess aBuilder( "tool", { "nls", "build", Path( "texts" ), Path( "a.nls" ) } );
-        usleep( uMicroseconds );
-        aBuilder.Kill();
-        nKilled += aBuilder.Wait() == -1;
+        nKilled += KillTool( "nls build texts a.nls", uMilliseconds );
         const std::string strText = Get();
         ASSERT_TRUE( strText == "0 old\n" || strText == "0 new\n" ) << strText;
     }

@@ -10,6 +10,15 @@ static bool HoldsAll( const std::string& strText, const Texts& aParts )
     return aParts.empty() ? strText.empty() : std::ranges::all_of( aParts, IsThere );
 }
 
+static Texts WordsOf( const std::string& strText )
+{
+    Texts aWords;
+    std::istringstream aText( strText );
+    for ( std::string strWord; aText >> std::quoted( strWord, '\'', '\0' ); )
+        aWords.push_back( strWord );
+    return aWords;
+}
+
 ::testing::AssertionResult ProgramResult::Is( int nExpected, const Texts& aOutput,
                                               const Texts& aErrors ) const
 {
@@ -34,11 +43,13 @@ ProgramResult ProgramFolder::RunProgram( const std::string& strProgram, const Te
 
 ProgramResult ProgramFolder::Tool( const std::string& strWords, const std::string& strInput ) const
 {
-    Texts aArguments;
-    std::istringstream aWords( strWords );
-    for ( std::string strWord; aWords >> std::quoted( strWord, '\'', '\0' ); )
-        aArguments.push_back( strWord );
-    return RunProgram( BXTOOL_PROGRAM, aArguments, strInput );
+    return RunProgram( BXTOOL_PROGRAM, WordsOf( strWords ), strInput );
+}
+
+bool ProgramFolder::KillTool( const std::string& strWords, unsigned uMilliseconds ) const
+{
+    WriteBytes( Path( "stdin" ), "" );
+    return Start( BXTOOL_PROGRAM, WordsOf( strWords ), {}, uMilliseconds ) == -1;
 }
 
 std::string ProgramFolder::Outcome( const std::string& strWords, const std::string& strInput ) const

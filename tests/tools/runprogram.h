@@ -34,9 +34,14 @@ public:
     // The same in one text, for comparisons: exit code, blank, output.
     std::string Outcome( const std::string& strWords, const std::string& strInput = "" ) const;
 
+    // Whether bxtool had to be killed, because it did not end within the time.
+    bool KillTool( const std::string& strWords, unsigned uMilliseconds ) const;
+
 private:
     // Waits for the end of a program whose standard streams are files in the folder; one form for each system.
-    int Start( const std::string& strProgram, const Texts& aArguments, const Texts& aEnvironment ) const;
+    //   uMilliseconds  then it is killed; 0: never.
+    int Start( const std::string& strProgram, const Texts& aArguments, const Texts& aEnvironment,
+               unsigned uMilliseconds = 0 ) const;
 };
 
 class ToolTest : public ::testing::Test, protected ProgramFolder

@@ -5,6 +5,15 @@
 namespace
 {
 
+// A word that the C library of the program reads as it is; no backslash stands before a quote or at the end.
+std::string Word( const std::string& strText )
+{
+    std::string strWord = " \"";
+    for ( const char cSign : strText )
+        strWord += cSign == '"' ? "\\\"" : std::string( 1, cSign );
+    return strWord + "\"";
+}
+
 HANDLE OpenInherited( const std::string& strFile, bool fWrite )
 {
     SECURITY_ATTRIBUTES aInherited = { sizeof( aInherited ), NULL, TRUE };
@@ -15,8 +24,8 @@ HANDLE OpenInherited( const std::string& strFile, bool fWrite )
 
 } // namespace
 
-int ProgramFolder::Start( const std::string& strProgram, const Texts& aArguments,
-                          const Texts& aEnvironment ) const
+int ProgramFolder::Start( const std::string& strProgram, const Texts& aArguments, const Texts& aEnvironment,
+                          unsigned uMilliseconds ) const
 {
     // A test program starts one program at a time, so its own environment is as good as a copy.
     for ( const std::string& strEntry : aEnvironment )
@@ -27,7 +36,7 @@ int ProgramFolder::Start( const std::string& strProgram, const Texts& aArguments
     }
     std::string strLine = "\"" + strProgram + "\"";
     for ( const std::string& strArgument : aArguments )
-        strLine += " \"" + strArgument + "\"";
+        strLine += Word( strArgument );
     STARTUPINFOA aStartup = {};
     aStartup.cb = sizeof( aStartup );
     aStartup.dwFlags = STARTF_USESTDHANDLES;
@@ -42,6 +51,9 @@ int ProgramFolder::Start( const std::string& strProgram, const Texts& aArguments
     if ( !fStarted )
         return -1;
     DWORD dwExitCode = 0;
+    if ( WaitForSingleObject( aProcess.hProcess, uMilliseconds != 0 ? uMilliseconds : INFINITE ) ==
+         WAIT_TIMEOUT )
+        TerminateProcess( aProcess.hProcess, static_cast<UINT>( -1 ) );
     WaitForSingleObject( aProcess.hProcess, INFINITE );
     GetExitCodeProcess( aProcess.hProcess, &dwExitCode );
     CloseHandle( aProcess.hThread );
