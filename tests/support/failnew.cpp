@@ -1,26 +1,24 @@
 #include "support/failnew.h"
 
+#include "support/allocations.h"
+
 #include <cstdlib>
 #include <new>
 
 namespace
 {
 
-thread_local constinit unsigned long t_ulMade = 0;
-thread_local constinit long t_lOutstanding = 0;
-thread_local constinit unsigned long t_ulUntilFault = 0;
-thread_local constinit bool t_fHit = false;
-
 void* Allocate( std::size_t uSize ) noexcept
 {
-    if ( t_ulUntilFault != 0 && --t_ulUntilFault == 0 )
+    Allocations& rThread = OfThisThread();
+    if ( rThread.ulUntilFault != 0 && --rThread.ulUntilFault == 0 )
     {
-        t_fHit = true;
+        rThread.fHit = true;
         return NULL;
     }
     void* pMemory = std::malloc( uSize != 0 ? uSize : 1 );
-    t_ulMade += pMemory != NULL;
-    t_lOutstanding += pMemory != NULL;
+    rThread.ulMade += pMemory != NULL;
+    rThread.lOutstanding += pMemory != NULL;
     return pMemory;
 }
 
@@ -33,7 +31,7 @@ void* AllocateOrThrow( std::size_t uSize )
 
 void Free( void* pMemory ) noexcept
 {
-    t_lOutstanding -= pMemory != NULL;
+    OfThisThread().lOutstanding -= pMemory != NULL;
     std::free( pMemory );
 }
 
@@ -41,25 +39,25 @@ void Free( void* pMemory ) noexcept
 
 void NewFault::Arm()
 {
-    t_fHit = false;
-    t_ulUntilFault = m_ulFailing;
+    OfThisThread().fHit = false;
+    OfThisThread().ulUntilFault = m_ulFailing;
 }
 
 void NewFault::Disarm()
 {
-    m_fHit = m_fHit || t_fHit;
-    t_fHit = false;
-    t_ulUntilFault = 0;
+    m_fHit = m_fHit || OfThisThread().fHit;
+    OfThisThread().fHit = false;
+    OfThisThread().ulUntilFault = 0;
 }
 
 unsigned long NewCount()
 {
-    return t_ulMade;
+    return OfThisThread().ulMade;
 }
 
 long NewOutstanding()
 {
-    return t_lOutstanding;
+    return OfThisThread().lOutstanding;
 }
 
 // One line for each form that the compiler may call.

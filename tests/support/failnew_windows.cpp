@@ -1,13 +1,17 @@
 // A DLL calls the operators of the compiler's library by an import of its own, and that library calls them itself. So they
 // begin with a jump to those of the program. The tests run on 64 bits only.
+#include "support/allocations.h"
 #include "support/failnew.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <windows.h>
 
 namespace
 {
+
+DWORD g_dwSlot = TLS_OUT_OF_INDEXES;
 
 // What is put there fits into the shortest of them, which fills 16 bytes.
 void JumpFrom( void* pFunction, const void* pTarget )
@@ -30,8 +34,26 @@ void TakeOver( const char* pName, Function* pOperator )
 
 } // namespace
 
+// No thread_local: it takes locks of the compiler's library, which a thread that is ended by force may have.
+Allocations& OfThisThread() noexcept
+{
+    static constinit Allocations aBefore;
+    if ( g_dwSlot == TLS_OUT_OF_INDEXES )
+        return aBefore;
+    const DWORD dwLastError = GetLastError();
+    void* pOwn = TlsGetValue( g_dwSlot );
+    if ( pOwn == NULL )
+    {
+        pOwn = std::calloc( 1, sizeof( Allocations ) );
+        TlsSetValue( g_dwSlot, pOwn );
+    }
+    SetLastError( dwLastError );
+    return *static_cast<Allocations*>( pOwn );
+}
+
 void TakeOverAllocations()
 {
+    g_dwSlot = TlsAlloc();
     using New = void*( std::size_t );
     using NewOrNull = void*( std::size_t, const std::nothrow_t& ) noexcept;
     using Delete = void( void* ) noexcept;
