@@ -24,8 +24,10 @@ ProgressBar::ProgressBar( const std::string& aWhat, size_t nTotal )
 
 ProgressBar::~ProgressBar()
 {
-    if ( m_fShown )
-        fprintf( stderr, "\r%*s\r", static_cast<int>( m_nColumns - 1 ), "" );
+    if ( !m_fShown )
+        return;
+    fprintf( stderr, "\r%*s\r", static_cast<int>( m_nColumns - 1 ), "" );
+    fflush( stderr );
 }
 
 void ProgressBar::Show( size_t nDone )

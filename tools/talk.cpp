@@ -34,6 +34,7 @@ void Say( std::string_view aPrefix, std::string_view aText )
 {
     const std::string aLine = std::string( aPrefix ).append( MakeVisible( aText ) ).append( "\n" );
     fwrite( aLine.data(), 1, aLine.size(), stderr );
+    fflush( stderr );
 }
 
 } // namespace

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdio>
 
-// Standard input and output carry bytes from now on: no line end is translated. A terminal takes them as UTF-8.
+// The standard streams carry bytes from now on: no line end is translated. A terminal takes them as UTF-8.
 void UseByteStreams();
 // The terminal is as it was before: at the end, and for another program that writes to it meanwhile.
 void GiveTerminalBack();

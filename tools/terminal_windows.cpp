@@ -29,8 +29,12 @@ void UseByteStreams()
 {
     _setmode( _fileno( stdin ), _O_BINARY );
     _setmode( _fileno( stdout ), _O_BINARY );
+    _setmode( _fileno( stderr ), _O_BINARY );
     if ( !IsTerminal( stdout ) && !IsTerminal( stderr ) )
         return;
+    // A console gets a character's bytes together; both streams are flushed where they must be.
+    setvbuf( stdout, NULL, _IOFBF, 1 << 14 );
+    setvbuf( stderr, NULL, _IOFBF, 1 << 14 );
     // Texts are UTF-8 here as on the other system.
     g_uFormerCodePage = GetConsoleOutputCP();
     SetConsoleOutputCP( CP_UTF8 );
