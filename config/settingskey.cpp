@@ -1,5 +1,8 @@
 #include "config/settingskey.h"
 
+#include <algorithm>
+#include <iterator>
+
 BOOL OpenSettingsKey( CallReport& rReport, CRegistry& aCRegistry, LPCTSTR aRoot )
 {
     if ( !aCRegistry.Connect( (HKEY)CRegistry::keyLocalMachine ) )
@@ -14,4 +17,11 @@ BOOL OpenSettingsKey( CallReport& rReport, CRegistry& aCRegistry, LPCTSTR aRoot 
         return TRUE;
     rReport.ReportNow();
     return FALSE;
+}
+
+bool IsSwitchedOn( const MString& rText )
+{
+    constexpr LPCTSTR WORDS[] = { "Yes", "1", "TRUE" };
+    return std::any_of( std::begin( WORDS ), std::end( WORDS ),
+                        [&]( LPCTSTR pWord ) { return rText.CompareNoCase( pWord ) == 0; } );
 }

@@ -51,19 +51,12 @@ ULONG ParseLevel( std::string_view aText ) noexcept
     return ulLevel;
 }
 
-bool MeansOn( const MString& rText )
-{
-    constexpr LPCTSTR WORDS[] = { "Yes", "1", "TRUE" };
-    return std::any_of( std::begin( WORDS ), std::end( WORDS ),
-                        [&]( LPCTSTR pWord ) { return rText.CompareNoCase( pWord ) == 0; } );
-}
-
 void ReadSwitch( CallReport& rReport, CRegistry& rRegistry, LPCTSTR pName )
 {
     MString stTemp;
     if ( rRegistry.GetValue( pName, stTemp ) )
     {
-        SetDebugEnabled( MeansOn( stTemp ) );
+        SetDebugEnabled( IsSwitchedOn( stTemp ) );
         return;
     }
     rReport.Fail( " Error: !aCRegistry.GetValue( QRN_CTRL_REG_DBG_OUT, stTemp )" );

@@ -12,9 +12,7 @@
 #include <bxtools/platform.h>
 #include <bxtools/registry.h>
 
-#include <algorithm>
 #include <cstddef>
-#include <iterator>
 #include <new>
 #include <optional>
 
@@ -75,13 +73,6 @@ ProcessSettings& TheProcessSettings()
     return rSettings;
 }
 
-BOOL MeansEditMode( const MString& rText )
-{
-    constexpr LPCTSTR WORDS[] = { "Yes", "1", "TRUE" };
-    return std::any_of( std::begin( WORDS ), std::end( WORDS ),
-                        [&]( LPCTSTR pWord ) { return rText.CompareNoCase( pWord ) == 0; } );
-}
-
 // A value of the registry; FALSE with the report pText when it is missing.
 BOOL ReadValue( CallReport& rReport, CRegistry& aCRegistry, LPCTSTR pName, MString& stTemp, LPCTSTR pText,
                 LPCTSTR pShownName )
@@ -119,7 +110,7 @@ void ReadValues( CallReport& rReport, CRegistry& aCRegistry, FoundSettings& rSet
     if ( ReadValue( rReport, aCRegistry, QRN_CTRL_REG_NLS_EDITMODE, stTemp,
                     " Error: !aCRegistry.GetValue( QRN_CTRL_REG_NLS_EDITMODE, stTemp )",
                     " QRN_CTRL_REG_NLS_EDITMODE = " ) )
-        rSettings.fEditMode = MeansEditMode( stTemp );
+        rSettings.fEditMode = IsSwitchedOn( stTemp );
     if ( ReadValue( rReport, aCRegistry, QRN_CTRL_REG_NLS_PATH, stTemp,
                     " Error: !aCRegistry.GetValue( QRN_CTRL_REG_NLS_PATH, stTemp )",
                     " QRN_CTRL_REG_NLS_PATH = " ) )
