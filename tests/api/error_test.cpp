@@ -23,48 +23,18 @@ protected:
     DebugRecorder m_aDebug;
 };
 
-TEST_F( ErrorApi, ErrorsTravelAsBytes )
-{
-    SetLastError( 2 );
-    EXPECT_TRUE( SetLastErr( "BXTOOLS.ERRCLS_SYS_LASTERROR", 12, 0, "CreateFile failed", "",
-                             "c:\\data\\a.txt!;!read" ) );
-    EXPECT_TRUE( SetLastErr( "BXTOOLS.ERRCLS_SYS_HRESULT", -2147024891, 0, "", "", "" ) );
-    MString aStream;
-    EXPECT_TRUE( AllErrors2Stream( aStream ) );
-    EXPECT_STREQ(
-        "##HDRMSG0$\xB0"
-        "1.0.0+?+BXTOOLS.ERRCLS_SYS_LASTERROR+?+12+?+2+?+CreateFile failed+?++?+c:\\data\\a.txt!;!read$\xB0"
-        "1.0.0+?+BXTOOLS.ERRCLS_SYS_HRESULT+?+-2147024891+?+0+?++?++?+",
-        aStream );
-    EXPECT_TRUE( SetLastErr( "SEEN.HERE", 1, 0, "", "", "" ) );
-    const auto ReadElsewhere = [&aStream]
-    {
-        ULONG ulCount = 9;
-        EXPECT_TRUE( GetAvailableErrorCount( ulCount ) );
-        EXPECT_EQ( 0u, ulCount ) << "the other thread's error is not seen";
-        EXPECT_TRUE( GetAvailableErrorCountFromStream( ulCount, aStream ) );
-        EXPECT_EQ( 2u, ulCount );
-        ErrObjectBase aRecord;
-        EXPECT_TRUE( Error2ObjectFromStream( aRecord, 1, aStream ) );
-        EXPECT_TRUE( ReverseStream( aStream ) );
-        ULONG ulIndex = 9;
-        EXPECT_TRUE( FindObjectInStream( ulIndex, aRecord, aStream ) );
-        EXPECT_EQ( 0u, ulIndex );
-    };
-    OnOtherThread( ReadElsewhere );
-    MString aClass;
-    ERR lNumber = 0;
-    DWORD dwSystemError = 0;
-    EXPECT_TRUE( GetOriginErrorValuesFromStream( aClass, lNumber, dwSystemError, 1, aStream ) );
-    EXPECT_STREQ( ERRCLS_SYS_LASTERROR, aClass );
-    EXPECT_EQ( 2u, dwSystemError );
-    EXPECT_TRUE( m_aDebug.Silent() );
-}
-
 TEST_F( ErrorApi, WorksOnTheOwnStack )
 {
     for ( ERR lNumber : { 1, 2, 3 } )
         EXPECT_TRUE( SetLastErr( "C", lNumber, 0, "", "", "p!;!q" ) );
+    const auto Count = []
+    {
+        ULONG ulCount = 9;
+        EXPECT_TRUE( GetAvailableErrorCount( ulCount ) );
+        return ulCount;
+    };
+    OnOtherThread( [&] { EXPECT_EQ( 0u, Count() ); } );
+    EXPECT_EQ( 3u, Count() );
     EXPECT_TRUE( DeleteError( 1 ) );
     ErrObjectBase aRecord;
     EXPECT_TRUE( Error2Object( aRecord, 1 ) );

@@ -123,8 +123,6 @@ TEST_F( StrangeFiles, AreRefusedWithTheNearestTextAndWithoutWaiting )
         { Path( "loop" ), MFileWrapper::modeRead, "All or part of the path is invalid. OsError = 161" },
         { Path( std::string( 300, 'n' ) ), MFileWrapper::modeCreate | MFileWrapper::modeWrite,
           "All or part of the path is invalid. OsError = 206" },
-        { Path( "read-only/file" ), MFileWrapper::modeRead,
-          "All or part of the path is invalid. OsError = 3" },
     };
     for ( const auto& [strPath, uOpenFlags, pText] : aCases )
         EXPECT_EQ( pText, Refusal( strPath, uOpenFlags ) );

@@ -13,9 +13,6 @@
 class FileTest : public ::testing::Test
 {
 protected:
-    // Whatever a test has not looked at is unwanted.
-    ~FileTest() override { EXPECT_TRUE( m_aRecorder.Silent() ); }
-
     std::string Path( const std::string& strName ) const { return m_aFolder.Path( strName ); }
     // Whether a call failed and reported so, once.
     ::testing::AssertionResult Failed( BOOL fDone, const std::string& strHeader, const std::string& strText )
