@@ -25,12 +25,6 @@ std::string InOtherCase( std::string strName )
 
 } // namespace
 
-BX_ROLE( bystander )
-{
-    TellTest( "here" );
-    return WaitForTest() == "end" ? 0 : 1;
-}
-
 // Tells which process of its own name it finds, and kills those of a list.
 BX_ROLE( killer )
 {

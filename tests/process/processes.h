@@ -62,6 +62,13 @@ inline DWORD Found( const std::string& strName )
     return dwFound;
 }
 
+// Does what it is told, where it is not ended before.
+BX_ROLE( bystander )
+{
+    TellTest( "here" );
+    return WaitForTest() == "end" ? 0 : 1;
+}
+
 // Ends a process that does what it is told. Result: whether it did.
 inline bool IsAlive( SecondProcess& rProcess )
 {

@@ -2,6 +2,7 @@
 #include "support/failnew.h"
 #include "support/recorder.h"
 #include "support/sanitizer.h"
+#include "support/threads.h"
 
 #include <bxtools/debug.h>
 #include <bxtools/error.h>
@@ -482,10 +483,7 @@ TEST( WaitForHandle, LetsMessagesFlowAndEndsAtItsLimit )
         EXPECT_FALSE( WaitForHandleSignaled( NULL, 0, fWithMessageLoop, &dwResult ) );
         EXPECT_TRUE( aRecorder.OnlyReport(
             WAIT, " Error: aThreadHDL == NULL || pdwRetValueOnSuccess == NULL -> invalid handle" ) );
-        Work aDies( [&]( SingleThread* ) { return WaitForSingleObject( aMutex, INFINITE ), false; } );
-        SingleThread aOwner( &aDies );
-        EXPECT_TRUE( aOwner.Begin() && aOwner.Wait( INFINITE, false, false ) );
-        aRecorder.Take();
+        OnOtherThread( [&] { WaitForSingleObject( aMutex, INFINITE ); } );
         EXPECT_EQ( !fWithMessageLoop,
                    WaitForHandleSignaled( aMutex, INFINITE, fWithMessageLoop, &dwResult ) );
         EXPECT_EQ( static_cast<DWORD>( WAIT_ABANDONED ), dwResult );

@@ -19,12 +19,6 @@ std::string Tool( const std::string& strWords )
 
 } // namespace
 
-BX_ROLE( bystander )
-{
-    TellTest( "here" );
-    return WaitForTest() == "end" ? 0 : 1;
-}
-
 TEST( WindowsTool, ListsAndEndsTheProcessesOfAProgram )
 {
     const NamedProgram aProgram( "Listed" );
@@ -109,15 +103,6 @@ TEST( WindowsTool, ListsWhatIsShared )
     for ( const HANDLE hObject : ahObjects )
         CloseHandle( hObject );
     EXPECT_FALSE( Holds( Tool( "ipc ls" ), "bx listed" ) );
-}
-
-TEST( WindowsTool, SignalsAndWaits )
-{
-    EXPECT_EQ( "1 ", Tool( "wait 'a signal' --timeout 0.01" ) );
-    EXPECT_EQ( "1 ", Tool( "signal 'a signal'" ) );
-    std::thread aWaiter( [] { EXPECT_EQ( "0 ", Tool( "wait 'a signal' --timeout 100" ) ); } );
-    EXPECT_EQ( "0 ", Tool( "signal 'a signal' --retries 2000 --pause 10" ) );
-    aWaiter.join();
 }
 
 TEST( WindowsTool, SwitchesTheMessagesOfAllProcessesAndShowsThem )

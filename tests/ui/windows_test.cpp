@@ -216,25 +216,22 @@ TEST_F( QtWindows, WhatIsWrongIsReported )
     const HMENU hMenu = HandleOfMenu( &aBar );
     DebugRecorder aDebug;
     NlsInitWndObject( NULL, NULL, NULL, 0 );
-    NlsInitWndObject( hWnd, NULL, NULL, 0 );
-    NlsInitWndObject( hWnd, "", NULL, 0 );
-    NlsInitWndObject( hWnd, SECTION, NULL, NLSWNDOBJMODE_FONT );
     NlsInitMenuObject( NULL, NULL, NULL, 0 );
-    NlsInitMenuObject( hMenu, NULL, NULL, 0 );
-    NlsInitMenuObject( hMenu, "", NULL, 0 );
-    NlsInitMenuObject( hMenu, SECTION, NULL, NLSWNDOBJMODE_FONT );
+    EXPECT_TRUE( aDebug.OnlyReports(
+        { { strWindow, " Error: hWnd == NULL" }, { strMenu, " Error: hMenu == NULL" } } ) );
+    for ( const auto& [pSection, strText] :
+          { std::pair<LPCTSTR, std::string>( NULL, " Error: lpszSec == NULL" ),
+            { "", " Error: *lpszSec == NIL" },
+            { SECTION, strMode } } )
+    {
+        NlsInitWndObject( hWnd, pSection, NULL, NLSWNDOBJMODE_FONT );
+        NlsInitMenuObject( hMenu, pSection, NULL, NLSWNDOBJMODE_FONT );
+        EXPECT_TRUE( aDebug.OnlyReports( { { strWindow, strText }, { strMenu, strText } } ) );
+    }
     NlsInitMenuObject( reinterpret_cast<HMENU>( hWnd ), SECTION, NULL, NLSWNDOBJMODE_STD );
     OnOtherThread( [&] { NlsInitWndObject( hWnd, SECTION, NULL, NLSWNDOBJMODE_STD ); } );
     EXPECT_TRUE( aDebug.OnlyReports(
-        { { strWindow, " Error: hWnd == NULL" },
-          { strWindow, " Error: lpszSec == NULL" },
-          { strWindow, " Error: *lpszSec == NIL" },
-          { strWindow, strMode },
-          { strMenu, " Error: hMenu == NULL" },
-          { strMenu, " Error: lpszSec == NULL" },
-          { strMenu, " Error: *lpszSec == NIL" },
-          { strMenu, strMode },
-          { strMenu, " Error: !IsMenu( hMenu )\r\nThe menu handle is not valid.\r\n" },
+        { { strMenu, " Error: !IsMenu( hMenu )\r\nThe menu handle is not valid.\r\n" },
           { strWindow,
             " Error: !IsWindow( hWnd )\r\nThere is no thread of that number, or it takes no messages.\r\n" } } ) );
 }
