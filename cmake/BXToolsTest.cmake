@@ -1,11 +1,9 @@
-# The test programs. A build for a sanitizer or for Windows has to run the tests, not to run them fast: there they are compiled
-# without optimisation, which takes a fraction of the time. The library itself is compiled as ever.
+# The test programs. They are compiled without optimisation, which takes a fraction of the time, and spares them what g++ 12
+# says of optimised strings out of precompiled headers. The library itself is compiled as ever.
 
 include( GoogleTest )
 
-if( BXTOOLS_SANITIZE OR WIN32 )
-    set( BXTOOLS_TEST_OPTIONS -O0 )
-endif()
+set( BXTOOLS_TEST_OPTIONS -O0 )
 # Wine takes seconds to start a process while it is busy, and some tests start ten.
 if( BXTOOLS_SANITIZE OR WIN32 )
     set( BXTOOLS_TEST_TIMEOUT 120 )
