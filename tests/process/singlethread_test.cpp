@@ -232,14 +232,12 @@ TEST( SingleThread, ErrorsOfAllCallsAreCollected )
     EXPECT_TRUE( aThread.GetAvailableErrorCount( ulCount ) && aThread.AllErrors2Stream( aStream ) );
     EXPECT_EQ( ulErrors, ulCount );
     EXPECT_GT( aWork.m_nCalls, 2 );
-    for ( ERR lIndex = 0, lNumber = -1; lIndex < lError; ++lIndex )
-    {
-        MString aClass;
-        DWORD dwLastErr = 0;
-        EXPECT_TRUE( GetOriginErrorValuesFromStream( aClass, lNumber, dwLastErr, static_cast<ULONG>( lIndex ),
-                                                     aStream ) );
-        EXPECT_EQ( lIndex, lNumber );
-    }
+    std::string strExpected = "##HDRMSG0";
+    for ( ERR lNumber = 0; lNumber < lError; ++lNumber )
+        strExpected += "$\xB0"
+                       "1.0.0+?+BXTOOLS.TEST+?+" +
+                       std::to_string( lNumber ) + "+?+0+?+origin+?++?+";
+    EXPECT_EQ( strExpected, aStream.data() );
     const SingleThread aCopy( aThread );
     EXPECT_TRUE( aThread.Begin() && aThread.Wait( INFINITE, false, false ) );
     EXPECT_TRUE( aThread.GetAvailableErrorCount( ulCount ) );

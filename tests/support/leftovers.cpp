@@ -1,11 +1,6 @@
 #include "support/leftovers.h"
 
-namespace
-{
-
-int g_nAllowed = 0;
-
-} // namespace
+static int g_nAllowed = 0;
 
 void AllowLeftovers()
 {

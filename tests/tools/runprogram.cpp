@@ -32,10 +32,10 @@ static Texts WordsOf( const std::string& strText )
 }
 
 ProgramResult ProgramFolder::RunProgram( const std::string& strProgram, const Texts& aArguments,
-                                         const std::string& strInput, const Texts& aEnvironment ) const
+                                         const std::string& strInput ) const
 {
     WriteBytes( Path( "stdin" ), strInput );
-    ProgramResult aResult{ Start( strProgram, aArguments, aEnvironment ), ReadBytes( Path( "stdout" ) ),
+    ProgramResult aResult{ Start( strProgram, aArguments ), ReadBytes( Path( "stdout" ) ),
                            ReadBytes( Path( "stderr" ) ) };
     std::erase( aResult.strErrors, '\r' );
     return aResult;
@@ -49,7 +49,7 @@ ProgramResult ProgramFolder::Tool( const std::string& strWords, const std::strin
 bool ProgramFolder::KillTool( const std::string& strWords, unsigned uMilliseconds ) const
 {
     WriteBytes( Path( "stdin" ), "" );
-    return Start( BXTOOL_PROGRAM, WordsOf( strWords ), {}, uMilliseconds ) == -1;
+    return Start( BXTOOL_PROGRAM, WordsOf( strWords ), uMilliseconds ) == -1;
 }
 
 std::string ProgramFolder::Outcome( const std::string& strWords, const std::string& strInput ) const

@@ -25,10 +25,8 @@ struct ProgramResult
 class ProgramFolder : public ScratchFolder
 {
 public:
-    //   aEnvironment  NAME=value, beside our own; a NAME= without value is taken away.
     ProgramResult RunProgram( const std::string& strProgram, const Texts& aArguments,
-                              const std::string& strInput = "",
-                              const Texts& aEnvironment = { "BXTOOLS_DEBUG_SINK=" } ) const;
+                              const std::string& strInput = "" ) const;
     // bxtool with words that blanks divide; a word in ' may hold some.
     ProgramResult Tool( const std::string& strWords, const std::string& strInput = "" ) const;
     // The same in one text, for comparisons: exit code, blank, output.
@@ -38,10 +36,10 @@ public:
     bool KillTool( const std::string& strWords, unsigned uMilliseconds ) const;
 
 private:
-    // Waits for the end of a program whose standard streams are files in the folder; one form for each system.
+    // Waits for the end of a program whose standard streams are files in the folder, and which has no debug sink; one form for
+    // each system.
     //   uMilliseconds  then it is killed; 0: never.
-    int Start( const std::string& strProgram, const Texts& aArguments, const Texts& aEnvironment,
-               unsigned uMilliseconds = 0 ) const;
+    int Start( const std::string& strProgram, const Texts& aArguments, unsigned uMilliseconds = 0 ) const;
 };
 
 class ToolTest : public ::testing::Test, protected ProgramFolder

@@ -12,14 +12,11 @@ static std::string Word( const std::string& strText )
     return strWord + "'";
 }
 
-int ProgramFolder::Start( const std::string& strProgram, const Texts& aArguments, const Texts& aEnvironment,
+int ProgramFolder::Start( const std::string& strProgram, const Texts& aArguments,
                           unsigned uMilliseconds ) const
 {
-    std::string strLine = "cd" + Word( Path() ) + " && exec <stdin >stdout 2>stderr env";
-    for ( const std::string& strEntry : aEnvironment )
-        strLine += strEntry.ends_with( '=' ) ? " -u" + Word( strEntry.substr( 0, strEntry.size() - 1 ) ) : "";
-    for ( const std::string& strEntry : aEnvironment )
-        strLine += strEntry.ends_with( '=' ) ? "" : Word( strEntry );
+    std::string strLine =
+        "cd" + Word( Path() ) + " && exec <stdin >stdout 2>stderr env -u BXTOOLS_DEBUG_SINK";
     if ( uMilliseconds != 0 )
         strLine += " timeout -s KILL " + std::to_string( uMilliseconds * 0.001 );
     strLine += Word( strProgram );

@@ -24,16 +24,9 @@ HANDLE OpenInherited( const std::string& strFile, bool fWrite )
 
 } // namespace
 
-int ProgramFolder::Start( const std::string& strProgram, const Texts& aArguments, const Texts& aEnvironment,
+int ProgramFolder::Start( const std::string& strProgram, const Texts& aArguments,
                           unsigned uMilliseconds ) const
 {
-    // A test program starts one program at a time, so its own environment is as good as a copy.
-    for ( const std::string& strEntry : aEnvironment )
-    {
-        const size_t nValue = strEntry.find( '=' ) + 1;
-        const char* pValue = nValue < strEntry.size() ? strEntry.c_str() + nValue : NULL;
-        SetEnvironmentVariableA( strEntry.substr( 0, nValue - 1 ).c_str(), pValue );
-    }
     std::string strLine = "\"" + strProgram + "\"";
     for ( const std::string& strArgument : aArguments )
         strLine += Word( strArgument );

@@ -22,15 +22,11 @@ TEST_F( Usage, AWrongCommandLineIsExplainedOnStandardError )
 
 TEST_F( Usage, TheLibrarysDebugMessagesAppearOnRequestOnly )
 {
-    const auto ShowsReport = [&]( const char* pSink )
-    {
-        const ProgramResult aResult =
-            RunProgram( BXTOOL_PROGRAM, { "errors", "show" }, StreamOf( { "1.0.0+?+cut" } ), { pSink } );
-        EXPECT_EQ( 4, aResult.nExitCode );
-        return Holds( aResult.strErrors, "BXTOOLS.DLL -> From BOOL ErrObjectBase::FromStream" );
-    };
-    EXPECT_FALSE( ShowsReport( "BXTOOLS_DEBUG_SINK=" ) );
-    EXPECT_TRUE( ShowsReport( "BXTOOLS_DEBUG_SINK=stderr" ) );
+    const std::string strStream = StreamOf( { "1.0.0+?+cut" } );
+    EXPECT_FALSE( Holds( Tool( "errors show", strStream ).strErrors, "BXTOOLS.DLL" ) );
+    const std::string strCommand = "BXTOOLS_DEBUG_SINK=stderr \"" BXTOOL_PROGRAM "\" errors show";
+    EXPECT_TRUE( RunProgram( "/bin/sh", { "-c", strCommand }, strStream )
+                     .Is( 4, { "" }, { "BXTOOLS.DLL -> From BOOL ErrObjectBase::FromStream" } ) );
 }
 
 TEST_F( Usage, OutputThatCannotBeWrittenIsAFailure )
@@ -44,12 +40,11 @@ TEST_F( Usage, ATerminalGetsWhatFitsIt )
 {
     const std::string strLong = "one two three four five six seven eight nine ten eleven twelve";
     WriteBytes( Path( "s" ), StreamOf( { "1.0.0+?+A+?+1+?+0+?+" + strLong + "+?++?+" } ) );
-    const auto ShowAt = [&]( const char* pColumns, const char* pNoColour )
+    const auto ShowAt = [&]( const std::string& strColumns, const std::string& strNoColour )
     {
-        const std::string strCommand =
-            std::string( "stty cols " ) + pColumns + "; \"" BXTOOL_PROGRAM "\" errors show s";
-        ProgramResult aResult = RunProgram( "/usr/bin/script", { "-qec", strCommand, "/dev/null" }, "",
-                                            { "TERM=xterm", pNoColour } );
+        const std::string strCommand = "stty cols " + strColumns + "; env " + strNoColour +
+                                       " TERM=xterm \"" BXTOOL_PROGRAM "\" errors show s";
+        ProgramResult aResult = RunProgram( "/usr/bin/script", { "-qec", strCommand, "/dev/null" } );
         std::erase( aResult.strOutput, '\r' );
         return aResult.strOutput;
     };
@@ -65,5 +60,5 @@ TEST_F( Usage, ATerminalGetsWhatFitsIt )
                "                six seven eight nine ten\n"
                "                eleven twelve\n",
                ShowAt( "40", "NO_COLOR=1" ) );
-    EXPECT_TRUE( ShowAt( "40", "NO_COLOR=" ).starts_with( "\x1b[1mrecord 0\x1b[0m\n" ) );
+    EXPECT_TRUE( ShowAt( "40", "-u NO_COLOR" ).starts_with( "\x1b[1mrecord 0\x1b[0m\n" ) );
 }

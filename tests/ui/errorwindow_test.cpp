@@ -26,12 +26,6 @@ constexpr char SECOND[] = "Disk full\n\n"
                           "Error: 8 (hex: 0x00000008)\n"
                           "SourceDescription: Unknown library description";
 
-std::string Whole()
-{
-    return "Error 1 of 2\n" + std::string( FIRST ) + "\n\nError 2 of 2\n" + SECOND +
-           "\nDetails:\noptional text\nHelp topic: disk.hlp, 1234\n";
-}
-
 void SetTwoErrors()
 {
     EXPECT_TRUE( SetLastErr( "TEST.CLASS", 7, 0, "first origin", "", "" ) );
@@ -86,7 +80,9 @@ TEST_F( QtErrorDisplay, HasAPageForEachError )
     ASSERT_EQ( 2, aTexts.size() );
     EXPECT_EQ( "optional text", aTexts[1]->toPlainText() );
     QTest::keyClick( Window(), Qt::Key_C, Qt::ControlModifier );
-    EXPECT_EQ( Whole(), QApplication::clipboard()->text().toStdString() );
+    EXPECT_EQ( "Error 1 of 2\n" + std::string( FIRST ) + "\n\nError 2 of 2\n" + SECOND +
+                   "\nDetails:\noptional text\nHelp topic: disk.hlp, 1234\n",
+               QApplication::clipboard()->text().toStdString() );
     aTexts[1]->setFocus();
     aTexts[1]->selectAll();
     QTest::keyClick( aTexts[1], Qt::Key_C, Qt::ControlModifier );
