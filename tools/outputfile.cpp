@@ -3,12 +3,11 @@
 #include "core/guards.h"
 #include "tools/errors/decodedrecord.h"
 #include "tools/systemtext.h"
+#include "tools/terminal.h"
 #include "tools/toolfailure.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 
 namespace
 {
@@ -25,13 +24,14 @@ void WriteInPlace( const std::string& aPath, std::string_view aBytes )
 {
     FILE* pFile = fopen( aPath.c_str(), "wb" );
     bool fWritten = pFile != NULL && fwrite( aBytes.data(), 1, aBytes.size(), pFile ) == aBytes.size();
-    const int nWriteError = errno;
-    if ( pFile != NULL && fclose( pFile ) != 0 )
+    std::string aReason = fWritten ? std::string() : GetStreamFailure();
+    if ( pFile != NULL && fclose( pFile ) != 0 && fWritten )
+    {
         fWritten = false;
-    else if ( !fWritten )
-        errno = nWriteError;
+        aReason = GetStreamFailure();
+    }
     if ( !fWritten )
-        ThrowNotWritten( aPath, strerror( errno ) );
+        ThrowNotWritten( aPath, aReason );
 }
 
 bool WriteAll( HANDLE hFile, std::string_view aBytes )

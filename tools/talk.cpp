@@ -4,10 +4,8 @@
 #include "tools/terminal.h"
 #include "tools/toolfailure.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 namespace
@@ -26,7 +24,7 @@ bool IsColoured( FILE* pStream )
 [[noreturn]] void ThrowOutputFailure()
 {
     throw ToolFailure( ExitCode::Output,
-                       std::string( "cannot write to standard output: " ) + strerror( errno ) +
+                       "cannot write to standard output: " + GetStreamFailure() +
                            "; is there room where it goes, and does its reader still run?" );
 }
 

@@ -1,11 +1,14 @@
-// What a program at a terminal needs from its system; one file for each system.
+// What the standard streams and a terminal need from their system; one file for each system.
 #pragma once
 
 #include <cstddef>
 #include <cstdio>
+#include <string>
 
 // The standard streams carry bytes from now on: no line end is translated. A terminal takes them as UTF-8.
 void UseByteStreams();
+// Why the last call on a stream failed, in the system's words.
+std::string GetStreamFailure();
 // The terminal is as it was before: at the end, and for another program that writes to it meanwhile.
 void GiveTerminalBack();
 

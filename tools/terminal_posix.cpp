@@ -1,5 +1,6 @@
 #include "tools/terminal.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <sys/ioctl.h>
@@ -8,6 +9,11 @@
 void UseByteStreams()
 {
     // They carry bytes already.
+}
+
+std::string GetStreamFailure()
+{
+    return strerror( errno );
 }
 
 void GiveTerminalBack() {}

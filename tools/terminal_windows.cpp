@@ -2,9 +2,12 @@
 
 #include <bxtools/wintypes.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <io.h>
+#include <system_error>
 
 namespace
 {
@@ -42,6 +45,13 @@ void UseByteStreams()
     SetConsoleCtrlHandler( &OnConsoleEnds, TRUE );
 }
 
+std::string GetStreamFailure()
+{
+    // The C library has no errno for most of the system's errors, and none for a pipe without a reader.
+    const auto nSystemError = static_cast<int>( _doserrno );
+    return nSystemError != 0 ? std::system_category().message( nSystemError ) : strerror( errno );
+}
+
 void GiveTerminalBack()
 {
     if ( g_uFormerCodePage != 0 )
@@ -60,7 +70,9 @@ size_t GetTerminalColumns( FILE* pStream )
     CONSOLE_SCREEN_BUFFER_INFO aInfo = {};
     if ( !GetConsoleScreenBufferInfo( GetConsole( pStream ), &aInfo ) )
         return 0;
-    return static_cast<size_t>( aInfo.srWindow.Right - aInfo.srWindow.Left + 1 );
+    // Without the last one: behind a character there the console may be in the next line already, and a line end
+    // makes a further one.
+    return static_cast<size_t>( aInfo.srWindow.Right - aInfo.srWindow.Left );
 }
 
 bool CanShowColour( FILE* pStream )
