@@ -45,6 +45,8 @@ void StartDebugCapture()
 void EndDebugCapture()
 {
     RemoveVectoredExceptionHandler( TheCapture().pHandler );
+    const std::lock_guard aGuard( TheCapture().aLock );
+    std::string().swap( TheCapture().strText );
 }
 
 std::string TakeDebugOutput()

@@ -1,5 +1,7 @@
 #include "tools/runprogram.h"
 
+#include <gtest/gtest.h>
+
 #include <windows.h>
 
 namespace
@@ -39,8 +41,10 @@ int ProgramFolder::Start( const std::string& strProgram, const Texts& aArguments
     PROCESS_INFORMATION aProcess = {};
     const BOOL fStarted = CreateProcessA( NULL, strLine.data(), NULL, NULL, TRUE, 0, NULL, Path().c_str(),
                                           &aStartup, &aProcess );
+    const DWORD dwError = GetLastError();
     for ( HANDLE hFile : { aStartup.hStdInput, aStartup.hStdOutput, aStartup.hStdError } )
         CloseHandle( hFile );
+    EXPECT_TRUE( fStarted ) << dwError << ": " << strLine;
     if ( !fStarted )
         return -1;
     DWORD dwExitCode = 0;
