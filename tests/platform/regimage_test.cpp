@@ -57,7 +57,7 @@ std::string ShownImage( const std::string& strBytes )
 
 void SumUp( RegImageHead& rHead )
 {
-    rHead.ullChecksum = ChecksumOfReg( rHead.aMark + 16, sizeof( rHead ) - 16 );
+    rHead.ullChecksum = ChecksumOfReg( reinterpret_cast<const BYTE*>( &rHead ) + 16, sizeof( rHead ) - 16 );
 }
 
 // Two keys below the root, and two values, put together from the parts that the description of the format names.
