@@ -1,8 +1,7 @@
 #include "support/secondprocess.h"
+#include "support/startprocess.h"
 
 #include <gtest/gtest.h>
-
-#include <windows.h>
 
 namespace
 {
@@ -57,9 +56,8 @@ SecondProcess::SecondProcess( const std::string& strRole, const std::vector<std:
     aStart.hStdInput = aToRole.hRead;
     aStart.hStdOutput = aFromRole.hWrite;
     aStart.hStdError = GetStdHandle( STD_ERROR_HANDLE );
-    std::string strLine = CommandLine( strRole, aArguments, strProgram );
-    EXPECT_TRUE( CreateProcessA( NULL, strLine.data(), NULL, NULL, TRUE, 0, NULL, NULL, &aStart,
-                                 &m_pState->aProcess ) )
+    const std::string strLine = CommandLine( strRole, aArguments, strProgram );
+    EXPECT_TRUE( StartProcess( strLine, NULL, aStart, m_pState->aProcess ) )
         << GetLastError() << " " << strLine;
     CloseHandle( aToRole.hRead );
     CloseHandle( aFromRole.hWrite );

@@ -1,8 +1,7 @@
+#include "support/startprocess.h"
 #include "tools/runprogram.h"
 
 #include <gtest/gtest.h>
-
-#include <windows.h>
 
 namespace
 {
@@ -39,8 +38,7 @@ int ProgramFolder::Start( const std::string& strProgram, const Texts& aArguments
     aStartup.hStdOutput = OpenInherited( Path( "stdout" ), true );
     aStartup.hStdError = OpenInherited( Path( "stderr" ), true );
     PROCESS_INFORMATION aProcess = {};
-    const BOOL fStarted = CreateProcessA( NULL, strLine.data(), NULL, NULL, TRUE, 0, NULL, Path().c_str(),
-                                          &aStartup, &aProcess );
+    const BOOL fStarted = StartProcess( strLine, Path().c_str(), aStartup, aProcess );
     const DWORD dwError = GetLastError();
     for ( HANDLE hFile : { aStartup.hStdInput, aStartup.hStdOutput, aStartup.hStdError } )
         CloseHandle( hFile );
